@@ -1,0 +1,17 @@
+# orca_add_provider(NAME SOURCES a.cpp ...)
+#
+# Builds a provider plug-in NAME.so: C++20, everything hidden but the two symbols of ORCA_PROVIDER,
+# linked against the kit with every symbol resolved at build time.
+function(orca_add_provider name)
+  cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+  add_library(${name} MODULE ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE orca::pdk orca::fiutil)
+  target_compile_features(${name} PRIVATE cxx_std_20)
+  set_target_properties(${name} PROPERTIES
+    PREFIX ""
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_link_options(${name} PRIVATE -Wl,--no-undefined)
+endfunction()

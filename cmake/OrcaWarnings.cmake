@@ -1,0 +1,16 @@
+# Compile options of everything in this tree; nothing here is exported to users of the package.
+function(orca_strict target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wno-error=deprecated-declarations>
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endfunction()
+
+if(ORCA_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(ORCA_BUILD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
