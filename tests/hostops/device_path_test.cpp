@@ -7,23 +7,16 @@ namespace {
 using Tool = orca_pdk_4_4::CFiStoragestackTool;
 
 TEST(DevicePath, RecognisesControllerTargetDiskNamesAndTheirSlices) {
-  const struct {
-    const char* name;
-    bool disk;
-    bool sliced;
-  } cases[] = {
-      {"c0t0d0", true, false},      {"c0t0d0s2", true, true},   {"c0t0d0s15", true, true},
-      {"c12t3d45", true, false},    {"c00td0", true, false},    {"c1t5000A1B2d12s2", true, true},
-      {"c0t0d0s", false, false},    {"cXt0d0", false, false},   {"ct0d00", false, false},
-      {"c0td0", false, false},      {"x0t0d0", false, false},   {"c0x0d0", false, false},
-      {"c12345", false, false},     {"c1234t", false, false},   {"c0t0d", false, false},
-      {"c0t0ds2", false, false},    {"c0t0s2", false, false},   {"c0t000", false, false},
-      {"c0t0d0s123", false, false}, {"c0d0t0s1", false, false}, {"", false, false},
-      {"c0ts2d1", true, false},     {"c0t0d0 ", false, false},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Tool::isCTDDiskFormat(c.name), c.disk) << c.name;
-    EXPECT_EQ(Tool::isCTDSDiskFormat(c.name), c.sliced) << c.name;
+  for (const char* name : {"c0t0d0", "c12t3d45", "c00td0", "c0ts2d1"}) {
+    EXPECT_TRUE(Tool::isCTDDiskFormat(name) && !Tool::isCTDSDiskFormat(name)) << name;
+  }
+  for (const char* name : {"c0t0d0s2", "c0t0d0s15", "c1t5000A1B2d12s2"}) {
+    EXPECT_TRUE(Tool::isCTDDiskFormat(name) && Tool::isCTDSDiskFormat(name)) << name;
+  }
+  for (const char* name :
+       {"c0t0d0s", "cXt0d0", "ct0d00", "c0td0", "x0t0d0", "c0x0d0", "c12345", "c1234t", "c0t0d", "",
+        "c0t0ds2", "c0t0s2", "c0t000", "c0t0d0s123", "c0d0t0s1", "c0t0d0 "}) {
+    EXPECT_FALSE(Tool::isCTDDiskFormat(name) || Tool::isCTDSDiskFormat(name)) << name;
   }
 }
 
@@ -56,23 +49,14 @@ TEST(DevicePath, CopiesPathsUnderDevAndLeavesTheOutputAloneForOthers) {
 }
 
 TEST(DevicePath, RecognisesEmcpowerDisksAndPartitions) {
-  const struct {
-    const char* name;
-    bool disk;
-    bool partition;
-  } cases[] = {
-      {"emcpowera", false, false},
-      {"/dev/emcpower3", true, false},
-      {"emcpower3i", true, false},
-      {"emcpower12c", true, true},
-      {"emcpower", false, false},
-      {"emcpower3h", true, true},
-      {"emcpowerXemcpower1a", false, false},
-      {"sda", false, false},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Tool::isEmcpowerDiskFormat(c.name), c.disk) << c.name;
-    EXPECT_EQ(Tool::isEmcpowerRawpFormat(c.name), c.partition) << c.name;
+  for (const char* name : {"/dev/emcpower3", "emcpower3i"}) {
+    EXPECT_TRUE(Tool::isEmcpowerDiskFormat(name) && !Tool::isEmcpowerRawpFormat(name)) << name;
+  }
+  for (const char* name : {"emcpower12c", "emcpower3a", "emcpower3h"}) {
+    EXPECT_TRUE(Tool::isEmcpowerDiskFormat(name) && Tool::isEmcpowerRawpFormat(name)) << name;
+  }
+  for (const char* name : {"emcpowera", "emcpower", "emcpowerXemcpower1a", "sda", ""}) {
+    EXPECT_FALSE(Tool::isEmcpowerDiskFormat(name) || Tool::isEmcpowerRawpFormat(name)) << name;
   }
 }
 

@@ -51,7 +51,7 @@ static inline const char* V_readDigits(const char* p, int base, V_integer* numbe
 static inline V_integer V_readInteger(const char* nptr, char** endptr, int base) {
   V_integer number = {0, false, false};
   const char* end = nptr;
-  if (nptr == NULL || base < 0 || base == 1 || base > 36) {
+  if (!nptr || base < 0 || base == 1 || base > 36) {
     errno = EINVAL;
   } else {
     const char* p = nptr;
@@ -62,7 +62,7 @@ static inline V_integer V_readInteger(const char* nptr, char** endptr, int base)
     const char* behind = V_readDigits(digits, base, &number);
     if (behind != digits) end = behind;
   }
-  if (endptr != NULL) *endptr = (char*)end;
+  if (endptr) *endptr = (char*)end;
   return number;
 }
 

@@ -32,7 +32,7 @@ template <class Char>
 size_t concatenate(Char* dst, const Char* src, size_t size) {
   if (!usable(dst, src, size)) return 0;
   const size_t end = boundedLength(dst, size);
-  return size - end < 2 ? 0 : copy(dst + end, src, size - end);
+  return copy(dst + end, src, size - end);
 }
 
 template <class Char>

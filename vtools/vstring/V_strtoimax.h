@@ -12,8 +12,7 @@
  * Returns the value; INTMAX_MAX or INTMAX_MIN with errno ERANGE when it is out of range; 0 when
  * there is no number, with errno EINVAL when the base is not valid or nptr is null. *endptr is set
  * behind the number, to nptr when there is none; endptr may be null. */
-V_API intmax_t __Vstrtoimax(const char* nptr,
-                            char** endptr,  // NOLINT(bugprone-reserved-identifier)
-                            int base);
+/* NOLINTNEXTLINE(bugprone-reserved-identifier) */
+V_API intmax_t __Vstrtoimax(const char* nptr, char** endptr, int base);
 
 #endif

@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""table.py PROGRAM [FILTER] [--repeats N]: runs the benchmarks and prints one table of ratios.
+
+Each row divides the time of a measured case by that of its peer. Both run in the same process, their
+repetitions interleaved at random; the least time of the repetitions counts, since everything else
+that the machine does only adds to it.
+"""
+
+import argparse
+import json
+import subprocess
+import sys
+
+PARSE = "document/CFiConfigParamDataList::parse"
+UPDATE = "document/CFiConfigParamDataList::updateXML"
+EMPTY = "document/read with an empty handler"
+
+# what is measured, its peer, the ratio wanted at most, and what the peer is
+ROWS = [
+    ("CFiMessageDigest5/64KiB", "EVP_md5/64KiB", 1.05, "OpenSSL EVP_md5"),
+    ("CFiMessageDigest5/1MiB", "EVP_md5/1MiB", 1.05, "OpenSSL EVP_md5"),
+    ("CFiMessageDigest5/16B", "EVP_md5/16B", 0.6, "OpenSSL EVP_md5"),
+    (PARSE + "/10", EMPTY + "/10", 1.3, "same reader, empty handler"),
+    (PARSE + "/1000", EMPTY + "/1000", 1.3, "same reader, empty handler"),
+    (PARSE + "/100000", EMPTY + "/100000", 1.3, "same reader, empty handler"),
+    (PARSE + "/100000", PARSE + "/1000", 1.2, "itself, a value", 100),
+    (UPDATE + "/10", PARSE + "/10", 0.25, "its own parse"),
+    (UPDATE + "/1000", PARSE + "/1000", 0.25, "its own parse"),
+    (UPDATE + "/100000", PARSE + "/100000", 0.25, "its own parse"),
+    (UPDATE + "/100000", UPDATE + "/1000", 1.2, "itself, a value", 100),
+    ("convertToXmlSpecialCharacters/clean", "xmlEncodeSpecialChars/clean", 0.7, "libxml2 xmlEncodeSpecialChars"),
+    ("convertToXmlSpecialCharacters/one-in-twenty", "xmlEncodeSpecialChars/one-in-twenty", 0.7, "libxml2 xmlEncodeSpecialChars"),
+    ("V_snprintf", "snprintf", 1.05, "the C library"),
+    ("V_sscanf_d", "sscanf_d", 1.0, "the C library"),
+    ("V_sscanf_words", "sscanf_words", 1.0, "the C library"),
+    ("add_defaults/1000", "add_defaults/100", 150, "itself at 100 into 100"),
+    ("trace/filtered", "bare/read_settings", 1.3, "bare open, read, close"),
+    ("trace/written", "bare/read_settings_and_append", 1.3, "the same and open, write, close"),
+    ("Exec/true", "popen/true", 0.8, "popen, read, pclose"),
+    ("Exec/true_4GiB", "Exec/true", 1.5, "itself in a small process"),
+    ("ReadLine/100MiB", "getline/100MiB", 1.5, "popen and getline"),
+    ("enclosure_map/256", "bare_readdir/256", 1.5, "bare readdir, open, read, close"),
+    ("credentials/10000", "credentials/1000", 12, "itself at a tenth"),
+    ("selection/10000", "selection/1000", 12, "itself at a tenth"),
+    ("import/1000", "import/100", 12, "itself at a tenth"),
+    ("interpose/1000", "strstr/1000", 1.5, "the same strstr loop"),
+    ("claim/1000", "strstr/1000", 1.5, "the same strstr loop"),
+]
+
+
+def measure(program, names, repeats):
+    """The least time of each case in nanoseconds."""
+    command = [program, f"--benchmark_filter=^({'|'.join(sorted(names))})(/real_time)?$",
+               f"--benchmark_repetitions={repeats}", "--benchmark_enable_random_interleaving=true",
+               "--benchmark_format=json", "--benchmark_min_time=0.05"]
+    result = subprocess.run(command, capture_output=True, text=True)
+    if result.returncode:
+        sys.exit(result.stderr)
+    unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+    least = {}
+    for run in json.loads(result.stdout)["benchmarks"]:
+        if run.get("run_type") == "iteration":
+            name = run["run_name"].removesuffix("/real_time")
+            time = run["real_time"] * unit[run["time_unit"]]
+            least[name] = min(time, least.get(name, time))
+    return least
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("program")
+    parser.add_argument("filter", nargs="?", default="")
+    parser.add_argument("--repeats", type=int, default=9)
+    options = parser.parse_args()
+    rows = [row for row in ROWS if options.filter in row[0]]
+    times = measure(options.program, {n for row in rows for n in row[:2]}, options.repeats)
+
+    print(f"{'what':46} {'time':>12} {'peer':>12} {'ratio':>8} {'wanted':>8}      against")
+    missed = 0
+    for name, peer, wanted, against, *scale in rows:
+        if name not in times or peer not in times:
+            print(f"{name:46} {'not measured':>12}")
+            missed += 1
+            continue
+        ratio = times[name] / times[peer] / (scale[0] if scale else 1)
+        missed += ratio > wanted
+        print(f"{name:46} {times[name] / 1e3:>9.2f} us {times[peer] / 1e3:>9.2f} us {ratio:>8.3f} "
+              f"{wanted:>8} {'ok' if ratio <= wanted else 'MISS':>4} {against}")
+    print(f"{len(rows) - missed} of {len(rows)} met")
+
+
+main()
