@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "cfimsgcatalogmgr.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace orca_pdk_4_4;
+
+// An install root with a catalog "demo", built by genrb. Each test has its own: ICU remembers
+// bundles, and missing ones, by their path.
+class Catalog : public testing::Test {
+ protected:
+  void SetUp() override {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale::getRoot(), status);
+    std::filesystem::create_directories(folder);
+    addLanguage("root", R"(HELLO { "hello" } ROOT { "only root" })");
+    addLanguage("en", R"(HELLO { "good day" } DISK { "disk {0} failed" } SAME { "good day" })");
+    addLanguage("de", R"(HELLO { "guten Tag" })");
+  }
+  void addLanguage(const std::string& language, const std::string& texts) {
+    orca_tests::writeFile(root.path() / (language + ".txt"), language + " { " + texts + " }");
+    const std::string source = root.file(language + ".txt");
+    ASSERT_EQ(std::system(("genrb -q -d " + folder.string() + " " + source).c_str()), 0);
+  }
+  // The result of init and the text of HELLO.
+  static std::string opened(const char* language, const char* defaultText = nullptr) {
+    CFiIcuMessageCatalog catalog(language, "demo");
+    const int result = catalog.init();
+    return std::to_string(result) + " " + catalog.getMessage("HELLO", defaultText).c_str();
+  }
+  char* localized(const char* id, const char* language) {
+    char* text = nullptr;
+    manager.getLocalizedMessage(id, language, &text);
+    return text;
+  }
+
+  orca_tests::TempDir root;
+  std::filesystem::path folder = root.path() / "resources/libdemo";
+  orca_tests::ScopedEnv env{"ORCA_INSTALL_ROOT", root.str().c_str()};
+  CFiIcuMessageCatalogFactory factory{"demo", "en"};
+  CFiMessageCatalogManager manager;
+};
+
+TEST_F(Catalog, HasTheTextsOfItsLanguageOrOfALessExactOne) {
+  EXPECT_EQ(opened("de"), "0 demo: guten Tag");
+  EXPECT_EQ(opened("xx"), "0 demo: hello") << "unknown: the root texts";
+  EXPECT_EQ(opened(nullptr), "0 demo: hello");
+  EXPECT_EQ(opened("en_US"), "3 demo: good day") << "reported, yet it serves";
+  manager.registerFactory(&factory);
+  EXPECT_STREQ(localized("HELLO", "de_AT"), "demo: guten Tag");
+}
+
+TEST_F(Catalog, GivesTheDefaultTextOrTheIdForAMissingText) {
+  CFiIcuMessageCatalog catalog("de", "demo");
+  EXPECT_STREQ(catalog.getMessage("HELLO", nullptr).c_str(), "demo: <HELLO>") << "before init";
+  EXPECT_EQ(catalog.init(), 0);
+  EXPECT_STREQ(catalog.getMessage("ROOT", nullptr).c_str(), "demo: only root");
+  EXPECT_STREQ(catalog.getMessage("GONE", "default").c_str(), "default");
+  EXPECT_STREQ(catalog.getMessage("GONE", nullptr).c_str(), "demo: <GONE>");
+}
+
+TEST_F(Catalog, ThatIsMissingAnswersThree) {
+  std::filesystem::remove_all(folder);
+  EXPECT_EQ(opened("en"), "3 demo: <HELLO>");
+  EXPECT_EQ(opened("en", "default"), "3 default");
+  manager.registerFactory(&factory);
+  EXPECT_STREQ(localized("HELLO", "de"), "<HELLO>");
+}
+
+TEST_F(Catalog, ThatIsCutAtAnyByteAnswersThree) {
+  const std::string whole = orca_tests::readFile(folder / "root.res");
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    const orca_tests::TempDir other;
+    const orca_tests::ScopedEnv there("ORCA_INSTALL_ROOT", other.str().c_str());
+    orca_tests::writeFile(other.path() / "resources/libdemo/root.res", whole.substr(0, length));
+    EXPECT_EQ(opened("en"), "3 demo: <HELLO>") << length;
+  }
+}
+
+TEST_F(Catalog, IsChosenByLanguage) {
+  EXPECT_STREQ(localized("HELLO", "de"), "<HELLO>") << "no factory yet";
+  EXPECT_STREQ(manager.getMessage("HELLO", "default", "").c_str(), "default");
+  manager.registerFactory(&factory);
+  EXPECT_STREQ(localized("HELLO", nullptr), "demo: good day");
+  EXPECT_STREQ(localized("HELLO", "native"), "demo: good day") << "no native language yet";
+  manager.setNativeLanguage("de");
+  EXPECT_STREQ(localized("HELLO", "native"), "demo: guten Tag");
+  EXPECT_STREQ(localized("HELLO", "natives"), "demo: hello");
+}
+
+TEST_F(Catalog, OfTheDefaultLanguageIsMadeOnceAndStandsInForOthers) {
+  struct OnlyEnglish : CFiIcuMessageCatalogFactory {
+    using CFiIcuMessageCatalogFactory::CFiIcuMessageCatalogFactory;
+    CFiMessageCatalogPtr createCatalog(const std::string& language) override {
+      asked += language + " ";
+      if (language != "en") return CFiMessageCatalogPtr();
+      return CFiIcuMessageCatalogFactory::createCatalog(language);
+    }
+    std::string asked;
+  } only("demo", "en");
+  manager.registerFactory(&only);
+  EXPECT_EQ(only.asked, "en ");
+  EXPECT_STREQ(localized("HELLO", "de"), "demo: good day");
+  EXPECT_EQ(only.asked, "en de ");
+}
+
+TEST_F(Catalog, TurnsARecordIntoASentenceOrNull) {
+  CFiIcuMessage message("DISK", PYX_SEV_ERROR);
+  message.addArgument("sdc");
+  char start[] = "x", *text = start, *none = start;
+  manager.getLocalizedMessage(message.serialize(), nullptr, &text);
+  EXPECT_EQ(text, nullptr) << "no factory";
+  manager.registerFactory(&factory);
+  manager.getLocalizedMessage(message.serialize(), nullptr, &text);
+  EXPECT_STREQ(text, "demo: disk sdc failed");
+  manager.getLocalizedMessage(static_cast<pyx_msg_info*>(nullptr), "en", &none);
+  EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(Catalog, TextLivesUntilItIsTakenBack) {
+  manager.registerFactory(&factory);
+  char *hello = localized("HELLO", "en"), *same = localized("SAME", "en");
+  manager.deleteLocalizedMessage(&same);
+  EXPECT_EQ(same, nullptr);
+  EXPECT_STREQ(hello, "demo: good day") << "its twin was taken back";
+  char strange[] = "never handed out", *unknown = strange;
+  manager.deleteLocalizedMessage(&unknown);
+  manager.deleteLocalizedMessage(&same);
+  manager.deleteLocalizedMessage(nullptr);
+  EXPECT_EQ(unknown, strange);
+  EXPECT_STREQ(hello, "demo: good day");
+}
+
+}  // namespace

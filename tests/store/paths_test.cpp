@@ -1,0 +1,73 @@
+#include <fiutil_accounting.h>
+#include <gtest/gtest.h>
+
+#include "cficonfiguration.h"
+#include "cfiudid.h"
+#include "support/private_usr.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace orca_pdk_4_4;
+using namespace orca_tests;
+using Tool = CFiConfigurationPathTool;
+
+struct Paths : ::testing::Test {
+  TempDir temp;
+  std::string root = temp.str();
+  ScopedEnv env{"ORCA_INSTALL_ROOT", root.c_str()};
+  std::string cache = root + "/lib/orca/cachefiles/";
+  tstr dir, file;
+};
+
+TEST_F(Paths, StandBelowTheInstallRootExceptTheTraceFolder) {
+  orca_accounting_reset();
+  EXPECT_EQ(Tool::getCacheLocationInfo(dir), 0);
+  EXPECT_EQ(orca_accounting_report(nullptr, nullptr), 0U) << "the root's buffer went back";
+  EXPECT_EQ(dir.c_str(), cache);
+  EXPECT_EQ(Tool::verify(dir.c_str()), -1) << "only one missing level is made";
+  Tool::getMessageFileInfo("demo", dir, file);
+  EXPECT_STREQ((dir + file).c_str(), (root + "/resources/libdemo").c_str());
+  EXPECT_EQ(std::filesystem::status(dir.c_str()).permissions(), std::filesystem::perms(0755));
+  EXPECT_EQ(Tool::getConfigFileInfo("demo", dir, file), 0);
+  EXPECT_STREQ((dir + file).c_str(), (root + "/lib/orca/configfiles/demo.conf").c_str());
+  if (!isUsrPrivate()) GTEST_SKIP() << "the trace folder needs a /usr/tarn of its own";
+  EXPECT_EQ(Tool::getTraceFileInfo("demo", dir, file), 0);
+  EXPECT_STREQ((dir + file).c_str(), "/usr/tarn/keystone/logs/frzcmd/demo.log");
+  unsetenv("ORCA_INSTALL_ROOT");
+  EXPECT_EQ(Tool::getCacheLocationInfo(dir), 0);
+  EXPECT_STREQ(dir.c_str(), "/usr/tarn/lib/orca/cachefiles/");
+}
+
+TEST_F(Paths, AnswerWhetherAnEnclosureWasKnown) {
+  std::filesystem::create_directories(root + "/lib/orca");
+  for (const int wanted : {-1, 0}) {
+    EXPECT_EQ(Tool::getLunKey("UDID##V##P##e1##d", dir), wanted);
+    EXPECT_EQ(dir.c_str(), cache + "luns/e1/UDID##V##P##e1##d");
+    EXPECT_EQ(Tool::getDevKey("UDID##V##P##e1##d", dir), wanted);
+    EXPECT_EQ(dir.c_str(), cache + "devHandle/e1/UDID##V##P##e1##d");
+  }
+  EXPECT_EQ(Tool::getLunKey("UDID##V##P##d", dir), 0) << "no enclosure: the folder itself";
+  EXPECT_EQ(dir.c_str(), cache + "luns//UDID##V##P##d");
+}
+
+TEST_F(Paths, RefuseIdentifiersThatAreNoFileName) {
+  std::filesystem::create_directories(root + "/lib/orca");
+  const auto refusal = [this](const tstr& udid) {
+    try {
+      return Tool::getLunKey(udid, dir) > 0 ? 1 : 0;
+    } catch (const CFiUdidException& error) {
+      return static_cast<int>(error.code);
+    }
+  };
+  EXPECT_EQ(refusal("no marker"), FI_UDID_NO_MARKER);
+  EXPECT_TRUE(std::filesystem::is_directory(cache + "luns")) << "made before it is read";
+  for (const char* udid : {"UDID##V##P##..##d", "UDID##V##P##.##d", "UDID##V##P##e##../d",
+                           "UDID##V##P##a/b##d", "/UDID##V##P##e##d"}) {
+    EXPECT_EQ(refusal(udid), FI_UDID_UNSAFE_FIELD) << udid;
+  }
+  EXPECT_EQ(refusal(tstr("UDID##V##P##e##d\0x", 18)), FI_UDID_UNSAFE_FIELD);
+  EXPECT_EQ(refusal("UDID##V##P##...##.."), 0) << "the file's name starts with the marker";
+}
+
+}  // namespace

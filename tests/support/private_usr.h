@@ -1,0 +1,23 @@
+#ifndef ORCA_TESTS_PRIVATE_USR_H
+#define ORCA_TESTS_PRIVATE_USR_H
+
+#include <fstream>
+#include <string>
+
+namespace orca_tests {
+
+// True where /usr is mounted for this program alone, as private_usr.sh does: only there may a
+// program write below /usr/tarn.
+inline bool isUsrPrivate() {
+  std::ifstream mounts("/proc/self/mountinfo");
+  for (std::string line; std::getline(mounts, line);) {
+    if (line.find(" /usr ") != std::string::npos && line.find(" - overlay ") != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace orca_tests
+
+#endif
