@@ -1,0 +1,56 @@
+#ifndef ORCA_PDK_CFISAXHANDLER_H
+#define ORCA_PDK_CFISAXHANDLER_H
+
+#include <memory>
+#include <string>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+
+#include "cfiexport.h"
+
+namespace orca_pdk_4_4 {
+
+// Base of the document handlers: gathers the text of elements and keeps the last warning or error.
+// A warning counts as an error.
+class ORCA_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
+ public:
+  CFiSaxParseHandler();
+  ~CFiSaxParseHandler() override;
+  CFiSaxParseHandler(const CFiSaxParseHandler&) = delete;
+  CFiSaxParseHandler& operator=(const CFiSaxParseHandler&) = delete;
+
+  // Do nothing here; derived handlers override them.
+  void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
+                    const xercesc::Attributes& attributes) override;
+  void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+  // Appends to the text gathered so far.
+  void characters(const XMLCh* chars, const XMLSize_t length) override;
+  // Keep a copy of the exception; parsing goes on as far as the reader can.
+  void warning(const xercesc::SAXParseException& exception) override;
+  void error(const xercesc::SAXParseException& exception) override;
+  void fatalError(const xercesc::SAXParseException& exception) override;
+
+  // True once a warning or an error was reported.
+  bool isErrorSeen() const;
+  // The last one reported, or null; owned by the handler.
+  const xercesc::SAXParseException* getSavedError() const;
+
+ protected:
+  // Forgets the text gathered so far.
+  void clearText();
+  // The text gathered since the last clearText, in UTF-8.
+  std::string text() const;
+  // Throws a copy of the saved error when there is one and it carries a message.
+  void throwSavedError() const;
+
+ private:
+  void keep(const xercesc::SAXParseException& exception);
+
+  std::unique_ptr<xercesc::SAXParseException> m_savedError;
+  bool m_errorSeen = false;
+  std::u16string m_text;
+};
+
+}  // namespace orca_pdk_4_4
+
+#endif

@@ -1,0 +1,39 @@
+#include "cfiformatoption.h"
+
+#include "cfiformatoptionhandler.h"
+#include "cfivaluedocument.h"
+
+namespace orca_pdk_4_4 {
+
+CFiFormatOption::CFiFormatOption() = default;
+CFiFormatOption::CFiFormatOption(const CFiFormatOption&) = default;
+CFiFormatOption::CFiFormatOption(CFiFormatOption&&) noexcept = default;
+CFiFormatOption& CFiFormatOption::operator=(const CFiFormatOption&) = default;
+CFiFormatOption& CFiFormatOption::operator=(CFiFormatOption&&) noexcept = default;
+CFiFormatOption::~CFiFormatOption() = default;
+
+tstr CFiFormatOption::toXML() const { return valueText(kFormatOptionDocument, *this); }
+
+CFiFormatOptionList::CFiFormatOptionList() = default;
+CFiFormatOptionList::CFiFormatOptionList(const char* xml) { parse(xml); }
+CFiFormatOptionList::CFiFormatOptionList(const CFiFormatOptionList&) = default;
+CFiFormatOptionList::CFiFormatOptionList(CFiFormatOptionList&&) noexcept = default;
+CFiFormatOptionList& CFiFormatOptionList::operator=(const CFiFormatOptionList&) = default;
+CFiFormatOptionList& CFiFormatOptionList::operator=(CFiFormatOptionList&&) noexcept = default;
+CFiFormatOptionList::~CFiFormatOptionList() = default;
+
+int CFiFormatOptionList::parse(const char* xml) {
+  const int result = readValues<CFiFormatOptionListHandler>(xml, m_xml, options);
+  if (result == FI_OK) updateXML();
+  return result;
+}
+
+void CFiFormatOptionList::updateXML() { updateValues(kFormatOptionDocument, options, m_xml); }
+
+const tstr& CFiFormatOptionList::getXML() const { return m_xml; }
+
+CFiFormatOption& CFiFormatOptionList::getParamData(const char* key) {
+  return findValue(options, key, m_empty);
+}
+
+}  // namespace orca_pdk_4_4

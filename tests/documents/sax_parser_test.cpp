@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <xercesc/util/XMLString.hpp>
+
+#include "cfisaxhandler.h"
+#include "cfisaxparser.h"
+#include "cfixstringtool.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace orca_pdk_4_4;
+using xercesc::SAXParseException;
+
+// Keeps the text of the element that ended last.
+struct TextHandler : CFiSaxParseHandler {
+  void startElement(const XMLCh*, const XMLCh*, const XMLCh*, const xercesc::Attributes&) override {
+    clearText();
+    if (onStart) onStart();
+  }
+  void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override { last = text(); }
+  using CFiSaxParseHandler::throwSavedError;
+
+  std::string last;
+  std::function<void()> onStart;
+};
+
+TEST(SaxParser, JoinsTheTextOfAnElementInOrder) {
+  TextHandler handler;
+  CFiSaxParser parser(&handler);
+  parser.parse("<a>1&amp;2<![CDATA[<3>]]>4<!-- x -->5&#x1F600;\xC3\xA9</a>");
+  EXPECT_EQ(handler.last, "1&2<3>45\xF0\x9F\x98\x80\xC3\xA9");
+  parser.parse("<a>lost<b/> kept\n</a>");
+  EXPECT_EQ(handler.last, " kept\n");
+  std::string text = "x";  // an odd start: the reader's pieces end inside pairs
+  while (text.size() < (5u << 20)) text += "\xF0\x9F\x98\x80";
+  parser.parse({"<a>", text, "</a>"});
+  EXPECT_TRUE(handler.last == text);
+}
+
+TEST(SaxParser, TellsItsHandlerOfErrorsAndGoesOnWithTheNextDocument) {
+  CFiSaxParser parser;
+  for (const char* bad : {"", "<a>", "<a/>x"}) {
+    parser.setHandler(nullptr);
+    EXPECT_NO_THROW(parser.parse(std::string(bad)));
+    TextHandler handler;
+    parser.setHandler(&handler);
+    parser.parse(std::string(bad));
+    EXPECT_THROW(handler.throwSavedError(), SAXParseException) << bad;
+    TextHandler next;
+    parser.setHandler(&next);
+    parser.parse(std::string("<a>good</a>"));
+    EXPECT_EQ(next.last, "good");
+    EXPECT_FALSE(next.isErrorSeen());
+  }
+}
+
+TEST(SaxHandler, RaisesTheLastErrorWhenItCarriesAMessage) {
+  const XMLCh id[] = u"id";
+  TextHandler handler;
+  handler.warning(SAXParseException(u"", id, id, 1, 1));
+  EXPECT_TRUE(handler.isErrorSeen());
+  EXPECT_NO_THROW(handler.throwSavedError());
+  handler.fatalError(SAXParseException(u"first", id, id, 1, 1));
+  handler.error(SAXParseException(u"last", id, id, 7, 8));
+  EXPECT_THROW(handler.throwSavedError(), SAXParseException);
+  EXPECT_EQ(handler.getSavedError()->getLineNumber(), 7u);
+}
+
+TEST(SaxParser, ValidatesAgainstItsSchemaAndOpensNoOtherFile) {
+  const orca_tests::TempDir dir;
+  orca_tests::writeFile(dir.file("secret"), "SECRET");
+  orca_tests::writeFile(dir.file("a.xsd"),
+                        "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>"
+                        "<xs:element name='a' type='xs:int'/></xs:schema>");
+  const auto read = [&](const char* schema, const std::string& document) {
+    TextHandler handler;
+    CFiSaxParser(&handler, dir.file(schema).c_str()).parse(document);
+    return handler.last + (handler.isErrorSeen() ? " refused" : "");
+  };
+  EXPECT_EQ(read("a.xsd", "<a>12</a>"), "12");
+  EXPECT_EQ(read("a.xsd", "<a>twelve</a>"), "twelve refused");
+  EXPECT_EQ(read("missing.xsd", "<a>12</a>"), "12 refused");
+  const std::string entity = "<!ENTITY e SYSTEM '" + dir.file("secret") + "'>";
+  EXPECT_EQ(read("a.xsd", "<!DOCTYPE a [" + entity + "]><a>&e;</a>"), " refused");
+}
+
+TEST(SaxParser, ThrowsAfterAFailedSetUpUntilInitSucceeds) {
+  TextHandler handler;
+  CFiSaxParser parser(&handler);
+  handler.onStart = [&] { parser.setInputSchema("x.xsd"); };  // refused while it reads
+  parser.parse(std::string("<a>x</a>"));
+  handler.onStart = nullptr;
+  EXPECT_THROW(parser.parse(std::string("<a/>")), std::runtime_error);
+  parser.init();
+  parser.parse(std::string("<a>y</a>"));
+  EXPECT_EQ(handler.last, "y");
+}
+
+TEST(XStringTool, ConvertsBothWays) {
+  const XMLCh lone[] = {'a', 0xD800, 0};
+  const std::pair<const XMLCh*, const char*> cases[] = {
+      {u"\u00E9\U0001F600x", "\xC3\xA9\xF0\x9F\x98\x80x"}, {u"", ""}, {lone, ""}, {nullptr, ""}};
+  for (const auto& [wide, narrow] : cases) {
+    const std::unique_ptr<char, void (*)(void*)> text(CFiXStringTool::asciiForm(wide), std::free);
+    EXPECT_STREQ(text.get(), narrow);
+  }
+  XMLCh* wide = CFiXStringTool::unicodeForm(cases[0].second);
+  EXPECT_EQ(std::u16string(wide), cases[0].first);
+  xercesc::XMLString::release(&wide);
+}
+
+}  // namespace
