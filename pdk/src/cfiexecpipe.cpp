@@ -1,0 +1,329 @@
+#include "cfiexecpipe.h"
+
+#include <fcntl.h>
+#include <fiutil.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "V_strings.h"
+#include "cficommandwords.h"
+#include "cfiexecpipechild.h"
+#include "cfitracelog.h"
+
+namespace orca_pdk_4_4 {
+
+namespace {
+
+constexpr int kArgumentStep = 10;
+constexpr int kFirstFree = STDERR_FILENO + 1;
+constexpr long kLongestPoll = 1000000;  // seconds; poll counts milliseconds in an int
+
+// In a host that has closed its standard streams a pipe gets their numbers; moved away from there,
+// its ends are not in the way of the child's own streams.
+bool moveUp(int& fd) {
+  if (fd >= kFirstFree) return true;
+  const int moved = fcntl(fd, F_DUPFD_CLOEXEC, kFirstFree);
+  if (moved < 0) return false;
+  close(fd);
+  fd = moved;
+  return true;
+}
+
+bool openPipe(int (&ends)[2]) {
+  if (pipe2(ends, O_CLOEXEC) != 0) return false;
+  // The read end does not block, so that poll need only be asked when it is empty.
+  if (moveUp(ends[0]) && moveUp(ends[1]) && fcntl(ends[0], F_SETFL, O_NONBLOCK) == 0) return true;
+  const int error = errno;
+  close(ends[0]);
+  close(ends[1]);
+  errno = error;
+  return false;
+}
+
+long secondsSince(time_t start) { return std::max<long>(0, time(nullptr) - start); }
+
+// A buffer of the framework that goes back to it.
+class FrameworkBuffer {
+ public:
+  FrameworkBuffer(char* data, int size) : m_data(data), m_size(static_cast<std::size_t>(size)) {}
+  ~FrameworkBuffer() { orca_free_buf(m_data, m_size); }
+  FrameworkBuffer(const FrameworkBuffer&) = delete;
+  FrameworkBuffer& operator=(const FrameworkBuffer&) = delete;
+
+  std::string_view text() const { return {m_data, strnlen(m_data, m_size)}; }
+
+ private:
+  char* m_data;
+  std::size_t m_size;
+};
+
+void appendLines(std::string_view text, std::vector<std::string>& output) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    if (end != 0) output.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+}
+
+}  // namespace
+
+// The line that ReadLine builds.
+struct CFiExecPipePosix::Output {
+  char* data;
+  int room;  // without the terminating NUL
+  int used = 0;
+};
+
+CFiExecPipePosix::CFiExecPipePosix(int closeAfterExec) : CFiExecPipeBase(closeAfterExec) {
+  CFiExecPipePosix::Init();
+}
+
+CFiExecPipePosix::CFiExecPipePosix(std::vector<std::string> list, int closeAfterExec)
+    : CFiExecPipeBase(std::move(list), closeAfterExec) {
+  CFiExecPipePosix::Init();
+}
+
+CFiExecPipePosix::~CFiExecPipePosix() {
+  letGo();
+  clearArguments();
+}
+
+void CFiExecPipePosix::Init() {
+  letGo();
+  clearArguments();
+}
+
+void CFiExecPipePosix::letGo() {
+  if (m_pipe >= 0) close(m_pipe);
+  if (m_pid > 0) waitpid(m_pid, nullptr, WNOHANG);
+  m_pid = -1;
+  m_pipe = -1;
+  m_readCount = 0;
+  m_readPosition = 0;
+  m_aheadCount = 0;
+  m_aheadPosition = 0;
+}
+
+void CFiExecPipePosix::clearArguments() {
+  for (int i = 0; i < m_argumentCount; ++i) delete[] m_arguments[i];
+  std::free(m_arguments);
+  m_arguments = nullptr;
+  m_argumentCount = 0;
+  m_argumentCapacity = 0;
+}
+
+char* const* CFiExecPipePosix::getArguments() const { return m_arguments; }
+
+const std::string& CFiExecPipePosix::getArgument() const { return m_argument; }
+
+bool CFiExecPipePosix::growArguments() {
+  const int capacity = m_argumentCapacity + kArgumentStep;
+  const std::size_t size = static_cast<std::size_t>(capacity) * sizeof(char*);
+  void* grown = std::realloc(m_arguments, size);
+  if (grown == nullptr) {
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::AddArgument ERROR: realloc(%d) failed, errno %d",
+              static_cast<int>(size), errno);
+    return false;
+  }
+  m_arguments = static_cast<char**>(grown);
+  m_argumentCapacity = capacity;
+  return true;
+}
+
+bool CFiExecPipePosix::AddArgument(const char* start, std::size_t length) {
+  if (m_argumentCount == m_argumentCapacity && !growArguments()) return false;
+  char* argument = nullptr;
+  if (start != nullptr) {
+    argument = new (std::nothrow) char[length + 1];
+    if (argument == nullptr) {
+      traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::AddArgument() ERROR: new[%d] failed, errno %d",
+                static_cast<int>(length + 1), errno);
+      return false;
+    }
+    argument[unquoteCommandWord({start, length}, argument)] = '\0';
+  }
+  m_arguments[m_argumentCount++] = argument;
+  return true;
+}
+
+bool CFiExecPipePosix::ParseCommand(const char* text) {
+  std::string_view word;
+  EFiWord found;
+  while ((found = findCommandWord(text, word)) == EFiWord::FOUND) {
+    if (!AddArgument(word.data(), word.size())) return false;
+  }
+  return found == EFiWord::END && m_argumentCount > 0 && AddArgument(nullptr, 0);
+}
+
+int CFiExecPipePosix::ExecPipe(std::string command, std::string arg) {
+  letGo();
+  clearArguments();
+  m_command = std::move(command);
+  m_argument = std::move(arg);
+  if (!ParseCommand(m_command.c_str())) {
+    setLastError(m_command, FI_EXEC_BAD_COMMAND);
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ParseCommand operation has failed.");
+    return FI_EXEC_BAD_COMMAND;
+  }
+  if (access(m_arguments[0], X_OK) != 0) {
+    setLastError(m_command, FI_EXEC_NOT_EXECUTABLE);
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe command [%s] does not exists.",
+              m_arguments[0]);
+    return FI_EXEC_NOT_EXECUTABLE;
+  }
+  return startCommand();
+}
+
+int CFiExecPipePosix::startCommand() {
+  int ends[2] = {-1, -1};
+  if (!openPipe(ends)) return pipeFailed(errno);
+  CFiChildEnvironment environment;
+  if (!environment.build()) {
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe locale modification failed, errno %d",
+              errno);
+  }
+  const SFiChildPlan plan{getStdinFile().empty() ? nullptr : getStdinFile().c_str(), ends[0],
+                          ends[1], m_arguments, environment.get()};
+  const pid_t pid = startChild(plan, getTraceLog().get());
+  if (pid < 0) return forkFailed(ends, errno);
+  m_pid = pid;
+  m_pipe = ends[0];
+  if (close(ends[1]) != 0) {
+    traceLine(FI_TRACE_ERROR,
+              "CFiExecPipePosix::ExecPipe ERROR: parent close(pipe[1]) failed, errno %d", errno);
+  }
+  return FI_EXEC_OK;
+}
+
+int CFiExecPipePosix::failStart(int code, int error) {
+  char text[100];
+  V_snprintf(text, sizeof text, "errno=%d", error);
+  setLastError(text, code);
+  return code;
+}
+
+int CFiExecPipePosix::pipeFailed(int error) {
+  traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ERROR: pipe(%d) failed, errno %d", m_pipe,
+            error);
+  return failStart(FI_EXEC_PIPE_FAILED, error);
+}
+
+int CFiExecPipePosix::forkFailed(const int (&ends)[2], int error) {
+  if (close(ends[0]) != 0) {
+    traceLine(FI_TRACE_ERROR,
+              "CFiExecPipePosix::ExecPipe ERROR: failed fork close(pipe[0]) failed, errno %d",
+              errno);
+  }
+  if (close(ends[1]) != 0) {
+    traceLine(FI_TRACE_ERROR,
+              "CFiExecPipePosix::ExecPipe ERROR: failed fork close(pipe[1]) failed, errno %d",
+              errno);
+  }
+  traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ERROR: fork() failed, errno %d", error);
+  return failStart(FI_EXEC_FORK_FAILED, error);
+}
+
+bool CFiExecPipePosix::ReadLine(char* buffer, int size, unsigned char* timedOut, long timeout) {
+  unsigned char isTimedOut = 0;
+  if (timedOut == nullptr) timedOut = &isTimedOut;
+  *timedOut = 0;
+  if (m_pipe < 0 || buffer == nullptr || size < 2) return false;
+  Output line{buffer, size - 1};
+  bool isDone = takeBuffered(line);
+  while (!isDone && refill(*timedOut, timeout)) isDone = takeBuffered(line);
+  if (!isDone) closeReadEnd();
+  if (line.used == 0) return false;
+  buffer[line.used] = '\0';
+  setLineLength(static_cast<std::size_t>(line.used));
+  return true;
+}
+
+// True when the line is complete: it has its newline or fills the buffer.
+bool CFiExecPipePosix::takeBuffered(Output& line) {
+  const int most = std::min(m_readCount - m_readPosition, line.room - line.used);
+  if (most <= 0) return false;
+  const char* start = m_readBuffer + m_readPosition;
+  const void* newline = std::memchr(start, '\n', static_cast<std::size_t>(most));
+  const int taken =
+      newline == nullptr ? most : static_cast<int>(static_cast<const char*>(newline) - start) + 1;
+  std::memcpy(line.data + line.used, start, static_cast<std::size_t>(taken));
+  m_readPosition += taken;
+  line.used += taken;
+  return newline != nullptr || line.used == line.room;
+}
+
+// False at the end of the output, after a failure and after a time-out.
+bool CFiExecPipePosix::refill(unsigned char& timedOut, long timeout) {
+  m_readCount = 0;
+  m_readPosition = 0;
+  if (m_aheadPosition == m_aheadCount && !readAhead(timedOut, timeout)) return false;
+  m_readCount = std::min(kReadSize, m_aheadCount - m_aheadPosition);
+  std::memcpy(m_readBuffer, m_ahead.get() + m_aheadPosition, static_cast<std::size_t>(m_readCount));
+  m_aheadPosition += m_readCount;
+  return true;
+}
+
+bool CFiExecPipePosix::readAhead(unsigned char& timedOut, long timeout) {
+  if (m_ahead == nullptr) m_ahead.reset(new char[kAheadSize]);
+  if (timeout < 0) timedOut = 1;
+  while (timedOut == 0) {
+    const ssize_t got = read(m_pipe, m_ahead.get(), kAheadSize);
+    if (got >= 0) {
+      m_aheadCount = static_cast<int>(got);
+      m_aheadPosition = 0;
+      return got > 0;
+    }
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN) {
+      traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ReadLine ERROR: read() failed, errno %d", errno);
+      return false;
+    }
+    if (!waitForOutput(timeout)) timedOut = 1;
+  }
+  return false;
+}
+
+bool CFiExecPipePosix::waitForOutput(long timeout) const {
+  const time_t start = time(nullptr);
+  for (;;) {
+    const long rest = std::clamp(timeout - secondsSince(start), 0L, kLongestPoll);
+    pollfd wanted{m_pipe, POLLIN, 0};
+    const int ready = poll(&wanted, 1, static_cast<int>(rest * 1000));
+    if (ready == 1) return true;
+    if ((ready < 0 || rest == kLongestPoll) && secondsSince(start) < timeout) continue;
+    return false;
+  }
+}
+
+void CFiExecPipePosix::closeReadEnd() {
+  if (close(m_pipe) != 0) {
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::Readline ERROR: close(%d) failed, errno %d",
+              m_pipe, errno);
+  }
+  m_pipe = -1;
+}
+
+bool CFiExecPipePosix::IsChildContext() { return orca_is_child_context() != 0; }
+
+int CFiExecPipePosix::ExecCommandInChildContext(std::string command,
+                                                std::vector<std::string>& output) {
+  char* data = nullptr;
+  int length = 0;
+  const int result = orca_exec_cmd_in_child_context(command.c_str(), &data, &length);
+  if (length <= 0 || data == nullptr) return result;
+  const FrameworkBuffer buffer(data, length);
+  appendLines(buffer.text(), output);
+  return result;
+}
+
+}  // namespace orca_pdk_4_4

@@ -1,0 +1,140 @@
+#include "cfiexecpipebase.h"
+
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "V_strings.h"
+#include "cfistringtool.h"
+
+namespace orca_pdk_4_4 {
+
+namespace {
+
+constexpr std::size_t kLineBufferSize = 8192;
+constexpr long kCloseTimeout = 10;
+constexpr std::size_t kUnknownLength = static_cast<std::size_t>(-1);
+
+bool s_nanosleepMissing = false;
+
+}  // namespace
+
+CFiExecPipeBase::CFiExecPipeBase(int closeAfterExec)
+    : CFiExecPipeBase(std::vector<std::string>(), closeAfterExec) {}
+
+CFiExecPipeBase::CFiExecPipeBase(std::vector<std::string> list, int closeAfterExec)
+    : m_list(std::move(list)),
+      m_closeAfterExec(closeAfterExec != 0),
+      m_lineLength(kUnknownLength) {}
+
+CFiExecPipeBase::~CFiExecPipeBase() = default;
+
+bool CFiExecPipeBase::IsAbortRequested() { return m_abort; }
+
+bool CFiExecPipeBase::IsChildContext() { return false; }
+
+int CFiExecPipeBase::ExecCommandInChildContext(std::string, std::vector<std::string>&) {
+  return -1;
+}
+
+int CFiExecPipeBase::ExecMain(std::string command, std::vector<std::string>& output,
+                              std::string stdinFile, unsigned long timeout, std::string arg5,
+                              std::string arg6, std::string arg7) {
+  std::vector<char> line(kLineBufferSize);
+  m_argument6 = std::move(arg6);
+  m_argument7 = std::move(arg7);
+  m_stdinFile = std::move(stdinFile);
+  if (IsChildContext()) {
+    traceLine(FI_TRACE_DETAIL, "Executing command in child context.");
+    return ExecCommandInChildContext(std::move(command), output);
+  }
+  const int started = ExecPipe(std::move(command), std::move(arg5));
+  if (started != FI_EXEC_OK) return started;
+  output.clear();
+  const int collected = collectLines(line, output, timeout);
+  return collected != FI_EXEC_OK ? collected : Close(kCloseTimeout);
+}
+
+int CFiExecPipeBase::collectLines(std::vector<char>& line, std::vector<std::string>& output,
+                                  unsigned long timeout) {
+  const long silence = static_cast<long>(std::min<unsigned long>(timeout, LONG_MAX));
+  while (!IsAbortRequested()) {
+    unsigned char timedOut = 0;
+    m_lineLength = kUnknownLength;
+    const bool isRead =
+        ReadLine(line.data(), static_cast<int>(line.size()) - 1, &timedOut, silence);
+    if (timedOut != 0) {
+      char message[100];
+      V_snprintf(message, sizeof message, "Process has timmedout (%d sec)",
+                 static_cast<int>(timeout));
+      traceLine(FI_TRACE_ERROR, "%s", message);
+      setLastError(message, FI_EXEC_TIMED_OUT);
+      return FI_EXEC_TIMED_OUT;
+    }
+    if (!isRead) break;
+    output.push_back(lastLine(line.data()));
+  }
+  return FI_EXEC_OK;
+}
+
+std::string CFiExecPipeBase::lastLine(const char* line) const {
+  return {line, m_lineLength == kUnknownLength ? std::strlen(line) : m_lineLength};
+}
+
+int CFiExecPipeBase::Exec(std::string command, std::vector<std::string>& output,
+                          std::string stdinFile, unsigned long timeout, std::string arg5,
+                          std::string arg6, std::string arg7) {
+  const int result = ExecMain(std::move(command), output, std::move(stdinFile), timeout,
+                              std::move(arg5), std::move(arg6), std::move(arg7));
+  if (m_closeAfterExec) {
+    const int closed = Close(kCloseTimeout);
+    if (closed != FI_EXEC_OK) {
+      traceLine(FI_TRACE_WARNING, "Close of the process returned %d", closed);
+    }
+  }
+  return result;
+}
+
+void CFiExecPipeBase::Abort() { m_abort = true; }
+
+void CFiExecPipeBase::Init() {}
+
+EFiExecPipe CFiExecPipeBase::getLastError() const { return m_lastError; }
+
+void CFiExecPipeBase::setLastError(const std::string& message, int code) {
+  m_lastError.message = message;
+  m_lastError.wideMessage = CFiStringTool::str2wstr(message);
+  m_lastError.code = code;
+}
+
+const std::string& CFiExecPipeBase::getStdinFile() const { return m_stdinFile; }
+
+const std::vector<std::string>& CFiExecPipeBase::getList() const { return m_list; }
+
+const std::string& CFiExecPipeBase::getArgument6() const { return m_argument6; }
+
+const std::string& CFiExecPipeBase::getArgument7() const { return m_argument7; }
+
+void CFiExecPipeBase::setLineLength(std::size_t length) { m_lineLength = length; }
+
+void millisleep(long ms) {
+  if (ms < 0) return;
+  if (!s_nanosleepMissing) {
+    timespec rest{ms / 1000, (ms % 1000) * 1000000};
+    while (nanosleep(&rest, &rest) != 0) {
+      if (errno == EINTR) continue;
+      if (errno != ENOSYS) return;
+      s_nanosleepMissing = true;
+      break;
+    }
+    if (!s_nanosleepMissing) return;
+  }
+  sleep(static_cast<unsigned int>((ms + 1000) / 1000));
+}
+
+}  // namespace orca_pdk_4_4

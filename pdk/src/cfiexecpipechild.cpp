@@ -1,0 +1,217 @@
+#include "cfiexecpipechild.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "cfitracelog.h"
+
+namespace orca_pdk_4_4 {
+
+namespace {
+
+constexpr const char* kLocaleNames[] = {"LANG",        "LC_ALL",      "LC_COLLATE", "LC_CTYPE",
+                                        "LC_MESSAGES", "LC_MONETARY", "LC_NUMERIC", "LC_TIME"};
+constexpr const char* kEmptyNames[] = {"CDPATH", "EDITOR", "ENV", "FPATH", "IFS"};
+
+// A step that went wrong in a child.
+struct Failure {
+  const char* what;
+  int error;
+};
+
+// The failures of a child. Plain memory: the child fills it while the parent waits.
+struct Report {
+  static constexpr int kMost = 4;
+
+  Failure failures[kMost];
+  int count = 0;
+};
+
+// The functions from here to runShared run in a child that shares the memory of its waiting parent:
+// they make system calls and write to their own frames and to the report, nothing else.
+
+void note(Report& report, const char* what) {
+  if (report.count < Report::kMost) report.failures[report.count++] = {what, errno};
+}
+
+bool putInPlace(Report& report, const char* what, int from, int to) {
+  if (dup2(from, to) >= 0) return true;
+  note(report, what);
+  return false;
+}
+
+bool setStdin(const SFiChildPlan& plan, Report& report) {
+  const bool isNull = plan.stdinFile == nullptr;
+  const int fd = open(isNull ? "/dev/null" : plan.stdinFile, O_RDONLY);
+  if (fd < 0) {
+    note(report, isNull ? "Could not open /dev/null for reading" : nullptr);
+    return false;
+  }
+  if (fd == STDIN_FILENO) return true;
+  if (!putInPlace(report, "dup2(stdin) failed", fd, STDIN_FILENO)) return false;
+  close(fd);
+  return true;
+}
+
+bool setStreams(const SFiChildPlan& plan, Report& report) {
+  if (!setStdin(plan, report) ||
+      !putInPlace(report, "dup2(stdout) failed", plan.writeEnd, STDOUT_FILENO) ||
+      !putInPlace(report, "dup2(stderr) failed", plan.writeEnd, STDERR_FILENO)) {
+    return false;
+  }
+  if (close(plan.readEnd) != 0) note(report, "child close(pipe[0]) failed");
+  if (close(plan.writeEnd) != 0) note(report, "child close(pipe[1]) failed");
+  return true;
+}
+
+void becomeCommand(const SFiChildPlan& plan, Report& report) {
+  execve(plan.arguments[0], plan.arguments, plan.environment);
+  note(report, "execv() failed");
+}
+
+// The handlers of the host must not run in the child; the program starts without them anyway.
+void dropHandlers() {
+  for (int number = 1; number < NSIG; ++number) {
+    struct sigaction action;
+    if (sigaction(number, nullptr, &action) != 0) continue;
+    if (action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN) continue;
+    action.sa_handler = SIG_DFL;
+    action.sa_flags = 0;
+    sigaction(number, &action, nullptr);
+  }
+}
+
+void runShared(const SFiChildPlan& plan, const sigset_t& mask, Report& report) {
+  dropHandlers();
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+  if (setStreams(plan, report)) becomeCommand(plan, report);
+}
+
+// Keeps signals and thread cancellation away while a child runs on this thread's stack.
+class QuietThread {
+ public:
+  QuietThread() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &m_mask);
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
+  }
+  ~QuietThread() {
+    int ignored;
+    pthread_setcancelstate(m_cancelState, &ignored);
+    pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
+  }
+  QuietThread(const QuietThread&) = delete;
+  QuietThread& operator=(const QuietThread&) = delete;
+
+  const sigset_t& mask() const { return m_mask; }
+
+ private:
+  sigset_t m_mask;
+  int m_cancelState = 0;
+};
+
+// The parent stands still until the child has become the command, and no page table is copied: the
+// start costs the same whatever the size of the host.
+pid_t startShared(const SFiChildPlan& plan, Report& report) {
+  const QuietThread quiet;
+  const pid_t pid = vfork();
+  if (pid == 0) {
+    runShared(plan, quiet.mask(), report);
+    _exit(1);
+  }
+  return pid;
+}
+
+// Writes the failures to the trace log and forgets them.
+void trace(const SFiChildPlan& plan, Report& report, CFiTraceLog* log) {
+  for (int i = 0; i < report.count && log != nullptr; ++i) {
+    const Failure& failure = report.failures[i];
+    if (failure.what != nullptr) {
+      log->trace(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ERROR: %s, errno %d", failure.what,
+                 failure.error);
+    } else {
+      log->trace(FI_TRACE_ERROR,
+                 "CFiExecPipePosix::ExecPipe ERROR: Could not open '%s' for reading, errno %d",
+                 plan.stdinFile, failure.error);
+    }
+  }
+  report.count = 0;
+}
+
+pid_t startCopied(const SFiChildPlan& plan, Report& report, CFiTraceLog* log) {
+  const pid_t pid = fork();
+  if (pid != 0) return pid;
+  const bool isReady = setStreams(plan, report);
+  trace(plan, report, log);
+  if (isReady) becomeCommand(plan, report);
+  trace(plan, report, log);
+  _exit(1);
+}
+
+// Opening anything but a plain file can take as long as it likes (a FIFO without a writer), and the
+// parent must not stand still for that.
+bool opensAtOnce(const char* stdinFile) {
+  struct stat info;
+  return stdinFile == nullptr || stat(stdinFile, &info) != 0 || S_ISREG(info.st_mode);
+}
+
+}  // namespace
+
+pid_t startChild(const SFiChildPlan& plan, CFiTraceLog* log) {
+  Report report;
+  if (!opensAtOnce(plan.stdinFile)) return startCopied(plan, report, log);
+  const pid_t pid = startShared(plan, report);
+  const int error = errno;
+  trace(plan, report, log);
+  errno = error;
+  return pid;
+}
+
+bool CFiChildEnvironment::build() {
+  try {
+    copyHost();
+    for (const char* name : kLocaleNames) put(name, "C");
+    for (const char* name : kEmptyNames) put(name, "");
+    return true;
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return false;
+  }
+}
+
+char* const* CFiChildEnvironment::get() const {
+  return m_entries.empty() ? environ : m_entries.data();
+}
+
+void CFiChildEnvironment::copyHost() {
+  std::size_t count = 0;
+  while (environ != nullptr && environ[count] != nullptr) ++count;
+  m_entries.reserve(count + m_texts.size() + 1);
+  m_entries.assign(environ, environ + count);
+  m_entries.push_back(nullptr);
+}
+
+void CFiChildEnvironment::put(const char* name, const char* value) {
+  std::string& text = m_texts[m_textCount];
+  text.append(name).append("=").append(value);
+  ++m_textCount;
+  const std::size_t compared = std::strlen(name) + 1;
+  for (char*& entry : m_entries) {
+    if (entry != nullptr && std::strncmp(entry, text.c_str(), compared) == 0) {
+      entry = text.data();
+      return;
+    }
+  }
+  m_entries.back() = text.data();
+  m_entries.push_back(nullptr);
+}
+
+}  // namespace orca_pdk_4_4

@@ -1,0 +1,77 @@
+#ifndef ORCA_TESTS_HOSTOPS_EXEC_SUPPORT_H
+#define ORCA_TESTS_HOSTOPS_EXEC_SUPPORT_H
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <iterator>
+
+#include "cfiexecpipe.h"
+#include "framework/test_provider.h"
+
+namespace orca_tests {
+
+// The allocation from now on that fails, counted from 1; 0 for none.
+extern int g_failingAllocation;
+
+// The answer of a function that runs in a process of its own, which it may spoil.
+inline std::string inProcess(const std::function<std::string()>& function) {
+  int ends[2];
+  if (pipe(ends) != 0) throw std::runtime_error("pipe failed");
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const std::string answer = function();
+    _exit(write(ends[1], answer.data(), answer.size()) < 0 ? 1 : 0);
+  }
+  close(ends[1]);
+  std::string answer(4096, '\0');
+  const ssize_t got = read(ends[0], answer.data(), answer.size());
+  answer.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
+  close(ends[0]);
+  waitpid(pid, nullptr, 0);
+  return answer;
+}
+
+// Runs commands. No descriptor and no child may be left at the end of a test.
+class ExecTest : public TracedTest {
+ protected:
+  using Pipe = orca_pdk::CFiExecPipePosix;
+
+  ExecTest() { m_pipe.registerTraceLog(m_log); }
+  void SetUp() override { m_descriptors = descriptors(); }
+  void TearDown() override {
+    EXPECT_EQ(descriptors(), m_descriptors);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+  }
+  static long descriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+  }
+  // The result, the message of the last error and the lines of the output, each with "^" behind it.
+  std::string summary(int result) const {
+    std::string text = std::to_string(result) + "|" + m_pipe.getLastError().message + "|";
+    for (const std::string& line : m_output) text += line + "^";
+    return text;
+  }
+  std::string run(const std::string& command, const std::string& in = "",
+                  unsigned long limit = 60) {
+    return summary(m_pipe.Exec(command, m_output, in, limit, "", "", ""));
+  }
+  std::string readLine(long limit = 60) {
+    char line[8192];
+    return m_pipe.ReadLine(line, sizeof line, &m_timedOut, limit) ? line : "(none)";
+  }
+
+  Pipe m_pipe{0};
+  Texts m_output;
+  unsigned char m_timedOut = 0;
+
+ private:
+  long m_descriptors = 0;
+};
+
+}  // namespace orca_tests
+
+#endif
