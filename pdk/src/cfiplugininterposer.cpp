@@ -1,0 +1,228 @@
+#include "cfiplugininterposer.h"
+
+#include <cstring>
+#include <utility>
+
+#include "cfifimlist.h"
+#include "cfiobjid.h"
+#include "cfiscope.h"
+#include "cfistringtool.h"
+
+namespace orca_pdk_4_4 {
+
+namespace {
+
+constexpr uint32_t kReady = 0x8;
+constexpr int kAlternateNode = 1;
+constexpr int kTreeImport = 1;
+
+bool contains(const char* name, const std::string& part) {
+  return std::strstr(name, part.c_str()) != nullptr;
+}
+
+// An array of new object ids, one a group name; null when memory ran short.
+orca_objid** makeGroupIds(const std::vector<SFiFimInfo>& fims) {
+  const std::size_t size = fims.size() * sizeof(orca_objid*);
+  auto** ids = static_cast<orca_objid**>(orca_alloc_buf(size));
+  for (std::size_t i = 0; ids != nullptr && i < fims.size(); ++i) {
+    ids[i] = makeObjid(fims[i].group);
+    if (ids[i] != nullptr) continue;
+    while (i-- > 0) releaseObjid(ids[i]);
+    orca_free_buf(ids, size);
+    return nullptr;
+  }
+  return ids;
+}
+
+void setReady(pyx_domain* domain) {
+  if (domain != nullptr) domain->flags |= kReady;
+}
+
+}  // namespace
+
+CFiPluginInterposer::CFiPluginInterposer() = default;
+
+CFiPluginInterposer::~CFiPluginInterposer() {
+  for (const auto& [name, group] : m_groups) releaseObjid(group.objid);
+}
+
+void CFiPluginInterposer::addFim(std::string claimPattern, std::string fimName,
+                                 std::string fimDetail, int flags, std::string group) {
+  if (claimPattern.empty()) {
+    traceLine(FI_TRACE_ERROR, "ERROR: Invalid arg to addFim(), invalid claim pattern");
+    return;
+  }
+  if (group.empty()) group = fimName + "_FIM_GROUP";
+  SFiGroupInfo& info = m_groups[group];
+  releaseObjid(info.objid);
+  info = {group, claimPattern, makeObjid(group), nullptr};
+  m_fims[claimPattern].push_back(
+      {std::move(group), std::move(fimName), std::move(fimDetail), flags});
+}
+
+bool CFiPluginInterposer::isGroupNode(tstr name) const {
+  return m_groups.count(CFiStringTool::tstr2str(name)) != 0;
+}
+
+const std::map<std::string, SFiGroupInfo>& CFiPluginInterposer::groups() const { return m_groups; }
+
+const std::map<std::string, std::vector<SFiFimInfo>>& CFiPluginInterposer::fims() const {
+  return m_fims;
+}
+
+std::string CFiPluginInterposer::marker() const {
+  return "<" + CFiStringTool::tstr2str(getProviderName()) + ">";
+}
+
+CFiPluginInterposer::FimMap::const_iterator CFiPluginInterposer::findPattern(
+    const char* name) const {
+  auto entry = m_fims.begin();
+  while (entry != m_fims.end() && !contains(name, entry->first)) ++entry;
+  return entry;
+}
+
+std::vector<SFiFimInfo> CFiPluginInterposer::getFims(tstr nodeName) const {
+  const std::string name = CFiStringTool::tstr2str(nodeName);
+  if (isGroupNode(nodeName)) {
+    for (const auto& [pattern, fims] : m_fims) {
+      for (const SFiFimInfo& fim : fims) {
+        if (fim.group == name) return {fim};
+      }
+    }
+    return {};
+  }
+  if (!contains(name.c_str(), marker())) return {};
+  const auto entry = findPattern(name.c_str());
+  return entry == m_fims.end() ? std::vector<SFiFimInfo>() : entry->second;
+}
+
+int CFiPluginInterposer::claim(orca_objid* primary, orca_objid*** secondaries, int* count) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (primary == nullptr || primary->name == nullptr) {
+    traceLine(FI_TRACE_INFO, "ERROR: Invalid primary object id for claim()");
+    return PYX_CLAIM_NONE;
+  }
+  const char* name = primary->name;
+  if (!contains(name, marker()) || findPattern(name) == m_fims.end()) {
+    traceLine(FI_TRACE_INFO, "Info, NOT claiming node [%s]", name);
+    return PYX_CLAIM_NONE;
+  }
+  if (secondaries != nullptr) *secondaries = nullptr;
+  if (count != nullptr) *count = 0;
+  traceLine(FI_TRACE_INFO, "Info, claiming node [%s] PYX_CLAIM_SECONDARY", name);
+  return PYX_CLAIM_SECONDARY;
+}
+
+int CFiPluginInterposer::interpose(pyx_domain* domain, orca_objid** interposed,
+                                   orca_objid*** groups, int* count) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (m_fims.empty()) return FI_OK;
+  const char* name = nodeName(domain);
+  if (domain != nullptr && (domain->node_type & m_ignoredNodeTypes) != 0) return FI_OK;
+  for (const auto& [pattern, fims] : m_fims) {
+    traceLine(FI_TRACE_INFO, "CFiPluginInterposer::interpose - Looking for patten %s in %s.",
+              pattern.c_str(), name);
+    if (!contains(name, pattern)) continue;
+    const std::string ownName = marker() + name;
+    if (interposed != nullptr) *interposed = makeObjid(ownName);
+    orca_objid** ids = groups == nullptr ? nullptr : makeGroupIds(fims);
+    if (groups != nullptr) *groups = ids;
+    if (count != nullptr) *count = ids == nullptr ? 0 : static_cast<int>(fims.size());
+    traceLine(FI_TRACE_INFO, "Info, interposing with node [%s] on [%s].", ownName.c_str(), name);
+    return FI_YES;
+  }
+  return FI_OK;
+}
+
+int CFiPluginInterposer::supportsFiType(pyx_domain* domain, char* fiType) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (fiType == nullptr) return FI_OK;
+  for (const SFiFimInfo& fim : getFims(nodeName(domain))) {
+    if (fim.fimName != fiType && std::strcmp(fiType, "any") != 0) continue;
+    const CFiPrivateDataPtr data = findPrivateData(domain);
+    int32_t unused = 0;
+    const bool answered = domain != nullptr && domain->capability != nullptr;
+    int32_t& capability = answered ? *domain->capability : unused;
+    if (!data || data->getHostList().empty()) {
+      capability |= fim.flags;
+    } else {
+      capability = data->getTransportable() ? 2 : 1;
+    }
+    return FI_YES;
+  }
+  return FI_OK;
+}
+
+int CFiPluginInterposer::checkNodeExistence(pyx_domain* domain, int* exists) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (m_fims.empty()) return FI_NOT_SUPPORTED;
+  if (exists == nullptr) return FI_INVALID;
+  *exists = contains(nodeName(domain), marker()) ? 1 : 0;
+  return FI_OK;
+}
+
+int CFiPluginInterposer::isReady(char*, pyx_splitnode** nodes, int count) {
+  const OperationScope scope(*this, kInterposerSource);
+  for (int i = 0; nodes != nullptr && i < count; ++i) {
+    if (nodes[i] == nullptr) continue;
+    setReady(nodes[i]->domain);
+    setReady(nodes[i]->second);
+  }
+  return FI_OK;
+}
+
+void CFiPluginInterposer::addIgnoreNodeType(int nodeType) {
+  m_ignoredNodeTypes |= static_cast<uint32_t>(nodeType);
+}
+
+void CFiPluginInterposer::setDefaultNodeType(int nodeType) {
+  m_defaultNodeType = nodeType;
+}
+
+int CFiPluginInterposer::importNode(tstr, std::vector<tstr>, bool, bool, bool, int) {
+  const OperationScope scope(*this, kInterposerSource);
+  return FI_NOT_SUPPORTED;
+}
+
+int CFiPluginInterposer::initAltNode(pyx_domain* primary, pyx_domain*, pyx_domain* target,
+                                     bool flag) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (target == nullptr) {
+    traceLine(FI_TRACE_ERROR, "ERROR: initAltNode(): target node is invalid.");
+    return FI_INVALID;
+  }
+  findOrCreatePrivateData(target, kAlternateNode);
+  target->node_type |= static_cast<uint32_t>(m_defaultNodeType);
+  const CFiPrivateDataPtr data = findPrivateData(primary);
+  if (flag || !data || data->getTransportable() || data->getIntent() != PYX_INTENT_NONE) {
+    return FI_OK;
+  }
+  return importNode(nodeName(target), data->getHostList(), false, false, false, kTreeImport);
+}
+
+int CFiPluginInterposer::importTreeNode(pyx_domain* domain, orca_objid**, orca_objid**, int,
+                                        orca_objid** imported) {
+  const OperationScope scope(*this, kInterposerSource);
+  orca_objid* id = domain == nullptr ? nullptr : domain->import_objid;
+  if (id == nullptr || id->name == nullptr) {
+    traceLine(FI_TRACE_ERROR, "Error: Invalid input arguments to importTreeNode");
+    return FI_INVALID;
+  }
+  const CFiPrivateDataPtr data = findPrivateData(domain);
+  const int result = data ? importNode(id->name, data->getHostList(), data->getTransportable(),
+                                       false, false, kTreeImport)
+                          : importNode(id->name, {}, false, false, false, kTreeImport);
+  if (imported != nullptr) *imported = id;
+  return result;
+}
+
+void CFiPluginInterposer::deInitNode(pyx_domain* domain) {
+  const OperationScope scope(*this, kInterposerSource);
+  traceLine(FI_TRACE_INFO, "CFiPluginInterposer::deInitNode for Node [%s]", nodeName(domain));
+  if (domain == nullptr) return;
+  // The field keeps its value, as callers expect; only the base's operation clears it.
+  freeFimList(domain->fim_list);
+  if (privateDataManager()) privateDataManager()->remove(domain);
+}
+
+}  // namespace orca_pdk_4_4

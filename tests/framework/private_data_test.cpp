@@ -1,0 +1,118 @@
+#include "cfiprivatedata.h"
+
+#include "cfiprivatedatamgr.h"
+#include "framework/test_provider.h"
+
+namespace orca_tests {
+namespace {
+
+using namespace orca_pdk;
+
+char g_name[] = "/dev/sdc";
+orca_objid g_id{g_name, 3};
+
+// A description list with these names, each its own default, and a value list of its defaults.
+CFiConfigParamInfoList infosOf(const Texts& names) {
+  CFiConfigParamInfoList list;
+  for (const std::string& name : names) {
+    list.params[name].key = list.params[name].defaultValue = name;
+  }
+  return list;
+}
+
+TEST(NodeState, IsThreeLinesInABufferOfTheirLengthAndTheNul) {
+  const std::tuple<const char*, bool, orca_objid*, std::string> cases[] = {
+      {"S<1>", false, &g_id,
+       "<NODE_NAME>/dev/sdc</NODE_NAME>\n<IS_ALT_NODE>false</IS_ALT_NODE>\n"
+       "<SESSION_ID>S<1></SESSION_ID>\n"},
+      {nullptr, true, nullptr,
+       "<NODE_NAME></NODE_NAME>\n<IS_ALT_NODE>true</IS_ALT_NODE>\n<SESSION_ID></SESSION_ID>\n"}};
+  for (const auto& [session, alternate, id, text] : cases) {
+    CFiPrivateData data(id);
+    if (session != nullptr) data.setSessionId(session);
+    data.setSessionId(nullptr);
+    data.setIsAltNode(alternate);
+    pyx_blob blob{7, g_name, 9};
+    EXPECT_EQ(data.setNodeState(&blob), 0);
+    EXPECT_EQ(blob.data, g_name);
+    EXPECT_EQ(data.getNodeState(&blob), 0);
+    EXPECT_EQ(std::string(blob.data, blob.length), text + '\0');
+    EXPECT_EQ(blob.kind, 1U);
+    orca_free_buf(blob.data, blob.length);
+  }
+}
+
+TEST(PrivateData, AccumulatesHostsAndPassesNamelessOnesOver) {
+  char a[] = "a", c[] = "c";
+  pyx_host_infn third{c, nullptr}, second{nullptr, &third}, first{a, &second};
+  CFiPrivateData data;
+  data.setHostList(&first);
+  data.setHostList(nullptr);
+  data.setHostList(&first);
+  EXPECT_EQ(data.getHostList(), (std::vector<tstr>{"a", "c", "a", "c"}));
+}
+
+TEST(PrivateData, MakesTheListsOfAModeOnFirstUse) {
+  CFiPrivateData data;
+  EXPECT_FALSE(data.hasConfigInfoList(0) || data.hasConfigDataList(1));
+  EXPECT_EQ(data.configInfoList(0), data.configInfoList(0));
+  EXPECT_EQ(data.configDataList(1), data.configDataList(1));
+  EXPECT_TRUE(data.hasConfigInfoList(0) && data.hasConfigDataList(1));
+  EXPECT_FALSE(data.hasConfigInfoList(1) || data.hasConfigDataList(0));
+}
+
+TEST(PrivateData, ReplacesAListThatADerivedClassDenies) {
+  struct : CFiPrivateData {
+    bool hasConfigDataList(int) override { return false; }
+  } data;
+  data.configDataList(0)->params["a"];
+  EXPECT_TRUE(data.configDataList(0)->params.empty());
+}
+
+TEST(Defaults, AreAddedUnlessAnEarlierNameContainsTheirs) {
+  const std::tuple<Texts, Texts, Texts> cases[] = {{{"xab"}, {"a", "ab"}, {"xab"}},
+                                                   {{"b"}, {"a", "ab"}, {"b", "a", "ab"}},
+                                                   {{"b"}, {"abc", "b", "bc"}, {"b", "abc", "bc"}},
+                                                   {{"A"}, {"a"}, {"A", "a"}},
+                                                   {{}, {"a", "ab"}, {"a", "ab"}}};
+  for (const auto& [before, defaults, after] : cases) {
+    CFiPrivateData data;
+    *data.configDataList(1) = infosOf(before).getDefaultDataList();
+    CFiConfigParamInfoList infos = infosOf(defaults);
+    data.addDefaultConfigParamsToDataList(1, &infos);
+    EXPECT_EQ(data.configDataList(1)->getXML(), infosOf(after).getDefaultDataList().getXML());
+    EXPECT_EQ(data.configDataList(1)->params.size(), after.size());
+    EXPECT_FALSE(data.hasConfigInfoList(1));
+  }
+}
+
+TEST(Defaults, AreTakenFromTheModesOwnDescriptionsWithoutAList) {
+  CFiPrivateData data;
+  data.addDefaultConfigParamsToDataList(0, nullptr);
+  EXPECT_TRUE(data.hasConfigInfoList(0));
+  EXPECT_FALSE(data.hasConfigDataList(0));
+  *data.configInfoList(0) = infosOf({"a"});
+  data.addDefaultConfigParamsToDataList(0, nullptr);
+  EXPECT_EQ(data.configDataList(0)->getXML(), infosOf({"a"}).getDefaultDataList().getXML());
+}
+
+TEST(PrivateDataMap, KeepsOneRecordForEachNodeUntilItIsRemoved) {
+  CFiPrivateDataMap map;
+  map.registerTraceLog(CFiTraceLogPtr(new CFiTraceLog));
+  pyx_domain node{}, other{};
+  node.objid = &g_id;
+  EXPECT_FALSE(map.find(&node) || map.findOrCreate(nullptr, 0));
+  const CFiPrivateDataPtr data = map.findOrCreate(&node, 0);
+  EXPECT_STREQ(data->getObjName(), g_name);
+  EXPECT_FALSE(data->getIsAltNode());
+  EXPECT_EQ(data->getTraceLog().get(), map.getTraceLog().get());
+  EXPECT_EQ(map.findOrCreate(&node, 1).get(), data.get());
+  EXPECT_TRUE(data->getIsAltNode());
+  EXPECT_NE(map.findOrCreate(&other, 0).get(), data.get());
+  map.remove(&node);
+  EXPECT_FALSE(map.find(&node));
+  EXPECT_EQ(data->getCount(), 1);
+}
+
+}  // namespace
+}  // namespace orca_tests

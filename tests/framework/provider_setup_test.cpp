@@ -1,0 +1,151 @@
+#include "cfiprovidersetup.h"
+
+#include <cstdlib>
+#include <memory>
+
+#include "cficonfiguration.h"
+#include "framework/test_provider.h"
+
+namespace orca_tests {
+namespace {
+
+using namespace orca_pdk;
+
+SFiProviderIdentity identityOf(const std::string& name) {
+  SFiProviderIdentity identity;
+  identity.providerName = name;
+  identity.fimName = "copy";
+  identity.messageIndexOffset = 100;
+  return identity;
+}
+
+class SetUpProvider : public TestProvider {
+ public:
+  explicit SetUpProvider(const SFiProviderIdentity& identity) : setup(*this, identity) {}
+  CFiProviderSetup setup;
+};
+
+// Providers "one" and "two" whose settings let every line be traced into the test's folder, with
+// catalogs in English and German.
+class ProviderSetup : public ::testing::Test {
+ protected:
+  ProviderSetup() {
+    for (const std::string name : {"one", "two"}) {
+      writeFile(m_root.path() / "lib/orca/configfiles" / (name + ".conf"),
+                "[DEBUG_TRACE_INFO]\n\"TRACEDIR\"=\"" + m_root.str() + "\"\n\"TRACEFILE\"=\"" +
+                    name + "\"\n\"TRACELEVEL\"=dword:00000006\n");
+      for (const std::string language : {"root", "en", "de"}) addCatalog(name, language);
+    }
+  }
+  void addCatalog(const std::string& name, const std::string& language) {
+    tstr dir, file;
+    CFiConfigurationPathTool::getMessageFileInfo(tstr(name.c_str()), dir, file);
+    const std::filesystem::path bundle = std::string(dir.c_str()) + file.c_str();
+    const std::string source = (bundle / (language + ".txt")).string();
+    writeFile(source, language + " { MSG_A { \"" + language + " {0}\" } }\n");
+    const std::string command = "genrb -q -d " + bundle.string() + " " + source;
+    ASSERT_EQ(std::system(command.c_str()), 0);
+  }
+  std::unique_ptr<SetUpProvider> provider(const std::string& name) {
+    auto made = std::make_unique<SetUpProvider>(identityOf(name));
+    if (made->errorManager()->getCount() == 2) made->errorManager()->registerHandler(&m_recorder);
+    return made;
+  }
+  static std::string lastErrorIn(CFiPluginBase& provider, const char* language) {
+    pyx_msg_info* info = nullptr;
+    char* text = nullptr;
+    provider.getLastError(&info);
+    provider.getLocaleMessage(nullptr, info, language, &text);
+    return text != nullptr ? text : "(null)";
+  }
+
+  Recorder m_recorder;
+  TempDir m_root;
+  ScopedEnv m_env{"ORCA_INSTALL_ROOT", m_root.str().c_str()};
+  ScopedEnv m_lcAll{"LC_ALL", nullptr}, m_lcMessages{"LC_MESSAGES", nullptr}, m_lang{"LANG", "C"};
+};
+
+template <typename Manager>
+bool isTheProcesss(const CFiSmartPtr<Manager, CFiContextSingletonAllocator<Manager>>& manager) {
+  return manager && manager.get() == CFiContextSingletonAllocator<Manager>::instance();
+}
+
+TEST_F(ProviderSetup, NamesTheProviderAndRegistersTheProcesssManagers) {
+  const auto one = provider("one");
+  EXPECT_EQ(one->getProviderName(), "one");
+  EXPECT_EQ(one->getFimName(), "copy");
+  EXPECT_EQ(one->getMessageIndexOffset(), 100);
+  EXPECT_TRUE(isTheProcesss(one->getTraceLog()) && one->getTraceLog()->isInitialized());
+  EXPECT_TRUE(isTheProcesss(one->errorManager()) && isTheProcesss(one->sessionManager()));
+  EXPECT_TRUE(isTheProcesss(one->catalogManager()) && isTheProcesss(one->privateDataManager()));
+  pyx_domain node{};
+  EXPECT_TRUE(isTheProcesss(one->privateDataManager()->findOrCreate(&node, 0)->getTraceLog()));
+}
+
+TEST_F(ProviderSetup, GivesTwoProvidersOneLogAndTheirOwnTextsAndNodes) {
+  const auto one = provider("one"), two = provider("two");
+  const std::string path = two->getTraceLog()->getTracePath().c_str();
+  EXPECT_TRUE(path.starts_with(m_root.str() + "/one.")) << path;
+  EXPECT_TRUE(isTheProcesss(two->errorManager()) && isTheProcesss(two->sessionManager()));
+  EXPECT_FALSE(isTheProcesss(two->catalogManager()) || isTheProcesss(two->privateDataManager()));
+  one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {icu::Formattable(7)});
+  EXPECT_EQ(lastErrorIn(*one, "en"), "one: en 7");
+  EXPECT_EQ(lastErrorIn(*two, "de"), "two: de 7");
+}
+
+TEST_F(ProviderSetup, PushesAMessageToTraceLogAndLastError) {
+  const std::pair<pyx_eseverity, std::string> cases[] = {
+      {PYX_SEV_ERROR, "1"}, {PYX_SEV_WARNING, "2"}, {PYX_SEV_INFO, "3"}, {PYX_SEV_DETAIL, "6"}};
+  const auto one = provider("one");
+  for (const auto& [severity, level] : cases) {
+    one->setup.pushMessage("MSG_A", severity, {icu::Formattable("x")});
+    EXPECT_EQ(m_recorder.takeBody(), Texts{level + " MSG_A: one: en x"});
+    EXPECT_EQ(one->errorManager()->getLastError()->getSeverity(), severity);
+  }
+  one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {});
+  EXPECT_EQ(lastErrorIn(*one, "de"), "one: de MSG_A");
+  EXPECT_EQ(m_recorder.messages, Texts(5, "MSG_A"));
+}
+
+TEST_F(ProviderSetup, TakesTheNativeLanguageFromTheEnvironment) {
+  const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
+      {"", "de_AT.UTF-8@euro", "fr", "", "de_AT"},
+      {"it@x.y", "de", "fr", "", "it"},
+      {nullptr, nullptr, "fr_FR", "", "fr_FR"},
+      {nullptr, "C.UTF-8", "fr", "", "en"},
+      {"POSIX", "de", "fr", "", "en"},
+      {nullptr, nullptr, nullptr, "", "en"},
+      {"de", "de", "de", "ja.x", "ja.x"}};
+  for (const auto& [all, messages, lang, given, native] : cases) {
+    const ScopedEnv first("LC_ALL", all), second("LC_MESSAGES", messages), third("LANG", lang);
+    SFiProviderIdentity identity = identityOf("one");
+    identity.nativeLanguage = given;
+    EXPECT_EQ(SetUpProvider(identity).catalogManager()->getNativeLanguage(), native);
+  }
+}
+
+TEST_F(ProviderSetup, FeedsTheErrorManagerUntilTheLastSetUpEnds) {
+  for (const bool firstGoesFirst : {true, false}) {
+    auto first = provider("one"), second = provider("two");
+    const CFiTraceLogPtr log = first->getTraceLog();
+    (firstGoesFirst ? first : second).reset();
+    m_recorder.lines.clear();
+    log->trace(3, "still %s", "heard");
+    EXPECT_EQ(m_recorder.lines, Texts{"3 still heard"});
+    first.reset();
+    second.reset();
+    EXPECT_EQ(CFiContextSingletonAllocator<CFiErrorManager>::instance(), nullptr);
+    log->trace(3, "no longer %s", "heard");
+    EXPECT_EQ(m_recorder.lines, Texts{"3 still heard"});
+  }
+}
+
+TEST_F(ProviderSetup, TakesItsTextsAwayFromAManagerThatStays) {
+  auto one = provider("one");
+  const CFiMessageCatalogManagerPtr catalogs = one->catalogManager();
+  one.reset();
+  EXPECT_EQ(catalogs->getMessage("MSG_A", nullptr, "de"), tstr("<MSG_A>"));
+}
+
+}  // namespace
+}  // namespace orca_tests
