@@ -2,7 +2,7 @@
 function(orca_strict target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror
-    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wno-error=deprecated-declarations>
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
     # g++ 12 sees an overlap in "text" + std::string that cannot happen.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)

@@ -21,6 +21,13 @@
 #define ORCA_FIUTIL_API
 #endif
 
+/* The enumerations take any 32-bit value, named here or not. */
+#ifdef __cplusplus
+#define ORCA_ENUM32 : int32_t
+#else
+#define ORCA_ENUM32
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -100,10 +107,10 @@ typedef struct pyx_confspec {
 } pyx_confspec;
 
 /* What a node is wanted for. 32 bits. */
-enum pyx_intent { PYX_INTENT_NONE = 0 };
+enum pyx_intent ORCA_ENUM32 { PYX_INTENT_NONE = 0 };
 
 /* How bad a message is. 32 bits. */
-enum pyx_eseverity {
+enum pyx_eseverity ORCA_ENUM32 {
   PYX_SEV_INFO = 1,
   PYX_SEV_WARNING = 2,
   PYX_SEV_ERROR = 3,
@@ -111,10 +118,10 @@ enum pyx_eseverity {
 };
 
 /* What processProviderState is asked for. 32 bits. */
-enum pyx_op_providerstate { PYX_OPSTATE_GET = 1 };
+enum pyx_op_providerstate ORCA_ENUM32 { PYX_OPSTATE_GET = 1 };
 
 /* What becomes of a snapshot. 32 bits. */
-enum pyx_disposition { PYX_DISPOSITION_NONE = 0 };
+enum pyx_disposition ORCA_ENUM32 { PYX_DISPOSITION_NONE = 0 };
 
 /* Answers of the claim operation. */
 enum { PYX_CLAIM_NONE = 0, PYX_CLAIM_PRIMARY = 1, PYX_CLAIM_SECONDARY = 2 };

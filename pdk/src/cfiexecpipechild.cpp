@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 
+#include "V_strings.h"
 #include "cfitracelog.h"
 
 namespace orca_pdk_4_4 {
@@ -20,9 +21,11 @@ constexpr const char* kLocaleNames[] = {"LANG",        "LC_ALL",      "LC_COLLAT
                                         "LC_MESSAGES", "LC_MONETARY", "LC_NUMERIC", "LC_TIME"};
 constexpr const char* kEmptyNames[] = {"CDPATH", "EDITOR", "ENV", "FPATH", "IFS"};
 
-// A step that went wrong in a child.
+// What can go wrong in a child.
+enum class Step { kOpenFile, kOpenNull, kStdin, kStdout, kStderr, kCloseRead, kCloseWrite, kExec };
+
 struct Failure {
-  const char* what;
+  Step step;
   int error;
 };
 
@@ -37,13 +40,13 @@ struct Report {
 // The functions from here to runShared run in a child that shares the memory of its waiting parent:
 // they make system calls and write to their own frames and to the report, nothing else.
 
-void note(Report& report, const char* what) {
-  if (report.count < Report::kMost) report.failures[report.count++] = {what, errno};
+void note(Report& report, Step step) {
+  if (report.count < Report::kMost) report.failures[report.count++] = {step, errno};
 }
 
-bool putInPlace(Report& report, const char* what, int from, int to) {
+bool putInPlace(Report& report, Step step, int from, int to) {
   if (dup2(from, to) >= 0) return true;
-  note(report, what);
+  note(report, step);
   return false;
 }
 
@@ -51,29 +54,28 @@ bool setStdin(const SFiChildPlan& plan, Report& report) {
   const bool isNull = plan.stdinFile == nullptr;
   const int fd = open(isNull ? "/dev/null" : plan.stdinFile, O_RDONLY);
   if (fd < 0) {
-    note(report, isNull ? "Could not open /dev/null for reading" : nullptr);
+    note(report, isNull ? Step::kOpenNull : Step::kOpenFile);
     return false;
   }
   if (fd == STDIN_FILENO) return true;
-  if (!putInPlace(report, "dup2(stdin) failed", fd, STDIN_FILENO)) return false;
+  if (!putInPlace(report, Step::kStdin, fd, STDIN_FILENO)) return false;
   close(fd);
   return true;
 }
 
 bool setStreams(const SFiChildPlan& plan, Report& report) {
-  if (!setStdin(plan, report) ||
-      !putInPlace(report, "dup2(stdout) failed", plan.writeEnd, STDOUT_FILENO) ||
-      !putInPlace(report, "dup2(stderr) failed", plan.writeEnd, STDERR_FILENO)) {
+  if (!setStdin(plan, report) || !putInPlace(report, Step::kStdout, plan.writeEnd, STDOUT_FILENO) ||
+      !putInPlace(report, Step::kStderr, plan.writeEnd, STDERR_FILENO)) {
     return false;
   }
-  if (close(plan.readEnd) != 0) note(report, "child close(pipe[0]) failed");
-  if (close(plan.writeEnd) != 0) note(report, "child close(pipe[1]) failed");
+  if (close(plan.readEnd) != 0) note(report, Step::kCloseRead);
+  if (close(plan.writeEnd) != 0) note(report, Step::kCloseWrite);
   return true;
 }
 
 void becomeCommand(const SFiChildPlan& plan, Report& report) {
   execve(plan.arguments[0], plan.arguments, plan.environment);
-  note(report, "execv() failed");
+  note(report, Step::kExec);
 }
 
 // The handlers of the host must not run in the child; the program starts without them anyway.
@@ -130,18 +132,46 @@ pid_t startShared(const SFiChildPlan& plan, Report& report) {
   return pid;
 }
 
+void traceFailure(CFiTraceLog& log, const char* stdinFile, const Failure& failure) {
+  const int error = failure.error;
+  switch (failure.step) {
+    case Step::kOpenFile:
+      return log.trace(
+          FI_TRACE_ERROR,
+          "CFiExecPipePosix::ExecPipe ERROR: Could not open '%s' for reading, errno %d", stdinFile,
+          error);
+    case Step::kOpenNull:
+      return log.trace(
+          FI_TRACE_ERROR,
+          "CFiExecPipePosix::ExecPipe ERROR: Could not open /dev/null for reading, errno %d",
+          error);
+    case Step::kStdin:
+      return log.trace(FI_TRACE_ERROR,
+                       "CFiExecPipePosix::ExecPipe ERROR: dup2(stdin) failed, errno %d", error);
+    case Step::kStdout:
+      return log.trace(FI_TRACE_ERROR,
+                       "CFiExecPipePosix::ExecPipe ERROR: dup2(stdout) failed, errno %d", error);
+    case Step::kStderr:
+      return log.trace(FI_TRACE_ERROR,
+                       "CFiExecPipePosix::ExecPipe ERROR: dup2(stderr) failed, errno %d", error);
+    case Step::kCloseRead:
+      return log.trace(FI_TRACE_ERROR,
+                       "CFiExecPipePosix::ExecPipe ERROR: child close(pipe[0]) failed, errno %d",
+                       error);
+    case Step::kCloseWrite:
+      return log.trace(FI_TRACE_ERROR,
+                       "CFiExecPipePosix::ExecPipe ERROR: child close(pipe[1]) failed, errno %d",
+                       error);
+    case Step::kExec:
+      return log.trace(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ERROR: execv() failed, errno %d",
+                       error);
+  }
+}
+
 // Writes the failures to the trace log and forgets them.
 void trace(const SFiChildPlan& plan, Report& report, CFiTraceLog* log) {
   for (int i = 0; i < report.count && log != nullptr; ++i) {
-    const Failure& failure = report.failures[i];
-    if (failure.what != nullptr) {
-      log->trace(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ERROR: %s, errno %d", failure.what,
-                 failure.error);
-    } else {
-      log->trace(FI_TRACE_ERROR,
-                 "CFiExecPipePosix::ExecPipe ERROR: Could not open '%s' for reading, errno %d",
-                 plan.stdinFile, failure.error);
-    }
+    traceFailure(*log, plan.stdinFile, report.failures[i]);
   }
   report.count = 0;
 }
@@ -201,7 +231,8 @@ void CFiChildEnvironment::copyHost() {
 
 void CFiChildEnvironment::put(const char* name, const char* value) {
   std::string& text = m_texts[m_textCount];
-  text.append(name).append("=").append(value);
+  text.resize(std::strlen(name) + 1 + std::strlen(value));
+  V_snprintf(text.data(), text.size() + 1, "%s=%s", name, value);
   ++m_textCount;
   const std::size_t compared = std::strlen(name) + 1;
   for (char*& entry : m_entries) {

@@ -89,10 +89,15 @@ bool CFiExecPipePosix::isReaped(int& status) {
 }
 
 void CFiExecPipePosix::sendSignal(int period) {
-  const bool isFirst = period == 1;
-  if (kill(m_pid, isFirst ? SIGTERM : SIGKILL) == 0) return;
-  traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: kill(%d, %s) failed, errno %d", m_pid,
-            isFirst ? "SIGTERM" : "SIGKILL", errno);
+  if (period == 1) {
+    if (kill(m_pid, SIGTERM) == 0) return;
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: kill(%d, SIGTERM) failed, errno %d",
+              m_pid, errno);
+  } else {
+    if (kill(m_pid, SIGKILL) == 0) return;
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: kill(%d, SIGKILL) failed, errno %d",
+              m_pid, errno);
+  }
 }
 
 int CFiExecPipePosix::Close(long timeout) {

@@ -74,7 +74,9 @@ class BoundedReader : public xercesc::SAX2XMLReaderImpl {
   // As the scanner does with its own fatal errors: it reports them and ends by throwing their code.
   [[noreturn]] void refuse(const XMLCh* message) {
     constexpr auto code = xercesc::XMLErrs::EntityExpansionLimitExceeded;
-    error(code, XMLUni::fgXMLErrDomain, ErrType_Fatal, message, kSystemId, nullptr, 0, 0);
+    if (getErrorHandler() != nullptr) {
+      error(code, XMLUni::fgXMLErrDomain, ErrType_Fatal, message, kSystemId, nullptr, 0, 0);
+    }
     throw code;
   }
 

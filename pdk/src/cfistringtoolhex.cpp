@@ -12,18 +12,17 @@ namespace {
 
 constexpr int kHexadecimal = 16;
 constexpr int kByteDigits = 2;
-constexpr int kPrefixDigits = 4;
 
-void appendHex(std::string& digits, int width, unsigned int value) {
+void appendHex(std::string& digits, unsigned int value) {
   char piece[64];
-  V_snprintf(piece, sizeof piece, "%0*x", width, value);
+  V_snprintf(piece, sizeof piece, "%02x", value);
   digits += piece;
 }
 
 // What every unique id starts with.
 std::string uidPrefix(unsigned int prefix) {
-  std::string uid;
-  appendHex(uid, kPrefixDigits, prefix);
+  char uid[64];
+  V_snprintf(uid, sizeof uid, "%04x", prefix);
   return uid;
 }
 
@@ -46,7 +45,7 @@ std::string CFiStringTool::binary2str(const unsigned char* bytes, unsigned int c
   std::string digits;
   if (bytes == nullptr) return digits;
   digits.reserve(std::size_t{count} * kByteDigits);
-  for (unsigned int i = 0; i < count; ++i) appendHex(digits, kByteDigits, bytes[i]);
+  for (unsigned int i = 0; i < count; ++i) appendHex(digits, bytes[i]);
   return digits;
 }
 
@@ -67,7 +66,7 @@ std::string CFiStringTool::str2uid(unsigned int prefix, const std::string& text)
   std::string uid = uidPrefix(prefix);
   for (const char character : text) {
     const auto value = static_cast<signed char>(character);
-    appendHex(uid, kByteDigits, static_cast<unsigned int>(value));
+    appendHex(uid, static_cast<unsigned int>(value));
   }
   return uid;
 }

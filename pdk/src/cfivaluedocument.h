@@ -102,8 +102,10 @@ struct CFiValueReading {
 
   // Documents of the kit are in ascending order, so the end is where the entry most likely belongs.
   void storeEntry() {
-    entries.try_emplace(entries.end(), current.key)->second = std::move(current);
-    current = Entry();
+    Entry& stored = entries.try_emplace(entries.end(), current.key)->second;
+    stored.key = std::exchange(current.key, {});
+    stored.value = std::exchange(current.value, {});
+    stored.valueList = std::exchange(current.valueList, {});
   }
 };
 
