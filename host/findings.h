@@ -1,0 +1,14 @@
+#ifndef FIHOST_FINDINGS_H
+#define FIHOST_FINDINGS_H
+
+#include "report.h"
+
+namespace fihost {
+
+// Reports every buffer and object id that was not given back, or not as it should be. Called when
+// the host has given everything back and the provider is gone.
+void reportFindings(Report& report);
+
+}  // namespace fihost
+
+#endif

@@ -1,0 +1,153 @@
+#include "host_fixture.h"
+
+namespace {
+
+using namespace orca_tests;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+const Words kWholeOrder = {
+    "init",       "claim",   "initNode", "config GETPARAM", "config SET",           "quiesce",
+    "prePrepare", "prepare", "make",     "unquiesce",       "processProviderState", "getStatus",
+    "deInitNode", "fini"};
+
+class LifeCycle : public Host {};
+
+TEST_F(LifeCycle, ParamsShowsTheDescriptionsAsTableAndAsTheyCame) {
+  const CommandResult table = run(withPlugin("params", {"/data/a"}));
+  EXPECT_EQ(table.status, 0) << table.err;
+  EXPECT_EQ(table.out,
+            "KEY   TYPE         USE     DEFAULT  ALLOWED     SHARED  MEANING\n"
+            "keep  int          SELECT  7        1 to 64     no      <MSG_keep>\n"
+            "mode  string_list  SELECT  auto     auto, copy  no      <MSG_mode>\n");
+  const CommandResult xml = run(withPlugin("params", {"/data/a", "--xml"}));
+  EXPECT_THAT(xml.out, testing::StartsWith("<?xml version=\"1.0\" standalone=\"yes\" ?>\n"
+                                           "<ConfigParamList>\n<ConfigParam>\n\t<key>keep</key>"));
+  const CommandResult refused = run(withPlugin("params", {"/other"}));
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("does not want this node"));
+}
+
+TEST_F(LifeCycle, TakesKeepsRestoresAndDisposesASnapshot) {
+  const Json taken = runJson(withPlugin("snapshot", {"/data/a", "--set", "keep=3"}), 0);
+  EXPECT_EQ(operations(taken), kWholeOrder);
+  EXPECT_EQ(taken["snapshots"][0]["name"], "snap:/data/a");
+  EXPECT_EQ(taken["snapshots"][0]["meaning"], "ready");
+  EXPECT_EQ(taken["findings"], Json::array());
+
+  const Json listed = runJson({"list"}, 0)["snapshots"][0];
+  EXPECT_EQ(listed["node"], "/data/a");
+  EXPECT_EQ(listed["session"], taken["session"]);
+  EXPECT_EQ(listed["provider_state"]["bytes"], (Json{'s', 't', 0xff, 0}));
+  EXPECT_THAT(listed["values"].get<std::string>(),
+              AllOf(HasSubstr("<value>3</value>"), HasSubstr("<value>auto</value>")));
+
+  const Words frame{"init", "initNode", "", "deInitNode", "fini"};
+  for (const char* verb : {"getStatus", "restore", "dispose"}) {
+    Words expected = frame;
+    expected[2] = verb;
+    const std::string name = verb == std::string("getStatus") ? "status" : verb;
+    const Json answer = runJson({name, "snap:/data/a"}, 0);
+    EXPECT_EQ(operations(answer), expected);
+    EXPECT_EQ(answer["findings"], Json::array());
+  }
+  EXPECT_EQ(runJson({"list"}, 0)["snapshots"], Json::array());
+  EXPECT_EQ(run({"dispose", "snap:/data/a"}).status, 2);
+}
+
+TEST_F(LifeCycle, SendsFileValuesListsAndUnknownKeysOn) {
+  const std::string file = m_dir.file("values.xml");
+  writeFile(file,
+            "<ConfigValueList><ConfigValue><key>keep</key><value>9</value></ConfigValue>"
+            "<ConfigValue><key>mode</key><value>copy</value></ConfigValue></ConfigValueList>");
+  const CommandResult result =
+      run(withPlugin("snapshot", {"/data/a", "/data/b", "--params", file, "--set", "mode=x",
+                                  "--set", "mode=y", "--set", "odd=1"}));
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "fihost: provider tester describes no parameter odd\n");
+  const Json records = runJson({"list"}, 0)["snapshots"];
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_THAT(
+      records[1]["values"].get<std::string>(),
+      AllOf(HasSubstr("<value>9</value>"), Not(HasSubstr("copy")),
+            HasSubstr("<valueList>\n\t<value>x</value>\n\t<value>y</value>\n</valueList>")));
+}
+
+TEST_F(LifeCycle, EndsWhatWasBegunAfterAFailureInAnyStep) {
+  for (const char* variable : {"TEST_FAIL", "TEST_THROW"}) {
+    for (const Words& order :
+         {Words{"init", "fini"}, Words{"claim", "fini"}, Words{"initNode", "deInitNode", "fini"},
+          Words{"quiesce", "unquiesce", "deInitNode", "fini"},
+          Words{"prePrepare", "unquiesce", "deInitNode", "fini"},
+          Words{"prepare", "unquiesce", "deInitNode", "fini"},
+          Words{"make", "unquiesce", "deInitNode", "fini"}}) {
+      const std::string& failing = order.front();
+      const ScopedEnv env(variable, failing.c_str());
+      const Json answer = runJson(withPlugin("snapshot", {"/data/a"}), 1);
+      Words expected(kWholeOrder.begin(),
+                     std::find(kWholeOrder.begin(), kWholeOrder.end(), failing));
+      expected.insert(expected.end(), order.begin(), order.end());
+      EXPECT_EQ(operations(answer), expected) << variable << " " << failing;
+      EXPECT_EQ(answer["failures"].size(), 1u);
+      EXPECT_EQ(answer["findings"], Json::array());
+      EXPECT_EQ(runJson({"list"}, 0)["snapshots"], Json::array());
+    }
+  }
+}
+
+TEST_F(LifeCycle, FailureLineSaysWhoWhatWhereWhyAndWhatChanged) {
+  runJson(withPlugin("snapshot", {"/data/a"}), 0);
+  const struct {
+    const char* operation;
+    Words words;
+    std::string changed;
+  } cases[] = {
+      {"prepare", withPlugin("snapshot", {"/data/a"}), "nothing was changed"},
+      {"make", withPlugin("snapshot", {"/data/a"}), "no snapshot was handed out"},
+      {"restore",
+       {"restore", "snap:/data/a"},
+       "whether the node's content has changed is not known to the host"},
+      {"dispose", {"dispose", "snap:/data/a"}, "the snapshot stays in the list"},
+  };
+  for (const auto& c : cases) {
+    const std::string where =
+        std::string("fihost: provider tester, operation ") + c.operation + ", node /data/a: ";
+    {
+      const ScopedEnv env("TEST_FAIL", c.operation);
+      EXPECT_EQ(run(c.words).err, where + "26 (file cannot be opened); last error: <MSG_BROKEN>; " +
+                                      c.changed + "\n");
+    }
+    const ScopedEnv env("TEST_THROW", c.operation);
+    EXPECT_EQ(run(c.words).err, where + "raised std::runtime_error: thrown in " + c.operation +
+                                    "; " + c.changed + "\n");
+  }
+  EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 1u);
+}
+
+TEST_F(LifeCycle, NamesTheOperationWhoseExceptionCannotBeCaught) {
+  const ScopedEnv env("TEST_TERMINATE", "prepare");
+  const CommandResult result = run(withPlugin("snapshot", {"/data/a"}));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, HasSubstr("provider tester, operation prepare raised "
+                                    "std::runtime_error: never caught"));
+}
+
+TEST_F(LifeCycle, NamesEveryBufferAndIdThatWasNotGivenBackRight) {
+  const ScopedEnv env("TEST_LEAK", "1");
+  const Json answer = runJson(withPlugin("snapshot", {"/data/a"}), 0);
+  EXPECT_EQ(answer["findings"], (Json{"a buffer of 8 bytes was given back as one of 9 bytes",
+                                      "a buffer of 24 bytes was not given back",
+                                      "the object id \"lost\" was not given back"}));
+}
+
+TEST_F(LifeCycle, LosesNoSnapshotWhenSeveralHostsWorkAtOnceAndNobodyReadsTheirOutput) {
+  const std::string host = FIHOST_PROGRAM " --state '" + m_dir.file("state") +
+                           "' snapshot --plugin '" + plugin("provider") + "' ";
+  const CommandResult result =
+      runCommand({"sh", "-c", "for i in 1 2 3 4 5 6; do " + host + "/data/$i | true & done; wait"});
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 6u);
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "host_fixture.h"
+
+namespace {
+
+using namespace orca_tests;
+using testing::HasSubstr;
+
+TEST_F(Host, RefusesWhatIsNoPluginAndSaysWhy) {
+  const std::string text = m_dir.file("text.so");
+  writeFile(text, "this is no ELF file, but long enough to be looked at as one: 0123456789abcdef");
+  const struct {
+    std::string plugin;
+    Words words;
+  } cases[] = {
+      {text, {"cannot load plug-in " + text, "invalid ELF header"}},
+      {m_dir.file("none.so"), {"none.so", "cannot open shared object file: No such file"}},
+      {plugin("other_abi"), {"other_abi.so", "\"9.9\"", "\"4.4\""}},
+      {plugin("no_entry"), {"no_entry.so", "lacks the symbol orca_provider_create"}},
+      {"unheard_of", {"no plug-in \"unheard_of\" in "}},
+  };
+  for (const auto& c : cases) {
+    const CommandResult result = run({"probe", "--plugin", c.plugin});
+    EXPECT_EQ(result.status, 3) << c.plugin;
+    for (const std::string& word : c.words) EXPECT_THAT(result.err, HasSubstr(word));
+    EXPECT_EQ(result.out, "");
+  }
+}
+
+TEST_F(Host, NamesTheEntryThatRaisesAnException) {
+  const ScopedEnv env("TEST_THROW", "orca_provider_create");
+  const CommandResult result = run(withPlugin("probe", {}));
+  EXPECT_EQ(result.status, 3);
+  EXPECT_THAT(result.err, HasSubstr("orca_provider_create raised std::runtime_error: no provider"));
+}
+
+TEST_F(Host, FindsABareNameInThePluginFolder) {
+  const ScopedEnv env("ORCA_PLUGIN_DIR", FIHOST_TEST_PLUGINS);
+  EXPECT_EQ(runJson({"probe", "--plugin", "provider"}, 0)["provider"]["name"], "tester");
+}
+
+TEST_F(Host, ProbeShowsIdentityOverridesAndClaims) {
+  const Json answer = runJson(withPlugin("probe", {"/data/a", "/other"}), 0);
+  EXPECT_EQ(
+      answer["provider"],
+      (Json{
+          {"name", "tester"}, {"fim", "TestFim"}, {"abi", "4.4"}, {"plugin", plugin("provider")}}));
+  EXPECT_EQ(
+      answer["overrides"],
+      (Json{"init", "fini", "claim", "initNode", "deInitNode", "dispose", "quiesce", "unquiesce",
+            "make", "prepare", "processProviderState", "restore", "getStatus", "prePrepare"}));
+  EXPECT_EQ(answer["claims"],
+            (Json{{{"node", "/data/a"}, {"answer", 1}, {"meaning", "claimed"}},
+                  {{"node", "/other"}, {"answer", 0}, {"meaning", "not claimed"}}}));
+  EXPECT_EQ(answer["findings"], Json::array());
+}
+
+TEST_F(Host, EndsWithTwoAfterWrongUse) {
+  writeFile(m_dir.file("broken"), "no document");
+  const Words cases[] = {
+      {},
+      {"fly"},
+      {"probe"},
+      {"restore", "unknown"},
+      {"status", "unknown"},
+      withPlugin("snapshot", {}),
+      withPlugin("snapshot", {"/data/a", "/data/a"}),
+      withPlugin("snapshot", {"/data/a", "--set", "keep"}),
+      withPlugin("snapshot", {"/data/a", "--params", m_dir.file("broken")}),
+      withPlugin("snapshot", {"/data/a", "--params", m_dir.file("missing")}),
+  };
+  for (const Words& words : cases) {
+    const CommandResult result = run(words);
+    EXPECT_EQ(result.status, 2) << Json(words).dump();
+    EXPECT_NE(result.err, "") << Json(words).dump();
+  }
+}
+
+TEST_F(Host, KeepsADamagedStateFileAsItIs) {
+  const std::string file = m_dir.file("state/state.json");
+  writeFile(file, "{\"version\": 1, \"snap");
+  EXPECT_EQ(run({"list"}).status, 2);
+  EXPECT_THAT(run(withPlugin("snapshot", {"/data/a"})).err, HasSubstr(file + " is damaged"));
+  EXPECT_EQ(readFile(file), "{\"version\": 1, \"snap");
+}
+
+}  // namespace

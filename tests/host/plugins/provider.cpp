@@ -1,0 +1,143 @@
+#include <cfiproviderentry.h>
+#include <cfiprovidersetup.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+using namespace orca_pdk;
+
+bool isSetTo(const char* variable, const std::string& operation) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && operation == value;
+}
+
+void raise(const std::string& text) { throw std::runtime_error(text); }
+
+SFiProviderIdentity identity() {
+  SFiProviderIdentity identity;
+  identity.providerName = "tester";
+  identity.fimName = "TestFim";
+  identity.traceLevel = 0;
+  return identity;
+}
+
+CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultValue) {
+  CFiConfigParamInfo info;
+  info.key = key;
+  info.messageId = std::string("MSG_") + key;
+  info.dataType = type;
+  info.usageType = FI_USAGE_SELECT;
+  info.defaultValue = defaultValue;
+  return info;
+}
+
+// Claims nodes below /data. TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation that fails,
+// raises, and raises where nobody can catch it; TEST_LEAK makes it careless with memory.
+class TestProvider : public CFiPluginBase {
+ public:
+  TestProvider() : m_setup(*this, identity()) {
+    if (isSetTo("TEST_THROW", "orca_provider_create")) throw std::runtime_error("no provider");
+    for (CFiConfigParamInfoList* list : {&firstConfigInfoList(1), &secondConfigInfoList(1)}) {
+      CFiConfigParamInfo mode = parameter("mode", FI_DATATYPE_STRING_LIST, "auto");
+      mode.selectionList = {"auto", "copy"};
+      CFiConfigParamInfo keep = parameter("keep", FI_DATATYPE_INT, "7");
+      keep.rangeMin = 1;
+      keep.rangeMax = 64;
+      list->params = {{"mode", mode}, {"keep", keep}};
+      list->updateXML();
+    }
+  }
+
+  int init() override { return step("init"); }
+  void fini() override { step("fini"); }
+  int claim(orca_objid* id, orca_objid*** secondaries, int* count) override {
+    if (std::strncmp(id->name, "/data/", 6) != 0) return PYX_CLAIM_NONE;
+    handOut(secondaries, count, {"second"});
+    const int result = step("claim");
+    return result == 0 ? PYX_CLAIM_PRIMARY : result;
+  }
+  int initNode(pyx_domain* domain, pyx_domain** members, int count, orca_objid*) override {
+    if (count != 1 || members[0] != domain || domain->name != domain->objid->name)
+      return FI_INVALID;
+    findOrCreatePrivateData(domain, 0);
+    return step("initNode");
+  }
+  void deInitNode(pyx_domain* domain) override {
+    CFiPluginBase::deInitNode(domain);
+    step("deInitNode");
+  }
+  int quiesce(pyx_quiescenode**, int, char*) override { return step("quiesce"); }
+  void unquiesce(pyx_quiescenode**, int) override { step("unquiesce"); }
+  int prePrepare(pyx_domain*) override { return step("prePrepare"); }
+  int prepare(char*, pyx_splitnode**, int, int) override { return step("prepare"); }
+  int make(char*, pyx_splitnode** nodes, int count, orca_objid*** ids, int* idCount) override {
+    std::printf("the provider's own output\n");
+    if (std::getenv("TEST_LEAK") != nullptr) leak();
+    const int result = step("make");
+    if (result != 0) return result;
+    std::vector<std::string> names;
+    for (int i = 0; i < count; ++i) {
+      names.push_back("snap:" + std::string(nodes[i]->domain->name));
+    }
+    handOut(ids, idCount, names);
+    return FI_OK;
+  }
+  int processProviderState(pyx_domain*, pyx_blob* blob, pyx_op_providerstate) override {
+    *blob = {4, static_cast<char*>(orca_alloc_buf(4)), 1};
+    std::memcpy(blob->data, "st\xff", 4);
+    return FI_OK;
+  }
+  int restore(orca_objid** sources, orca_objid** snapshots, long count, char*, char* splitType,
+              char***, long*, long, long*) override {
+    const bool fits = count == 1 && std::string("snap:") + sources[0]->name == snapshots[0]->name &&
+                      std::strcmp(splitType, "TestFim") == 0;
+    return fits ? step("restore") : FI_INVALID;
+  }
+  int dispose(pyx_domain* domain, pyx_domain* second, pyx_splitnode* node,
+              pyx_disposition) override {
+    const bool fits = node->domain == domain && node->second == second &&
+                      std::string("snap:") + domain->name == second->name;
+    return fits ? step("dispose") : FI_INVALID;
+  }
+  int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char* session, long flags,
+                long* statuses) override {
+    const int result = step("getStatus");
+    return result == 0
+               ? CFiPluginBase::getStatus(sources, snapshots, count, session, flags, statuses)
+               : result;
+  }
+
+ private:
+  int step(const std::string& operation) {
+    if (isSetTo("TEST_THROW", operation)) raise("thrown in " + operation);
+    if (isSetTo("TEST_TERMINATE", operation)) []() noexcept { raise("never caught"); }();
+    if (!isSetTo("TEST_FAIL", operation)) return FI_OK;
+    m_setup.pushMessage("MSG_BROKEN", PYX_SEV_ERROR, {icu::Formattable(42)});
+    return FI_FILE_ERROR;
+  }
+
+  static void handOut(orca_objid*** ids, int* count, const std::vector<std::string>& names) {
+    *ids = static_cast<orca_objid**>(orca_alloc_buf(names.size() * sizeof **ids));
+    *count = static_cast<int>(names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      (*ids)[i] = orca_get_objid(names[i].c_str(), names[i].size() + 1, 3);
+    }
+  }
+
+  static void leak() {
+    orca_alloc_buf(24);
+    orca_get_objid("lost", 5, 3);
+    orca_free_buf(orca_alloc_buf(8), 9);
+  }
+
+  CFiProviderSetup m_setup;
+};
+
+}  // namespace
+
+ORCA_PROVIDER(TestProvider);
