@@ -1,0 +1,16 @@
+#include "failure.h"
+
+#include <cfitypes.h>
+
+#include <system_error>
+#include <utility>
+
+namespace filesnap {
+
+Failure failure(std::string messageId, std::vector<std::string> arguments) {
+  return {std::move(messageId), std::move(arguments), orca_pdk::FI_FAILED};
+}
+
+std::string cause(int error) { return std::generic_category().message(error); }
+
+}  // namespace filesnap

@@ -1,0 +1,26 @@
+#ifndef FILESNAP_FAILURE_H
+#define FILESNAP_FAILURE_H
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+namespace filesnap {
+
+// Why an operation cannot go on: a message of the catalog and its arguments. Thrown inside the
+// provider only; each operation turns it into a message record and a result.
+struct Failure {
+  std::string messageId;
+  std::vector<std::string> arguments;
+  int result;
+};
+
+// A failure with result FI_FAILED.
+Failure failure(std::string messageId, std::vector<std::string> arguments);
+
+// The system's words for an error number, the current one by default.
+std::string cause(int error = errno);
+
+}  // namespace filesnap
+
+#endif
