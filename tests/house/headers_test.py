@@ -1,0 +1,31 @@
+"""Every public header compiles alone: C++ ones with g++ as C++20, C ones as C11 too."""
+
+import concurrent.futures
+import sys
+
+from house import ROOT, finish, run
+
+FOLDERS = ("pdk/include", "fiutil/include", "vtools/vstring", "common/lib")
+C_FOLDERS = ("fiutil/include", "vtools/vstring", "common/lib")
+INCLUDES = [f"-I{ROOT / folder}" for folder in FOLDERS]
+
+
+def compile_alone(job):
+    header, compiler = job
+    result = run(*compiler, "-Wall", "-Wextra", "-Werror", "-fsyntax-only", *INCLUDES, "-",
+                 input=f'#include "{header.name}"\n#include "{header.name}"\n')
+    return f"{header.relative_to(ROOT)} ({compiler[0]}):\n{result.stderr}" if result.returncode else None
+
+
+jobs = []
+for folder in FOLDERS:
+    for header in sorted((ROOT / folder).glob("*.h")):
+        jobs.append((header, ["g++", "-std=c++20", "-x", "c++"]))
+        if folder in C_FOLDERS and header.name != "V_integer.h":
+            jobs.append((header, ["gcc", "-std=c11", "-x", "c"]))
+umbrella = (ROOT / "pdk/include/orca_pdk.h").read_text()
+findings = [f"{h.name} is not in orca_pdk.h" for h in sorted((ROOT / "pdk/include").glob("*.h"))
+            if h.name != "orca_pdk.h" and f'"{h.name}"' not in umbrella]
+with concurrent.futures.ThreadPoolExecutor(int(sys.argv[1]) if len(sys.argv) > 1 else 2) as pool:
+    findings += [f for f in pool.map(compile_alone, jobs) if f]
+finish(findings)
