@@ -25,24 +25,22 @@ TEST(ErrorManager, HandsEverythingToAllHandlersInTheirOrder) {
   CFiErrorManager manager;
   std::string journal;
   Recorder a("a:", journal), b("b:", journal);
-  for (CFiErrorHandlerBase* handler : {&b, static_cast<Recorder*>(nullptr), &a, &b}) {
+  for (Recorder* handler : {&b, static_cast<Recorder*>(nullptr), &a, &b}) {
     manager.registerHandler(handler);
   }
   char text[] = "text";
   manager.pushError(text, PYX_SEV_DETAIL);
-  EXPECT_EQ(journal, "b:text4 a:text4 b:text4 ");
   EXPECT_FALSE(manager.getLastError()) << "a text is not kept";
   manager.pushError(message("ID"));
-  // Held by the argument, the slot, and the handler's own copy.
-  EXPECT_EQ(journal, "b:text4 a:text4 b:text4 b:ID3 a:ID3 b:ID3 ");
+  EXPECT_EQ(journal, "b:text4 a:text4 b:text4 b:ID3 a:ID3 b:ID3 ")
+      << "held by the argument, the slot, and the handler's own copy";
 }
 
 TEST(ErrorManager, KeepsOnlyTheLastMessageUntilItIsForgotten) {
   CFiErrorManager manager;
   manager.deleteLastError(nullptr);
   const CFiMessagePtr first = message("FIRST"), second = message("SECOND");
-  manager.pushError(first);
-  manager.pushError(second);
+  for (const CFiMessagePtr& pushed : {first, second}) manager.pushError(pushed);
   EXPECT_EQ(first->getCount(), 1) << "released";
   EXPECT_EQ(manager.getLastError().get(), second.get());
   manager.deleteLastError(nullptr);

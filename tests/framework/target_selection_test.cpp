@@ -11,7 +11,7 @@ constexpr char kName[] = "UDID##v##p##enc1##dev7";
 
 class TargetSelection : public TracedTest {
  protected:
-  // Selects with the specification as the parameter's value; null sets none.
+  // Selects with the text as the parameter's value; null sets none.
   int select(const char* spec, const char* name = kName) {
     m_name = name;
     m_id.name = m_name.data();

@@ -8,9 +8,9 @@
 #include "V_vfscanf.h"
 #include "vtime.h"
 
+/* The line of the first check that fails, 0 when all hold. */
 int linkageFailure(void);
 
-/* The line of the first check that fails, 0 when all hold. */
 int linkageFailure(void) {
   V_stream ended = {NULL, 0, 0, NULL, eofread};
   const time_t epoch = 0;

@@ -1,10 +1,8 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
+#include <cstdarg>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -18,43 +16,47 @@
 
 namespace {
 
-// Scans one value of 8 bytes and the position behind it: "value@position", or the result alone.
+// Scans one value and the position behind it: "value@position", or the result alone.
 template <class Value>
-std::string scanned(const char* text, const char* format) {
+std::string scanned(const char* text, const std::string& conversion) {
   Value value = 0;
-  int consumed = 0;
-  const int result = V_sscanf(text, format, &value, 8, &consumed, 4);
-  if (result != 1) return std::to_string(result);
+  int end = 0;
+  const std::string format = "%" + conversion + "%n";
+  const int result = V_sscanf(text, format.c_str(), &value, int{sizeof(value)}, &end, 4);
   std::ostringstream out;
-  out << value << '@' << consumed;
-  return out.str();
+  out << value << '@' << end;
+  return result == 1 ? out.str() : std::to_string(result);
 }
 
-TEST(Scan, ConvertsIntegersByTheRulesOfTheirBase) {
-  const char* cases[][3] = {
-      {" 42x", "%lld%n", "42@3"},  {"-7", "%lld%n", "-7@2"},      {"+0012", "%lld%n", "12@5"},
-      {"0x1fg", "%lli%n", "31@4"}, {"017", "%lli%n", "15@3"},     {"0", "%lli%n", "0@1"},
-      {"0xz", "%lli%n", "0@1"},    {"08", "%lli%n", "0@1"},       {"-0x10", "%lli%n", "-16@5"},
-      {"ff", "%llx%n", "255@2"},   {"0XFF", "%llX%n", "255@4"},   {"778", "%llo%n", "63@2"},
-      {"-1", "%llu%n", "-1@2"},    {"12345", "%3lld%n", "123@3"}, {"0x12", "%2lli%n", "0@1"},
-      {"-12", "%2lld%n", "-1@2"},  {"12", "%0lld%n", "12@2"},     {"-9", "%D%n", "-9@2"},
-      {"17", "%O%n", "15@2"},      {"0xabc", "%p%n", "2748@5"},   {"12", "%qd%n", "12@2"},
-      {"12", "%jd%n", "12@2"},     {"12", "%td%n", "12@2"},       {"12", "%zu%n", "12@2"},
-      {"x", "%lld%n", "0"},        {"-", "%lld%n", "0"},          {"-x", "%lli%n", "0"},
-      {"8", "%llo%n", "0"}};
-  for (const auto& [text, format, expected] : cases) {
-    EXPECT_EQ(scanned<int64_t>(text, format), expected) << text << " by " << format;
+TEST(Scan, ConvertsNumbersByTheRulesOfTheirConversion) {
+  const char* integers[][3] = {
+      {" 42x", "lld", "42@3"},    {"+0012", "lld", "12@5"},  {"0x1fg", "lli", "31@4"},
+      {"017", "lli", "15@3"},     {"0", "lli", "0@1"},       {"0xz", "lli", "0@1"},
+      {"08", "lli", "0@1"},       {"-0x10", "lli", "-16@5"}, {"ff", "llx", "255@2"},
+      {"0XFF", "llX", "255@4"},   {"778", "llo", "63@2"},    {"-1", "llu", "-1@2"},
+      {"12345", "3lld", "123@3"}, {"0x12", "2lli", "0@1"},   {"-12", "2lld", "-1@2"},
+      {"-9", "D", "-9@2"},        {"17", "O", "15@2"},       {"0xabc", "p", "2748@5"},
+      {"12", "qd", "12@2"},       {"12", "jd", "12@2"},      {"12", "td", "12@2"},
+      {"12", "zu", "12@2"},       {"x", "lld", "0"},         {"-", "lld", "0"},
+      {"-x", "lli", "0"},         {"8", "llo", "0"}};
+  for (const auto& [text, conversion, expected] : integers) {
+    EXPECT_EQ(scanned<int64_t>(text, conversion), expected) << text << " by " << conversion;
   }
-  EXPECT_EQ(scanned<int64_t>("-99999999999999999999", "%jd%n"), "-9223372036854775808@21");
-  EXPECT_EQ(scanned<uint64_t>("99999999999999999999", "%ju%n"), "18446744073709551615@20");
+  const char* reals[][2] = {{"3.25", "3.25@4"}, {" -.5e1z", "-5@6"}, {"7.", "7@2"},
+                            {"1E3", "1000@3"},  {"1e+x", "1@1"},     {"2ez", "2@1"},
+                            {".", "0"},         {"-.e5", "0"},       {"x", "0"}};
+  for (const auto& [text, expected] : reals) EXPECT_EQ(scanned<double>(text, "lf"), expected);
+  EXPECT_EQ(scanned<float>("1.5", "e") + scanned<long double>("2.5", "LG"), "1.5@32.5@3");
+  EXPECT_EQ(scanned<int64_t>("-99999999999999999999", "jd"), "-9223372036854775808@21");
 }
 
 TEST(Scan, StoresAsManyBytesAsPrefixAndSizeBothAllow) {
   const struct {
     const char* format;
     unsigned size, stored;
-  } cases[] = {{"%hhx", 8, 1}, {"%hx", 8, 2}, {"%x", 8, 4},  {"%lx", 8, 8}, {"%lx", 4, 4},
-               {"%x", 2, 2},   {"%x", 0, 0},  {"%Lx", 8, 8}, {"%Lx", 4, 4}, {"%p", 4, 4}};
+  } cases[] = {{"%hhx", 8, 1}, {"%hx", 8, 2}, {"%x", 8, 4}, {"%lx", 8, 8},
+               {"%lx", 4, 4},  {"%x", 2, 2},  {"%x", 0, 0}, {"%Lx", 8, 8},
+               {"%p", 4, 4},   {"%lf", 8, 8}, {"%lf", 4, 4}};
   for (const auto& c : cases) {
     unsigned char bytes[8];
     memset(bytes, 0xEE, sizeof(bytes));
@@ -63,141 +65,75 @@ TEST(Scan, StoresAsManyBytesAsPrefixAndSizeBothAllow) {
   }
 }
 
-TEST(Scan, ConvertsFloatingNumbers) {
-  const char* cases[][2] = {
-      {"3.25", "3.25@4"}, {" -.5e1z", "-5@6"}, {"7.", "7@2"}, {"1e3", "1000@3"},   {"1e+x", "1@1"},
-      {"2ez", "2@1"},     {".", "0"},          {"-.e5", "0"}, {"1E-2 ", "0.01@4"}, {"x", "0"}};
-  for (const auto& [text, expected] : cases) EXPECT_EQ(scanned<double>(text, "%lf%n"), expected);
-  float single = 0;
-  long double wide = 0;
-  float narrowed[2] = {0, 77};
-  EXPECT_EQ(V_sscanf("1.5 2.5 3.5", "%e %LG %lf", &single, 4, &wide, 16, narrowed, 4), 3);
-  EXPECT_EQ(single, 1.5F);
-  EXPECT_EQ(wide, 2.5L);
-  EXPECT_EQ(narrowed[0], 3.5F);
-  EXPECT_EQ(narrowed[1], 77);
-}
-
-TEST(Scan, StoresWhatFitsOfAWordAndConsumesAllOfIt) {
+TEST(Scan, StoresWhatFitsOfARunButOneCharacterOnlyAndConsumesAllOfIt) {
   const struct {
-    const char* format;
+    const char *text, *format;
     unsigned size;
-    const char *stored, *rest;
-  } cases[] = {{"%s%s", 4, "abc", "next"},   {"%s%s", 7, "abcdef", "next"}, {"%s%s", 1, "", "next"},
-               {"%s%s", 0, "####", "next"},  {"%2s%s", 9, "ab", "cdef"},    {"%5s%s", 3, "ab", "f"},
-               {"%[a-c]%s", 3, "ab", "def"}, {"%0s%s", 9, "abcdef", "next"}};
+    std::string outcome;  // what is stored and the next word, or the result
+  } cases[] = {{"abcdef next", "%s", 4, "abc|next"},
+               {"abcdef next", "%s", 7, "abcdef|next"},
+               {"abcdef next", "%s", 1, "|next"},
+               {"abcdef next", "%s", 0, "####|next"},
+               {"abcdef", "%2s", 9, "ab|cdef"},
+               {"abcdef", "%5s", 3, "ab|f"},
+               {"abcdef", "%[a-d]", 3, "ab|ef"},
+               {"abcd", "%3c", 0, "a###|bcd"},
+               {"abcd", "%*2c%c", 1, "c###|d"},
+               {" bcd", "%*c%c", 1, "b###|cd"},
+               {"a b c", "%*s%s", 9, "b|c"},
+               {"cabx", "%[abc]", 9, "cab|x"},
+               {" a b,c", "%[^,]", 9, " a b|,c"},
+               {"x]y", "%[]x]", 9, "x]|y"},
+               {"ab]c", "%[^]x]", 9, "ab|]c"},
+               {"a-b", "%[a-]", 9, "a-|b"},
+               {"-ab", "%[-a]", 9, "-a|b"},
+               {"ca-b", "%[c-a]", 9, "ca-|b"},
+               {"edcbaf", "%[a-c-e]", 9, "edcba|f"},
+               {"\xA9z", "%[\x80-\xff]", 9, "\xA9|z"},
+               {"x", "%[abc]", 9, "0"},
+               {"", "%[abc]", 9, "-1"}};
   for (const auto& c : cases) {
-    char word[9] = "####";
-    char rest[9] = "";
-    EXPECT_EQ(V_sscanf("abcdef next", c.format, word, c.size, rest, 9), 2) << c.format;
-    EXPECT_STREQ(word, c.stored) << c.format;
-    EXPECT_STREQ(rest, c.rest) << c.format;
+    char word[9] = "####", rest[9] = "";
+    const std::string format = std::string(c.format) + "%s";
+    const int result = V_sscanf(c.text, format.c_str(), word, c.size, rest, 9);
+    const std::string outcome = std::string(word) + '|' + rest;
+    EXPECT_EQ(result == 2 ? outcome : std::to_string(result), c.outcome) << c.format;
   }
 }
 
-TEST(Scan, ReadsScanSetsWithInversionRangesAndLiteralBrackets) {
-  const char* cases[][3] = {{"%[abc]", "cabx", "cab"},
-                            {"%[^,]", " a b,c", " a b"},
-                            {"%[]x]", "x]y", "x]"},
-                            {"%[^]x]", "ab]c", "ab"},
-                            {"%[a-]", "a-b", "a-"},
-                            {"%[-a]", "-ab", "-a"},
-                            {"%[c-a]", "ca-b", "ca-"},
-                            {"%[a-c-e]", "edcbaf", "edcba"},
-                            {"%[0-9a-f]", "12efg", "12ef"},
-                            {"%[ab", "abc", "ab"},
-                            {"%[^", "a b", "a b"},
-                            {"%2[a-z]", "abc", "ab"},
-                            {"%[\x80-\xff]", "\xc3\xa9z", "\xc3\xa9"},
-                            {"%[abc]", "x", "#0"},
-                            {"%[", "x", "#0"},
-                            {"%[abc]", "", "#-1"}};
-  for (const auto& [format, text, expected] : cases) {
-    char out[16] = "#";
-    const int result = V_sscanf(text, format, out, 16);
-    EXPECT_EQ(result == 1 ? out : out + std::to_string(result), expected) << format;
-  }
-}
-
-TEST(Scan, AssignsOneCharacterWhateverTheWidthAndSkipsAsManyAsTheWidth) {
-  char out[4] = "###";
-  char next[4] = "";
-  EXPECT_EQ(V_sscanf("xyz", "%3c%s", out, 0, next, 4), 2);
-  EXPECT_STREQ(out, "x##");
-  EXPECT_STREQ(next, "yz");
-  EXPECT_EQ(V_sscanf(" bcd", "%*c%c%*2c%c", out, 1, next, 1), 1);
-  EXPECT_STREQ(out, "b##");
-  EXPECT_EQ(V_sscanf("abcd", "%*2c%c%c", out, 1, next, 1), 2);
-  EXPECT_EQ(std::string({out[0], next[0]}), "cd");
-}
-
-TEST(Scan, MatchesLiteralsWhiteSpaceAndPercentSigns) {
+TEST(Scan, MatchesLiteralsWhiteSpaceAndPercentSignsAndPassesOverNullTargets) {
   char id[1024];
   int severity = 0;
   EXPECT_EQ(V_sscanf("<MSG  ID=V-5-1 SEV=\t3>", "<MSG ID=%s SEV=%d>", id, 1024, &severity, 4), 2);
   EXPECT_STREQ(id, "V-5-1");
   EXPECT_EQ(severity, 3);
-  EXPECT_EQ(V_sscanf("50%9", "%d%%%d", &severity, 4, id, 4), 2);
-  EXPECT_EQ(V_sscanf("50x9", "%d%%%d", &severity, 4, id, 4), 1);
-  EXPECT_EQ(V_sscanf("7 8", "%*d%d", &severity, 4), 1);
-  EXPECT_EQ(severity, 8);
+  EXPECT_EQ(V_sscanf("50%9", "%d%%%d", nullptr, 4, &severity, 4), 2);
+  EXPECT_EQ(severity, 9);
+  EXPECT_EQ(V_sscanf("a b 4", "%s %c %d", nullptr, 9, nullptr, 1, &severity, 4), 3);
+  EXPECT_EQ(severity, 4);
 }
 
 TEST(Scan, ReturnsMinusOneOnlyWhenTheTextEndsBeforeAnyConversion) {
   const struct {
     const char *text, *format;
     int result;
-  } cases[] = {{"", "%d", -1},   {" \t", "%s", -1}, {"", "a", -1},     {"", "", 0},
-               {"x", "y", 0},    {"5", "%d%d", 1},  {"5", "%*d%d", 0}, {"5", "%d%", -1},
-               {"5", "%5l", -1}, {"5", "%y", 0},    {"", "%n", 0},     {"", " ", 0}};
+  } cases[] = {{"", "%d", -1},      {" \t", "%s", -1}, {"", "a", -1},     {"", "", 0},
+               {"x", "y", 0},       {"5", "%d%d", 1},  {"5", "%*d%d", 0}, {"5", "%d%", -1},
+               {"5", "%5l", -1},    {"5", "%y", 0},    {"5x", "%d%%", 1}, {"", "%n", 0},
+               {nullptr, "%d", -1}, {"1", nullptr, -1}};
   for (const auto& c : cases) {
     int first = 0, second = 0;
     EXPECT_EQ(V_sscanf(c.text, c.format, &first, 4, &second, 4), c.result) << c.format;
   }
-  EXPECT_EQ(V_sscanf(nullptr, "%d"), -1);
-  EXPECT_EQ(V_sscanf("1", nullptr), -1);
 }
 
-TEST(Scan, PassesOverNullTargets) {
-  int last = 0;
-  EXPECT_EQ(V_sscanf("a b 1 4", "%s %c %d %d", nullptr, 9, nullptr, 1, nullptr, 4, &last, 4), 4);
-  EXPECT_EQ(last, 4);
-}
-
-TEST(Scan, ReadsTextsLongerThanAnIntCounts) {
-  constexpr size_t kPiece = size_t{1} << 24;
-  constexpr size_t kPieces = 129;
-  const int fd = memfd_create("text", MFD_CLOEXEC);
-  ASSERT_GE(fd, 0);
-  const std::string piece(kPiece, 'a');
-  ASSERT_EQ(write(fd, piece.data(), kPiece), static_cast<ssize_t>(kPiece));
-  constexpr size_t kWhole = kPiece * kPieces + 4096;  // the last page stays zero
-  char* text = static_cast<char*>(
-      mmap(nullptr, kWhole, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-  ASSERT_NE(text, MAP_FAILED);
-  for (size_t i = 0; i < kPieces; ++i) {
-    ASSERT_NE(mmap(text + i * kPiece, kPiece, PROT_READ, MAP_SHARED | MAP_FIXED, fd, 0),
-              MAP_FAILED);
-  }
-  uint64_t consumed = 0;
-  char end[8] = "";
-  EXPECT_EQ(V_sscanf(text, "%*2164260859c%ln%s", &consumed, 8, end, 8), 1);
-  EXPECT_EQ(consumed, 2164260859U);
-  EXPECT_STREQ(end, "aaaaa");
-  munmap(text, kWhole);
-  close(fd);
-}
-
-struct CloseFile {
-  void operator()(FILE* file) const { fclose(file); }
-};
-
-class FileScan : public testing::Test {
- protected:
-  // A scan of a file with this content, unbuffered on demand.
-  void open(const char* content, int mode = _IOFBF) {
+struct FileScan : testing::Test {
+  struct Close {
+    void operator()(FILE* file) const { fclose(file); }
+  };
+  // A file with this content, looked at by the view.
+  void open(const char* content) {
     m_file.reset(tmpfile());
-    setvbuf(m_file.get(), nullptr, mode, mode == _IONBF ? 0 : BUFSIZ);
     fputs(content, m_file.get());
     rewind(m_file.get());
     m_stream = {nullptr, 0, 0, m_file.get(), __Vrefill};
@@ -210,72 +146,50 @@ class FileScan : public testing::Test {
     return assigned;
   }
   std::string rest() {
-    std::string text;
-    for (int c = getc(m_file.get()); c != EOF; c = getc(m_file.get())) text += static_cast<char>(c);
-    return text;
+    char text[16] = "";
+    return fgets(text, 16, m_file.get()) == nullptr ? "" : text;
   }
 
-  std::unique_ptr<FILE, CloseFile> m_file;
+  std::unique_ptr<FILE, Close> m_file;
   V_stream m_stream = {};
 };
 
-TEST_F(FileScan, LeavesTheFileBehindTheLastCharacterConsumed) {
+TEST_F(FileScan, LeavesTheFileBehindTheLastCharacterConsumedAndGoesOnThere) {
   const struct {
     const char *content, *format;
     int result;
     const char* rest;
-  } cases[] = {{"12 34", "%d", 1, " 34"}, {"12 34", "%d ", 1, "34"},
-               {"0xz", "%i", 1, "xz"},    {"0x", "%i", 1, "x"},
-               {"1e+z", "%f", 1, "e+z"},  {"1e+", "%f", 1, "e+"},
-               {"-.z", "%f", 0, "-.z"},   {"abc", "abd", 0, "c"},
-               {"x", "%d", 0, "x"},       {"word next", "%s", 1, " next"},
-               {"", "%d", -1, ""},        {"12", "%d", 1, ""}};
-  for (const int mode : {_IOFBF, _IONBF}) {
-    for (const auto& c : cases) {
-      open(c.content, mode);
-      char target[16];
-      EXPECT_EQ(scan(c.format, target, 16), c.result) << c.content;
-      EXPECT_EQ(rest(), c.rest) << c.content << " by " << c.format;
-    }
+  } cases[] = {{"12 34", "%d", 1, " 34"}, {"12 34", "%d ", 1, "34"}, {"0xz", "%i", 1, "xz"},
+               {"0x", "%i", 1, "x"},      {"1e+z", "%f", 1, "e+z"},  {"1e+", "%f", 1, "e+"},
+               {"-.z", "%f", 0, "-.z"},   {"abc", "abd", 0, "c"},    {"x", "%d", 0, "x"},
+               {"", "%d", -1, ""}};
+  for (const auto& c : cases) {
+    open(c.content);
+    char target[16];
+    EXPECT_EQ(scan(c.format, target, 16), c.result) << c.content;
+    EXPECT_EQ(rest(), c.rest) << c.content << " by " << c.format;
   }
-}
-
-TEST_F(FileScan, GoesOnWhereTheFileStandsAlsoAfterOthersReadFromIt) {
-  open("1 x2 3");
-  int first = 0, second = 0;
-  EXPECT_EQ(scan("%d ", &first, 4), 1);
-  EXPECT_EQ(getc(m_file.get()), 'x');
-  EXPECT_EQ(scan("%d%d", &first, 4, &second, 4), 2);
-  EXPECT_EQ(first * 10 + second, 23);
-  EXPECT_EQ(scan("%d", &first, 4), -1);
-  EXPECT_NE(m_stream.eof, 0);
-  open("0x");
+  open("1 x2 0x");
+  int number = 0;
   char word[4] = "";
-  EXPECT_EQ(scan("%i", &first, 4), 1);
+  EXPECT_EQ(scan("%d ", &number, 4), 1);
+  EXPECT_EQ(getc(m_file.get()), 'x');
+  EXPECT_EQ(scan("%d%i", &number, 4, nullptr, 4), 2);
+  EXPECT_EQ(number, 2);
   EXPECT_EQ(scan("%s", word, 4), 1) << "a character handed back at the end can be read again";
-  EXPECT_STREQ(word, "x");
+  EXPECT_EQ(scan("%d", &number, 4), -1);
 }
 
-TEST_F(FileScan, RefillShowsTheNextCharacterAndFlushesOutput) {
+TEST_F(FileScan, RefillShowsTheNextCharacterFlushesOutputAndStopsAtTheMarkOfTheEnd) {
   open("ab");
-  int pipeEnds[2];
-  ASSERT_EQ(pipe(pipeEnds), 0);
-  std::unique_ptr<FILE, CloseFile> output(fdopen(pipeEnds[1], "w"));
+  const std::unique_ptr<FILE, Close> output(tmpfile());
   fputs("out", output.get());
-  ASSERT_EQ(__Vrefill(&m_stream), 0);
-  char written[4] = "";
-  EXPECT_EQ(read(pipeEnds[0], written, 3), 3);
-  close(pipeEnds[0]);
-  EXPECT_EQ(m_stream.r, 1);
-  EXPECT_EQ(*m_stream.p, 'a');
-  ++m_stream.p;
-  --m_stream.r;
-  ASSERT_EQ(__Vrefill(&m_stream), 0);
-  EXPECT_EQ(*m_stream.p, 'b');
-  EXPECT_EQ(rest(), "b");
+  EXPECT_EQ(__Vrefill(&m_stream), 0);
+  EXPECT_EQ(lseek(fileno(output.get()), 0, SEEK_CUR), 3);
+  EXPECT_EQ(std::string(m_stream.p, m_stream.p + m_stream.r), "a");
   m_stream.eof = 1;
-  rewind(m_file.get());
   EXPECT_EQ(__Vrefill(&m_stream), -1);
+  EXPECT_EQ(rest(), "ab");
 }
 
 TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
@@ -283,11 +197,14 @@ TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
     const char* text;
     int base;
     intmax_t value;
-    int length;
-    int error;
-  } cases[] = {{" \t-12z", 10, -12, 5, 0}, {"0x1F", 0, 31, 4, 0}, {"0x", 16, 0, 1, 0},
-               {"z9", 36, 1269, 2, 0},     {"+", 10, 0, 0, 0},    {"12", 1, 0, 0, EINVAL},
-               {"12", 37, 0, 0, EINVAL},   {"0b1", 0, 0, 1, 0},   {"102", 2, 2, 2, 0}};
+    int length, error;
+  } cases[] = {{" \t-12z", 10, -12, 5, 0},
+               {"0x", 16, 0, 1, 0},
+               {"z9", 36, 1269, 2, 0},
+               {"+", 10, 0, 0, 0},
+               {"12", 37, 0, 0, EINVAL},
+               {"9223372036854775808", 10, INTMAX_MAX, 19, ERANGE},
+               {"-9223372036854775808", 10, INTMAX_MIN, 20, 0}};
   for (const auto& c : cases) {
     char* end = nullptr;
     errno = 0;
@@ -295,21 +212,8 @@ TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
     EXPECT_EQ(end - c.text, c.length) << c.text;
     EXPECT_EQ(errno, c.error) << c.text;
   }
-}
-
-TEST(IntegerTexts, OutOfRangeGiveTheNearestValueAndERANGE) {
-  const auto error = [](auto convert, const char* text, auto expected) {
-    errno = 0;
-    EXPECT_EQ(convert(text, nullptr, 10), expected) << text;
-    return errno;
-  };
-  EXPECT_EQ(error(__Vstrtoimax, "9223372036854775807", INTMAX_MAX), 0);
-  EXPECT_EQ(error(__Vstrtoimax, "9223372036854775808", INTMAX_MAX), ERANGE);
-  EXPECT_EQ(error(__Vstrtoimax, "-9223372036854775808", INTMAX_MIN), 0);
-  EXPECT_EQ(error(__Vstrtoimax, "-9223372036854775809", INTMAX_MIN), ERANGE);
-  EXPECT_EQ(error(__Vstrtoumax, "-2", UINTMAX_MAX - 1), 0);
-  EXPECT_EQ(error(__Vstrtoumax, "18446744073709551615", UINTMAX_MAX), 0);
-  EXPECT_EQ(error(__Vstrtoumax, "-18446744073709551616", UINTMAX_MAX), ERANGE);
+  EXPECT_EQ(__Vstrtoumax("-2", nullptr, 10), UINTMAX_MAX - 1);
+  EXPECT_EQ(__Vstrtoumax("-18446744073709551616", nullptr, 10), UINTMAX_MAX);
 }
 
 }  // namespace
