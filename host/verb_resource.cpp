@@ -1,3 +1,6 @@
+#include <cstdlib>
+#include <memory>
+
 #include "names.h"
 #include "session.h"
 #include "verbs.h"

@@ -261,7 +261,7 @@ TEST_F(ArraySnap, TellsTroubleOfTheToolAndCanBeAskedAgain) {
       {"silence 60", cut + "no sign of life for 1 seconds. Its last line: -. " + unknown, "0"},
       {"garbage",
        command + "ended with exit status 0 but answered something unknown: "
-                 "??\u2039%s>=?=?[2J?. Whether the array did it is not known; check that the "
+                 "??\u2039%s>=?=?[2J. Whether the array did it is not known; check that the "
                  "configured tool is the array's, then try again.",
        "0"}};
   for (const auto& c : cases) {

@@ -1,0 +1,143 @@
+#include "arraytool.h"
+
+#include <cfiexecpipe.h>
+#include <cfistringtool.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "failure.h"
+
+namespace arraysnap {
+
+namespace {
+
+using orca_pdk::CFiStringTool;
+
+constexpr std::size_t kLongestQuote = 200;
+constexpr long kCloseSeconds = 1;
+
+// A word as the command text wants it.
+std::string quoted(const std::string& word) {
+  std::string text;
+  for (const char c : word) {
+    if (std::strchr(" \t'\"\\", c) != nullptr) text += '\\';
+    text += c;
+  }
+  return text;
+}
+
+void replaceAll(std::string& text, const std::string& part, const std::string& by) {
+  for (std::size_t at = text.find(part); !part.empty() && at != std::string::npos;
+       at = text.find(part, at + by.size())) {
+    text.replace(at, part.size(), by);
+  }
+}
+
+// How a command ended that did not succeed.
+std::string ending(const orca_pdk::CFiExecPipePosix& pipe, int result, const Settings& settings) {
+  switch (result) {
+    case orca_pdk::FI_EXEC_TIMED_OUT:
+      return "no sign of life for " + std::to_string(settings.timeout) + " seconds";
+    case orca_pdk::FI_EXEC_NOT_EXECUTABLE:
+      return "the program is missing or not executable";
+    default:
+      return pipe.getLastError().message;
+  }
+}
+
+}  // namespace
+
+const std::string& Reply::at(const std::string& key) const {
+  const auto found = values.find(key);
+  if (found != values.end()) return found->second;
+  throw Failure{"ARRAYSNAP_BAD_ANSWER", {command, key}, orca_pdk::FI_FAILED, false};
+}
+
+LoginFile::LoginFile(const std::string& user, const std::string& password)
+    : m_fd(memfd_create("login", MFD_CLOEXEC)) {
+  const std::string text = user + "\n" + password + "\n";
+  if (m_fd >= 0 && write(m_fd, text.data(), text.size()) == static_cast<ssize_t>(text.size())) {
+    return;
+  }
+  const int error = errno;
+  if (m_fd >= 0) close(m_fd);
+  throw std::system_error(error, std::generic_category(), "memfd_create");
+}
+
+LoginFile::~LoginFile() { close(m_fd); }
+
+std::string LoginFile::path() const { return "/proc/self/fd/" + std::to_string(m_fd); }
+
+ArrayTool::ArrayTool(const orca_pdk::CFiTraceLogPtr& log, const Settings& settings,
+                     const orca_pdk::SFiCredential& login)
+    : m_log(log),
+      m_settings(settings),
+      m_password(CFiStringTool::tstr2str(login.password)),
+      m_login(CFiStringTool::tstr2str(login.username), m_password) {}
+
+std::string ArrayTool::commandOf(const std::vector<std::string>& words) const {
+  std::string command = quoted(m_settings.tool);
+  if (!m_settings.state.empty()) command += " --state " + quoted(m_settings.state);
+  for (const std::string& word : words) command += " " + quoted(word);
+  return command;
+}
+
+// The last line of an output, fit for a message whatever the tool printed.
+std::string ArrayTool::quotable(const std::vector<std::string>& lines) const {
+  std::string line;
+  for (auto last = lines.rbegin(); line.empty() && last != lines.rend(); ++last) {
+    line = last->substr(0, last->find('\n'));
+  }
+  replaceAll(line, m_password, "***");
+  line.resize(std::min(line.size(), kLongestQuote));
+  for (char& c : line) {
+    const bool isPrintable = c >= ' ' && c <= '~';
+    if (!isPrintable) c = '?';
+  }
+  return line.empty() ? "-" : line;
+}
+
+Reply ArrayTool::replyOf(const std::string& command, const std::vector<std::string>& lines) const {
+  Reply reply{command, {}};
+  for (const std::string& line : lines) {
+    const std::size_t equals = line.find('=');
+    if (equals == std::string::npos || line.back() != '\n') {
+      throw Failure{"ARRAYSNAP_BAD_ANSWER", {command, quotable(lines)}, orca_pdk::FI_FAILED, false};
+    }
+    reply.values[line.substr(0, equals)] = line.substr(equals + 1, line.size() - equals - 2);
+  }
+  return reply;
+}
+
+Reply ArrayTool::run(const std::vector<std::string>& words) const {
+  const std::string command = commandOf(words);
+  orca_pdk::CFiExecPipePosix pipe(0);
+  pipe.registerTraceLog(m_log);
+  // The framework would run the command without its standard input.
+  if (pipe.IsChildContext()) throw Failure{"ARRAYSNAP_CHILD_CONTEXT", {command}};
+  std::vector<std::string> lines;
+  const int result = pipe.Exec(command, lines, m_login.path(), m_settings.timeout, "", "", "");
+  if (result == orca_pdk::FI_EXEC_OK) return replyOf(command, lines);
+  const std::string how = ending(pipe, result, m_settings);
+  // After a time-out the tool is still there.
+  pipe.Close(kCloseSeconds);
+  const bool isRefusal =
+      result == orca_pdk::FI_EXEC_EXIT_STATUS || result == orca_pdk::FI_EXEC_NOT_EXECUTABLE;
+  throw Failure{isRefusal ? "ARRAYSNAP_TOOL_REFUSED" : "ARRAYSNAP_TOOL_BROKEN",
+                {command, how, quotable(lines)},
+                orca_pdk::FI_FAILED,
+                isRefusal};
+}
+
+ArrayTool openArray(const orca_pdk::CFiTraceLogPtr& log) {
+  ConfigurationFile file;
+  const Settings settings = file.settings();
+  return ArrayTool(log, settings, file.login(settings.arrayHost));
+}
+
+}  // namespace arraysnap

@@ -1,0 +1,113 @@
+#include "clones.h"
+
+#include <cfiexecpipebase.h>
+#include <cfistringtool.h>
+
+#include <chrono>
+
+#include "failure.h"
+
+namespace arraysnap {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr long kPollMs = 20;
+constexpr long kReady = 8;
+constexpr long kAbsent = 0;
+constexpr long kDamaged = 1;
+
+Reply ask(const ArrayTool& tool, const std::string& verb, const Device& device) {
+  return tool.run({verb, device.enclosure, device.name});
+}
+
+bool sameName(const std::string& a, const std::string& b) {
+  return orca_pdk::CFiStringTool::CompareNoCase(a, b);
+}
+
+// Waits until a copy is done. Throws Failure when it fails, or stands still for longer than the
+// tool may be silent.
+void waitForCopy(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& target) {
+  std::string percent;
+  Clock::time_point moved = Clock::now();
+  for (;;) {
+    const Reply reply = ask(tool, "copy-status", target);
+    const std::string& state = reply.at("state");
+    if (state == "done") return;
+    if (state != "copying") {
+      const auto cause = reply.values.find("cause");
+      throw Failure{"ARRAYSNAP_COPY_FAILED",
+                    {target.udid, cause == reply.values.end() ? state : cause->second}};
+    }
+    if (reply.at("percent") != percent) {
+      percent = reply.at("percent");
+      moved = Clock::now();
+      if (log)
+        log->trace(orca_pdk::FI_TRACE_INFO, "%s: %s %%", target.udid.c_str(), percent.c_str());
+    }
+    if (Clock::now() - moved > std::chrono::seconds(tool.settings().timeout)) {
+      throw Failure{"ARRAYSNAP_COPY_FAILED", {target.udid, "it stands still at " + percent + " %"}};
+    }
+    orca_pdk::millisleep(kPollMs);
+  }
+}
+
+// Clears up after a failure, which must stay the one that is told: what goes wrong here is only in
+// the trace log.
+void forgetOwn(const ArrayTool& tool, const Device& source, const Device& target) {
+  try {
+    const Reply reply = ask(tool, "copy-status", target);
+    if (reply.at("state") == "none" || !sameName(reply.at("source"), source.name)) return;
+    forgetClone(tool, target);
+  } catch (const Failure&) {
+    return;
+  }
+}
+
+}  // namespace
+
+void checkClone(const ArrayTool& tool, const Device& source, const Device& target) {
+  const Reply from = ask(tool, "list", source);
+  const Reply to = ask(tool, "list", target);
+  const char* why = nullptr;
+  if (sameName(source.name, target.name)) {
+    why = "it is the source";
+  } else if (from.at("size") != to.at("size")) {
+    why = "its size differs";
+  } else if (to.at("mapped") != "0") {
+    why = "hosts see it";
+  } else if (to.values.count("source") != 0) {
+    why = "it holds another snapshot, which must be disposed of first";
+  }
+  if (why != nullptr) {
+    throw Failure{"ARRAYSNAP_TARGET_UNUSABLE", {target.udid, source.udid, why}};
+  }
+}
+
+void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& source,
+               const Device& target, CloneMode mode) {
+  const std::string how = mode == CloneMode::kCow ? "--cow" : "--full";
+  bool isBegun = false;
+  try {
+    tool.run({"clone", source.enclosure, source.name, target.name, how, "--background"});
+    isBegun = true;
+    waitForCopy(tool, log, target);
+  } catch (const Failure& failure) {
+    // After a refusal the target may hold somebody else's clone.
+    if (isBegun || !failure.isRefusal) forgetOwn(tool, source, target);
+    throw;
+  }
+}
+
+long statusOf(const ArrayTool& tool, const Device& source, const Device& target) {
+  const Reply reply = ask(tool, "copy-status", target);
+  const std::string& state = reply.at("state");
+  if (state == "none" || !sameName(reply.at("source"), source.name)) return kAbsent;
+  if (state == "done") return kReady;
+  return state == "failed" ? kDamaged : kAbsent;
+}
+
+void forgetClone(const ArrayTool& tool, const Device& target) { ask(tool, "forget", target); }
+
+}  // namespace arraysnap
