@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """table.py PROGRAM [FILTER] [--repeats N]: runs the benchmarks and prints one table of ratios.
 
-Each row divides the time of a measured case by that of its peer. Both run in the same process, their
+Each row divides the time of a measured case by that of its peer. Both run in one process, their
 repetitions interleaved at random; the least time of the repetitions counts, since everything else
 that the machine does only adds to it.
 """
@@ -10,6 +10,7 @@ import argparse
 import json
 import subprocess
 import sys
+import tempfile
 
 PARSE = "document/CFiConfigParamDataList::parse"
 UPDATE = "document/CFiConfigParamDataList::updateXML"
@@ -50,16 +51,19 @@ ROWS = [
 
 def measure(program, names, repeats):
     """The least time of each case in nanoseconds."""
-    command = [program, f"--benchmark_filter=^({'|'.join(sorted(names))})(/real_time)?$",
-               f"--benchmark_repetitions={repeats}", "--benchmark_enable_random_interleaving=true",
-               "--benchmark_format=json", "--benchmark_min_time=0.05"]
-    result = subprocess.run(command, capture_output=True, text=True)
-    if result.returncode:
-        sys.exit(result.stderr)
+    with tempfile.NamedTemporaryFile() as report:
+        command = [program, f"--benchmark_filter=^({'|'.join(sorted(names))})(/real_time)?$",
+                   f"--benchmark_repetitions={repeats}", "--benchmark_enable_random_interleaving=true",
+                   f"--benchmark_out={report.name}", "--benchmark_out_format=json",
+                   "--benchmark_min_time=0.05"]
+        result = subprocess.run(command, capture_output=True, text=True)
+        if result.returncode:
+            sys.exit(f"{result.stderr}\nended with {result.returncode}")
+        runs = json.load(report)["benchmarks"]
     unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
     least = {}
-    for run in json.loads(result.stdout)["benchmarks"]:
-        if run.get("run_type") == "iteration":
+    for run in runs:
+        if run.get("run_type") == "iteration" and not run.get("error_occurred"):
             name = run["run_name"].removesuffix("/real_time")
             time = run["real_time"] * unit[run["time_unit"]]
             least[name] = min(time, least.get(name, time))
@@ -73,11 +77,10 @@ def main():
     parser.add_argument("--repeats", type=int, default=9)
     options = parser.parse_args()
     rows = [row for row in ROWS if options.filter in row[0]]
-    times = measure(options.program, {n for row in rows for n in row[:2]}, options.repeats)
-
     print(f"{'what':46} {'time':>12} {'peer':>12} {'ratio':>8} {'wanted':>8}      against")
     missed = 0
     for name, peer, wanted, against, *scale in rows:
+        times = measure(options.program, {name, peer}, options.repeats)
         if name not in times or peer not in times:
             print(f"{name:46} {'not measured':>12}")
             missed += 1
@@ -85,7 +88,7 @@ def main():
         ratio = times[name] / times[peer] / (scale[0] if scale else 1)
         missed += ratio > wanted
         print(f"{name:46} {times[name] / 1e3:>9.2f} us {times[peer] / 1e3:>9.2f} us {ratio:>8.3f} "
-              f"{wanted:>8} {'ok' if ratio <= wanted else 'MISS':>4} {against}")
+              f"{wanted:>8} {'ok' if ratio <= wanted else 'MISS':>4} {against}", flush=True)
     print(f"{len(rows) - missed} of {len(rows)} met")
 
 

@@ -9,6 +9,16 @@ namespace {
 
 using namespace orca_pdk_4_4;
 
+struct Factory : CFiIcuMessageCatalogFactory {
+  using CFiIcuMessageCatalogFactory::CFiIcuMessageCatalogFactory;
+  CFiMessageCatalogPtr createCatalog(const std::string& language) override {
+    asked += " " + language;
+    if (language == "none") return CFiMessageCatalogPtr();
+    return CFiIcuMessageCatalogFactory::createCatalog(language);
+  }
+  std::string asked;
+};
+
 // An install root with a catalog "demo", built by genrb. Each test has its own: ICU remembers
 // bundles, and missing ones, by their path.
 struct Catalog : testing::Test {
@@ -25,11 +35,12 @@ struct Catalog : testing::Test {
       ASSERT_EQ(std::system(("genrb -q -d " + folder.string() + " " + source).c_str()), 0);
     }
   }
-  // The result of init and the text of HELLO.
-  static std::string opened(const char* language, const char* defaultText = nullptr) {
+  // The result of init and a text.
+  static std::string opened(const char* language, const char* id = "HELLO",
+                            const char* defaultText = nullptr) {
     CFiIcuMessageCatalog catalog(language, "demo");
     const int result = catalog.init();
-    return std::to_string(result) + " " + catalog.getMessage("HELLO", defaultText).c_str();
+    return std::to_string(result) + " " + catalog.getMessage(id, defaultText).c_str();
   }
   char* localized(const char* id, const char* language) {
     char* text = nullptr;
@@ -40,30 +51,24 @@ struct Catalog : testing::Test {
   orca_tests::TempDir root;
   std::filesystem::path folder = root.path() / "resources/libdemo";
   orca_tests::ScopedEnv env{"ORCA_INSTALL_ROOT", root.str().c_str()};
-  CFiIcuMessageCatalogFactory factory{"demo", "en"};
+  Factory factory{"demo", "en"};
   CFiMessageCatalogManager manager;
 };
 
-TEST_F(Catalog, HasTheTextsOfItsLanguageOrOfALessExactOne) {
+TEST_F(Catalog, HasTheTextsOfItsLanguageOrOfALessExactOneOrTheDefaultOrTheId) {
   EXPECT_EQ(opened("de"), "0 demo: guten Tag");
   EXPECT_EQ(opened("xx"), "0 demo: hello") << "unknown: the root texts";
   EXPECT_EQ(opened(nullptr), "0 demo: hello");
   EXPECT_EQ(opened("en_US"), "3 demo: good day") << "reported, yet it serves";
-}
-
-TEST_F(Catalog, GivesTheDefaultTextOrTheIdForAMissingText) {
-  CFiIcuMessageCatalog catalog("de", "demo");
-  EXPECT_STREQ(catalog.getMessage("HELLO", nullptr).c_str(), "demo: <HELLO>") << "before init";
-  EXPECT_EQ(catalog.init(), 0);
-  EXPECT_STREQ(catalog.getMessage("ROOT", nullptr).c_str(), "demo: only root");
-  EXPECT_STREQ(catalog.getMessage("GONE", "default").c_str(), "default");
-  EXPECT_STREQ(catalog.getMessage("GONE", nullptr).c_str(), "demo: <GONE>");
+  EXPECT_EQ(opened("de", "ROOT"), "0 demo: only root");
+  EXPECT_EQ(opened("de", "GONE", "default"), "0 default");
+  EXPECT_EQ(opened("de", "GONE"), "0 demo: <GONE>");
 }
 
 TEST_F(Catalog, ThatIsMissingOrCutAtAnyByteAnswersThree) {
   const std::string whole = orca_tests::readFile(folder / "root.res");
   std::filesystem::remove_all(folder);
-  EXPECT_EQ(opened("en", "default"), "3 default");
+  EXPECT_EQ(opened("en", "HELLO", "default"), "3 default");
   manager.registerFactory(&factory);
   EXPECT_STREQ(localized("HELLO", "de"), "<HELLO>");
   for (std::size_t length = 0; length < whole.size(); ++length) {
@@ -84,36 +89,21 @@ TEST_F(Catalog, IsChosenByLanguage) {
   manager.setNativeLanguage("de");
   EXPECT_STREQ(localized("HELLO", "native"), "demo: guten Tag");
   EXPECT_STREQ(localized("HELLO", "natives"), "demo: hello");
-}
-
-TEST_F(Catalog, OfTheDefaultLanguageIsMadeOnceAndStandsInForOthers) {
-  struct OnlyEnglish : CFiIcuMessageCatalogFactory {
-    using CFiIcuMessageCatalogFactory::CFiIcuMessageCatalogFactory;
-    CFiMessageCatalogPtr createCatalog(const std::string& language) override {
-      asked += language + " ";
-      if (language != "en") return CFiMessageCatalogPtr();
-      return CFiIcuMessageCatalogFactory::createCatalog(language);
-    }
-    std::string asked;
-  } only("demo", "en");
-  manager.registerFactory(&only);
-  EXPECT_EQ(only.asked, "en ");
-  EXPECT_STREQ(localized("HELLO", "de"), "demo: good day");
-  EXPECT_EQ(only.asked, "en de ");
+  EXPECT_STREQ(localized("HELLO", "none"), "demo: good day") << "the default stands in";
+  EXPECT_EQ(factory.asked, " en de_AT de natives none") << "each is made once";
 }
 
 TEST_F(Catalog, TurnsARecordIntoASentenceOrNull) {
   CFiIcuMessage message("DISK", PYX_SEV_ERROR);
   message.addArgument("sdc");
-  const auto sentence = [this](pyx_msg_info* info) {
-    char old[] = "old", *text = old;
-    manager.getLocalizedMessage(info, nullptr, &text);
-    return text;
-  };
-  EXPECT_EQ(sentence(message.serialize()), nullptr) << "no factory";
+  char old[] = "old", *none = old, *text = old, *null = old;
+  manager.getLocalizedMessage(message.serialize(), nullptr, &none);
+  EXPECT_EQ(none, nullptr) << "no factory";
   manager.registerFactory(&factory);
-  EXPECT_STREQ(sentence(message.serialize()), "demo: disk sdc failed");
-  EXPECT_EQ(sentence(nullptr), nullptr);
+  manager.getLocalizedMessage(message.serialize(), nullptr, &text);
+  EXPECT_STREQ(text, "demo: disk sdc failed");
+  manager.getLocalizedMessage(static_cast<pyx_msg_info*>(nullptr), "en", &null);
+  EXPECT_EQ(null, nullptr);
 }
 
 TEST_F(Catalog, TextLivesUntilItIsTakenBack) {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "cfierrormgr.h"
 #include "cfiicucatalog.h"
-#include "cfistringtool.h"
 
 namespace {
 
@@ -23,25 +23,18 @@ std::string serialized(const std::string& id, const std::vector<Formattable>& ar
   return std::string(info->text, info->length);
 }
 
-// Id, severity and arguments (type:value) after reading a text into a message that had none.
+// Id, severity and three arguments after reading a text into a message that had none.
 std::string deserialized(std::string text) {
   CFiIcuMessage message("OLD", 1);
   const pyx_msg_info info = {text.data(), text.size()};
   message.deserialize(&info);
-  std::string all = message.getMessageId() + "/" + std::to_string(message.getSeverity());
-  for (int i = 0; i < message.argumentCount(); ++i) {
-    Formattable value = message.argument(i);
-    all += "|" + std::to_string(value.getType()) + ":";
-    all += value.getType() == Formattable::kString   ? CFiStringTool::ustr2str(value.getString())
-           : value.getType() == Formattable::kDouble ? CFiStringTool::double2str(value.getDouble())
-                                                     : std::to_string(value.getLong());
-  }
-  return all;
+  return message.getMessageId() + "/" + std::to_string(message.getSeverity()) +
+         message.formatMessage(" {0} {1} {2}").c_str();
 }
 
-TEST(Serialize, WritesALineForAnArgumentOfEveryTypeAndLeavesTheValuesOfOthersEmpty) {
-  EXPECT_EQ(serialized("MSG_ERROR_DEMO_0012", {"/dev/sdc", -42}), kTwoArguments);
+TEST(Message, IsWrittenWithALineForAnArgumentAndNoValueForTheUnknownTypes) {
   EXPECT_EQ(serialized("MSG_ERROR_DEMO_0012", {}), "") << "no arguments";
+  EXPECT_EQ(serialized("MSG_ERROR_DEMO_0012", {"/dev/sdc", -42}), kTwoArguments);
   const std::string text =
       serialized("ID", {Formattable(12.0, Formattable::kIsDate), 0.5, int64_t{1} << 40,
                         icu::UnicodeString(u"gr\u00fcn & >")});
@@ -49,61 +42,98 @@ TEST(Serialize, WritesALineForAnArgumentOfEveryTypeAndLeavesTheValuesOfOthersEmp
             "<SERIALIZED_MESSAGE MSGID=ID SEVERITY=3>\n\t<ARGVALUE INDEX=0 TYPE=0>12</ARGVALUE>\n"
             "\t<ARGVALUE INDEX=1 TYPE=1>0.5</ARGVALUE>\n\t<ARGVALUE INDEX=2 TYPE=5></ARGVALUE>\n"
             "\t<ARGVALUE INDEX=3 TYPE=3>gr\xc3\xbcn & ></ARGVALUE>\n</SERIALIZED_MESSAGE>\n");
-  EXPECT_EQ(deserialized(text), "ID/3|1:12|1:0.5|3:gr\xc3\xbcn & >");
+  EXPECT_EQ(deserialized(text), "ID/3 12 0.5 gr\xc3\xbcn & >") << "a date comes back as a double";
   EXPECT_EQ(serialized(std::string(2000, 'i'), {1}).substr(0, 1024),
             "<SERIALIZED_MESSAGE MSGID=" + std::string(997, 'i') + "\t");
 }
 
-TEST(Deserialize, ReadsWhatTheTextHolds) {
+TEST(Message, IsReadAsFarAsTheTextHoldsIt) {
   const std::string head = "<SERIALIZED_MESSAGE MSGID=ID SEVERITY=2>\n";
   const std::string eight = "<ARGVALUE INDEX=7 TYPE=2>8</ARGVALUE>";
   const std::pair<std::string, std::string> readings[] = {
-      {"zz 12", "OLD/1"},
-      {"zz 12 " + head + eight, "ID/2|2:8"},
-      {head + "<ARGVALUE INDEX=0 TYPE=9>7</ARGVALUE>" + eight, "ID/2|2:8"},
+      {"zz 12", "OLD/1 {0} {1} {2}"},
+      {"zz 12 " + head + eight, "ID/2 8 {1} {2}"},
+      {head + "<ARGVALUE INDEX=0 TYPE=9>7</ARGVALUE>" + eight, "ID/2 8 {1} {2}"},
       // The searches for the header and the first argument stop at any character of the tag.
-      {"A " + head, "OLD/1"},
-      {head + "A" + eight + eight, "ID/2|2:8"},
+      {"A " + head, "OLD/1 {0} {1} {2}"},
+      {head + "A" + eight + eight, "ID/2 8 {1} {2}"},
       // A string is cut at its "<", and 11 characters from there are not looked at.
-      {head + "<ARGVALUE INDEX=0 TYPE=3>a<b</ARGVALUE>" + eight, "ID/2|3:a|2:8"},
-      {head + "<ARGVALUE INDEX=0 TYPE=3>a<12" + eight, "ID/2|3:a"},
+      {head + "<ARGVALUE INDEX=0 TYPE=3>a<b</ARGVALUE>" + eight, "ID/2 a 8 {2}"},
+      {head + "<ARGVALUE INDEX=0 TYPE=3>a<12" + eight, "ID/2 a {1} {2}"},
       {"<SERIALIZED_MESSAGE MSGID=" + std::string(3000, 'i') + " SEVERITY=2>",
-       std::string(1023, 'i') + "/2"}};
+       std::string(1023, 'i') + "/2 {0} {1} {2}"}};
   for (const auto& [text, content] : readings) EXPECT_EQ(deserialized(text), content) << text;
 }
 
-TEST(Deserialize, GivesWhatStoodBeforeACutAtAnyByte) {
-  const std::string whole = deserialized(kTwoArguments);
-  EXPECT_EQ(whole, "MSG_ERROR_DEMO_0012/3|3:/dev/sdc|2:-42");
-  const std::size_t id = kTwoArguments.find("MSG_"), first = kTwoArguments.find("/dev"),
-                    second = kTwoArguments.find("-42");
-  for (std::size_t cut = 0; cut <= kTwoArguments.size(); ++cut) {
+TEST(Message, CutAtAnyByteGivesWhatStoodBefore) {
+  const std::string whole = "MSG_ERROR_DEMO_0012/3 /dev/sdc -42 {2}";
+  const size_t first = kTwoArguments.find("/dev"), second = kTwoArguments.find("-42");
+  for (size_t cut = 0; cut <= kTwoArguments.size(); ++cut) {
     const std::string content = deserialized(kTwoArguments.substr(0, cut));
-    if (cut <= id) {
-      EXPECT_EQ(content, "OLD/1") << cut;
+    if (cut <= kTwoArguments.find("MSG_")) {
+      EXPECT_EQ(content, "OLD/1 {0} {1} {2}") << cut;
     } else if (cut >= first && cut < second) {
-      EXPECT_EQ(content, whole.substr(0, 24 + std::min<std::size_t>(cut - first, 8))) << cut;
+      EXPECT_EQ(content, whole.substr(0, 22 + std::min<size_t>(cut - first, 8)) + " {1} {2}");
     } else if (cut >= second + 3) {
       EXPECT_EQ(content, whole) << cut;
     }
   }
 }
 
-TEST(FormatMessage, PutsTheArgumentsInOrGivesThePatternBack) {
+TEST(Message, PutsItsArgumentsIntoAPatternOrGivesThePatternBack) {
   UErrorCode status = U_ZERO_ERROR;
   icu::Locale::setDefault(icu::Locale::getUS(), status);
   CFiIcuMessage message("ID", 3);
   message.addArgument("/dev/sdc");
   message.addArgument(1234567);
   message.addArgument(Formattable(&message.argument(0), 1));
-  const pyx_msg_info empty = {};
-  for (const pyx_msg_info* info : {static_cast<const pyx_msg_info*>(nullptr), &empty}) {
-    message.deserialize(info);
-  }
+  message.deserialize(nullptr);
   EXPECT_STREQ(message.formatMessage("it''s {1} on {0}").c_str(), "it's 1,234,567 on /dev/sdc");
   for (const char* pattern : {"{5}", "{0", "", "{2}"}) {
     EXPECT_STREQ(message.formatMessage(pattern).c_str(), pattern);
   }
+}
+
+// Writes down what it is handed, behind its name.
+struct Recorder : CFiErrorHandlerBase {
+  explicit Recorder(const char* n) : name(n) {}
+  void handleMessage(CFiMessagePtr message) override {
+    journal += name + message->getMessageId() + std::to_string(message->getCount()) + " ";
+  }
+  void handleText(char* text, pyx_eseverity severity) override {
+    journal += name + text + std::to_string(severity) + " ";
+  }
+  const std::string name;
+  static inline std::string journal;
+};
+
+TEST(ErrorManager, HandsEverythingToAllHandlersInOrderAndKeepsOnlyTheLastMessage) {
+  CFiErrorManager manager;
+  manager.deleteLastError(nullptr);
+  Recorder a("a:"), b("b:");
+  for (Recorder* handler : {&b, static_cast<Recorder*>(nullptr), &a, &b}) {
+    manager.registerHandler(handler);
+  }
+  char text[] = "text";
+  manager.pushError(text, PYX_SEV_DETAIL);
+  EXPECT_FALSE(manager.getLastError()) << "a text is not kept";
+  const CFiMessagePtr first(new CFiIcuMessage("1", 3)), second(new CFiIcuMessage("2", 3));
+  manager.pushError(first);
+  manager.pushError(second);
+  // Held here, by the argument, the slot, and the handler's own copy.
+  EXPECT_EQ(Recorder::journal, "b:text4 a:text4 b:text4 b:14 a:14 b:14 b:24 a:24 b:24 ");
+  EXPECT_EQ(first->getCount(), 1) << "released";
+  EXPECT_EQ(manager.getLastError().get(), second.get());
+  manager.deleteLastError(nullptr);
+  EXPECT_FALSE(manager.getLastError());
+  EXPECT_EQ(second->getCount(), 1);
+}
+
+TEST(Error, FormsItsMessageIdFromPrefixNumberAndOffset) {
+  EXPECT_EQ(CFiError(1012).getMessageId("demo", 1000), "MSG_ERROR_DEMO_0012");
+  EXPECT_EQ(CFiError(7).getMessageId("demo", 1000), "MSG_ERROR_DEMO_0007");
+  EXPECT_EQ(CFiError(100).getMessageId("demo", 100), "MSG_ERROR_DEMO_0100");
+  EXPECT_EQ(CFiError(-1).getMessageId("", 0), "MSG_ERROR_-001");
 }
 
 }  // namespace

@@ -27,8 +27,9 @@ class Accounting : public testing::Test {
       const Seen one{f->kind, f->object, f->size, f->given, f->name == nullptr ? "" : f->name};
       static_cast<std::vector<Seen>*>(context)->push_back(one);
     };
-    EXPECT_EQ(orca_accounting_report(note, &seen), seen.size());
-    EXPECT_EQ(orca_accounting_report(nullptr, nullptr), seen.size());
+    const size_t count = orca_accounting_report(note, &seen);
+    EXPECT_EQ(count, seen.size());
+    EXPECT_EQ(orca_accounting_report(nullptr, nullptr), count);
     return seen;
   }
   // Buffers out and back, object ids out and back, bytes out now.
@@ -40,16 +41,17 @@ class Accounting : public testing::Test {
 };
 
 TEST_F(Accounting, NamesLeaksInTheOrderOfHandingOutUntilTheyComeBack) {
+  constexpr size_t kLarge = 1 << 20;  // at a higher address than what comes later
+  void* buffer = orca_alloc_buf(kLarge);
   orca_objid* id = orca_get_objid("disk", 5, 3);
   void* empty = orca_alloc_buf(0);
-  void* buffer = orca_alloc_buf(7);
-  EXPECT_EQ(report(), (std::vector<Seen>{{ORCA_FINDING_OBJID_LEAKED, id, 5, 0, "disk"},
-                                         {ORCA_FINDING_BUFFER_LEAKED, empty, 0, 0, ""},
-                                         {ORCA_FINDING_BUFFER_LEAKED, buffer, 7, 0, ""}}));
-  EXPECT_EQ(totals(), (std::vector<uint64_t>{2, 0, 1, 0, 7}));
+  EXPECT_EQ(report(), (std::vector<Seen>{{ORCA_FINDING_BUFFER_LEAKED, buffer, kLarge, 0, ""},
+                                         {ORCA_FINDING_OBJID_LEAKED, id, 5, 0, "disk"},
+                                         {ORCA_FINDING_BUFFER_LEAKED, empty, 0, 0, ""}}));
+  EXPECT_EQ(totals(), (std::vector<uint64_t>{2, 0, 1, 0, kLarge}));
   orca_free_objid(id);
   orca_free_buf(empty, 0);
-  orca_free_buf(buffer, 7);
+  orca_free_buf(buffer, kLarge);
   EXPECT_EQ(report(), std::vector<Seen>());
   EXPECT_EQ(totals(), (std::vector<uint64_t>{2, 2, 1, 1, 0}));
 }

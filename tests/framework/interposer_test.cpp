@@ -1,147 +1,95 @@
 #include "cfiplugininterposer.h"
 
-#include <fiutil_accounting.h>
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 
 #include "cfiudid.h"
 #include "framework/test_provider.h"
 
+namespace orca_tests {
 namespace {
 
 using namespace orca_pdk;
-using orca_tests::Texts;
-using orca_tests::TracedTest;
 
-struct Import {
-  std::string name;
-  Texts hosts;
-  bool first, second, third;
-  int kind;
-  bool operator==(const Import&) const = default;
-};
-
+// Answers 77 to importNode and keeps its arguments: "NAME HOST... FIRST SECOND THIRD KIND".
 class Importer : public CFiPluginInterposer {
  public:
   int importNode(tstr name, std::vector<tstr> hosts, bool first, bool second, bool third,
                  int kind) override {
-    Texts names;
-    for (const tstr& host : hosts) names.push_back(host.c_str());
-    imports.push_back({name.c_str(), names, first, second, third, kind});
+    std::string import = name.c_str();
+    for (const tstr& host : hosts) import += std::string(" ") + host.c_str();
+    for (const int number : {+first, +second, +third, kind}) import += " " + std::to_string(number);
+    imports.push_back(import);
     return 77;
   }
-  std::vector<Import> imports;
+  Texts imports;
 };
 
-class Interposer : public TracedTest {
+// The Importer is the provider "P" with FIMs under two patterns.
+class Interposer : public ProviderTestOf<Importer> {
  protected:
   Interposer() {
-    m_provider.registerTraceLog(m_log);
-    m_provider.registerPrivateDataManager(m_nodes);
     m_provider.setProviderName("P");
-    m_node.objid = &m_id;
     m_node.capability = &m_capability;
-  }
-  ~Interposer() override {
-    for (char* text : m_fimTexts) std::free(text);
+    addFims();
   }
 
-  void name(const char* text) { m_name = text, m_id.name = m_name.data(); }
   void addFims() {
     m_provider.addFim("disk", "snapB", "detail B", 0x10, "");
     m_provider.addFim("disk", "snapA", "detail A", 0x20, "shared");
     m_provider.addFim("abc", "snapC", "detail C", 0x40, "shared");
-    m_recorder.takeBody();
   }
-  Texts fimNames(const char* node) const {
-    Texts names;
-    for (const SFiFimInfo& fim : m_provider.getFims(node)) names.push_back(fim.fimName);
-    return names;
-  }
-  // The FIM list of the node as texts; the list's texts are freed with the test.
-  Texts hungFims() {
+  void name(const char* text) { m_id.name = const_cast<char*>(text); }
+  int initNode(pyx_domain& node) { return m_provider.initNode(&node, nullptr, 0, nullptr); }
+  // The texts of a node's FIM list; frees them.
+  static Texts takeFims(const pyx_domain& node) {
     Texts fims;
-    for (const pyx_node_fim* fim = m_node.fim_list; fim != nullptr; fim = fim->next) {
+    for (const pyx_node_fim* fim = node.fim_list; fim != nullptr; fim = fim->next) {
       fims.push_back(std::string(fim->detail->text) + "/" + fim->name->text);
-      EXPECT_EQ(fim->detail->node, &m_node);
-      m_fimTexts.insert(m_fimTexts.end(), {fim->detail->text, fim->name->text});
+      EXPECT_TRUE(fim->detail->node == &node && fim->name->node == &node);
+      std::free(fim->detail->text);
+      std::free(fim->name->text);
     }
     return fims;
   }
 
-  Importer m_provider;
-  CFiPrivateDataManagerPtr m_nodes{new CFiPrivateDataMap};
-  std::string m_name;
-  orca_objid m_id{nullptr, 3};
   int32_t m_capability = 1;
-  pyx_domain m_node{};
-  std::vector<char*> m_fimTexts;
+  char m_host[3] = "h1";
+  pyx_host_infn m_hosts{m_host, nullptr};
 };
 
-TEST_F(Interposer, KeepsGroupsAsRegisteredAndForgetsTheirNodesWhenRegisteredAgain) {
+TEST_F(Interposer, FindsTheFimsOfANodeAndClaimsThoseWithTheMarker) {
   m_provider.addFim("", "snap", "", 0, "group");
-  EXPECT_TRUE(m_provider.fims().empty() && m_provider.groups().empty());
+  EXPECT_FALSE(m_provider.isGroupNode("group"));
   EXPECT_EQ(m_recorder.takeBody(),
             Texts{"1 ERROR: Invalid arg to addFim(), invalid claim pattern"});
-  addFims();
-  EXPECT_TRUE(m_provider.isGroupNode("snapB_FIM_GROUP"));
-  EXPECT_FALSE(m_provider.isGroupNode("snapB_FIM_GROUPS"));
-  const SFiGroupInfo& shared = m_provider.groups().at("shared");
-  EXPECT_EQ(shared.pattern, "abc");
-  EXPECT_STREQ(shared.objid->name, "shared");
-  EXPECT_EQ(shared.objid->kind, 3);
-
-  name("shared");
-  EXPECT_EQ(m_provider.initNode(&m_node, nullptr, 0, nullptr), 0);
-  EXPECT_EQ(shared.node, &m_node);
-  m_provider.addFim("disk", "snapA", "", 0, "shared");
-  EXPECT_EQ(m_provider.groups().at("shared").node, nullptr);
-  hungFims();
-  m_provider.deInitNode(&m_node);
-}
-
-TEST_F(Interposer, FindsTheFimsOfANode) {
-  addFims();
-  const struct {
-    const char* node;
-    Texts fims;
-  } cases[] = {{"shared", {"snapC"}},
-               {"snapB_FIM_GROUP", {"snapB"}},
-               {"<P>/dev/disk1", {"snapB", "snapA"}},
-               {"<P>/dev/disk/abc", {"snapC"}},
-               {"/dev/disk1", {}},
-               {"<P>/dev/sda", {}},
-               {"<Q>/dev/disk1", {}}};
-  for (const auto& c : cases) EXPECT_EQ(fimNames(c.node), c.fims) << c.node;
-}
-
-TEST_F(Interposer, ClaimsNamesWithMarkerAndPattern) {
-  addFims();
-  const struct {
-    const char* node;
-    int result;
-    const char* line;
-  } cases[] = {
-      {"<P>/dev/disk1", 2, "3 Info, claiming node [<P>/dev/disk1] PYX_CLAIM_SECONDARY"},
-      {"/dev/disk1", 0, "3 Info, NOT claiming node [/dev/disk1]"},
-      {"<P>/dev/sda", 0, "3 Info, NOT claiming node [<P>/dev/sda]"},
-      {nullptr, 0, "3 ERROR: Invalid primary object id for claim()"},
-  };
-  for (const auto& c : cases) {
-    orca_objid id{const_cast<char*>(c.node), 3};
-    orca_objid* some = &id;
+  const std::tuple<const char*, std::string, int> cases[] = {{"shared", "snapC ", 0},
+                                                             {"snapB_FIM_GROUP", "snapB ", 0},
+                                                             {"<P>/dev/disk1", "snapB snapA ", 2},
+                                                             {"<P>/dev/disk/abc", "snapC ", 2},
+                                                             {"/dev/disk1", "", 0},
+                                                             {"<P>/dev/sda", "", 0},
+                                                             {"<Q>/dev/disk1", "", 0}};
+  orca_objid* some = &m_id;
+  for (const auto& [node, fims, result] : cases) {
+    std::string names;
+    for (const SFiFimInfo& fim : m_provider.getFims(node)) names += fim.fimName + " ";
+    EXPECT_EQ(names, fims) << node;
     orca_objid** secondaries = &some;
     int count = 9;
-    EXPECT_EQ(m_provider.claim(&id, &secondaries, &count), c.result);
-    EXPECT_EQ(secondaries, c.result == 2 ? nullptr : &some);
-    EXPECT_EQ(count, c.result == 2 ? 0 : 9);
-    EXPECT_EQ(m_recorder.takeBody(), Texts{c.line});
+    name(node);
+    EXPECT_EQ(m_provider.claim(&m_id, &secondaries, &count), result);
+    EXPECT_EQ(secondaries, result == 2 ? nullptr : &some);
+    EXPECT_EQ(count, result == 2 ? 0 : 9);
+    const std::string quoted = std::string("claiming node [") + node + "]";
+    EXPECT_EQ(m_recorder.takeBody().back(),
+              "3 Info, " + (result == 2 ? quoted + " PYX_CLAIM_SECONDARY" : "NOT " + quoted));
   }
+  name(nullptr);
+  EXPECT_EQ(m_provider.claim(&m_id, nullptr, nullptr), 0);
+  EXPECT_EQ(m_recorder.takeBody(), Texts{"3 ERROR: Invalid primary object id for claim()"});
 }
 
 TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
-  addFims();
   name("/dev/disk1");
   orca_objid* own = nullptr;
   orca_objid** groups = nullptr;
@@ -151,19 +99,14 @@ TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
             (Texts{"3 CFiPluginInterposer::interpose - Looking for patten abc in /dev/disk1.",
                    "3 CFiPluginInterposer::interpose - Looking for patten disk in /dev/disk1.",
                    "3 Info, interposing with node [<P>/dev/disk1] on [/dev/disk1]."}));
-  EXPECT_STREQ(own->name, "<P>/dev/disk1");
   ASSERT_EQ(count, 2);
-  EXPECT_STREQ(groups[0]->name, "snapB_FIM_GROUP");
-  EXPECT_STREQ(groups[1]->name, "shared");
+  EXPECT_EQ((Texts{own->name, groups[0]->name, groups[1]->name}),
+            (Texts{"<P>/dev/disk1", "snapB_FIM_GROUP", "shared"}));
   for (orca_objid* id : {own, groups[0], groups[1]}) orca_free_objid(id);
   orca_free_buf(groups, 2 * sizeof(orca_objid*));
-}
-
-TEST_F(Interposer, LeavesIgnoredTypesAndOtherNamesAlone) {
-  addFims();
   m_provider.addIgnoreNodeType(0x2);
   m_provider.addIgnoreNodeType(0x8);
-  for (const auto& [node, type] : {std::pair("/dev/disk1", 0xau), std::pair("/dev/sda", 0x5u)}) {
+  for (const auto& [node, type] : {std::pair("/dev/disk1", 0x6u), std::pair("/dev/sda", 0x5u)}) {
     name(node);
     m_node.node_type = type;
     EXPECT_EQ(m_provider.interpose(&m_node, nullptr, nullptr, nullptr), 0) << node;
@@ -172,125 +115,98 @@ TEST_F(Interposer, LeavesIgnoredTypesAndOtherNamesAlone) {
 
 TEST_F(Interposer, AnswersExistenceAndReadinessOfItsNodes) {
   int exists = 9;
-  EXPECT_EQ(m_provider.checkNodeExistence(&m_node, &exists), 4);
+  EXPECT_EQ(CFiPluginInterposer().checkNodeExistence(&m_node, &exists), 4);
   EXPECT_EQ(exists, 9);
-  addFims();
-  for (const auto& [node, answer] : {std::pair("<P>x", 1), std::pair("x", 0)}) {
-    name(node);
-    EXPECT_EQ(m_provider.checkNodeExistence(&m_node, &exists), 0);
-    EXPECT_EQ(exists, answer) << node;
-  }
+  EXPECT_TRUE(m_provider.checkNodeExistence(&m_node, &exists) == 0 && exists == 0);
+  name("<P>x");
+  EXPECT_TRUE(m_provider.checkNodeExistence(&m_node, &exists) == 0 && exists == 1);
   pyx_domain second{};
   m_node.flags = 1;
   pyx_splitnode pair{&m_node, &second}, alone{&m_node, nullptr};
   pyx_splitnode* nodes[] = {&alone, &pair};
   EXPECT_EQ(m_provider.isReady(nullptr, nodes, 2), 0);
-  EXPECT_EQ(m_node.flags, 9u);
-  EXPECT_EQ(second.flags, 8u);
+  EXPECT_TRUE(m_node.flags == 9 && second.flags == 8);
 }
 
-TEST_F(Interposer, AnswersFiTypesFromFlagsOrHosts) {
-  addFims();
+TEST_F(Interposer, AddsTheFlagsOfAFiTypeOrSetsTheCapabilityWhereThereAreHosts) {
   name("<P>disk");
-  char snapA[] = "snapA", any[] = "any", other[] = "snap";
-  EXPECT_EQ(m_provider.supportsFiType(&m_node, other), 0);
-  EXPECT_EQ(m_capability, 1);
-  EXPECT_EQ(m_provider.supportsFiType(&m_node, snapA), 1);
-  EXPECT_EQ(m_capability, 0x21);
-  EXPECT_EQ(m_provider.supportsFiType(&m_node, any), 1);
-  EXPECT_EQ(m_capability, 0x31);
-  char host[] = "h1";
-  pyx_host_infn hosts{host, nullptr};
+  const auto expectCapability = [&](std::string type, int result, int capability) {
+    EXPECT_EQ(m_provider.supportsFiType(&m_node, type.data()), result) << type;
+    EXPECT_EQ(m_capability, capability) << type;
+  };
+  expectCapability("snap", 0, 1);
+  expectCapability("snapA", 1, 0x21);
   const CFiPrivateDataPtr data = m_nodes->findOrCreate(&m_node, 0);
-  EXPECT_EQ(m_provider.supportsFiType(&m_node, any), 1);
-  EXPECT_EQ(m_capability, 0x31);
-  data->setHostList(&hosts);
-  EXPECT_EQ(m_provider.supportsFiType(&m_node, any), 1);
-  EXPECT_EQ(m_capability, 1);
+  expectCapability("any", 1, 0x31);
+  data->setHostList(&m_hosts);
+  expectCapability("any", 1, 1);
   data->setTransportable(true);
-  EXPECT_EQ(m_provider.supportsFiType(&m_node, snapA), 1);
-  EXPECT_EQ(m_capability, 2);
+  expectCapability("snapA", 1, 2);
 }
 
 TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateData) {
-  addFims();
   m_provider.setDefaultNodeType(0x6);
   pyx_domain group{};
-  char groupName[] = "shared";
-  orca_objid groupId{groupName, 3};
-  group.objid = &groupId;
-  m_provider.initNode(&group, nullptr, 0, nullptr);
-  EXPECT_EQ(m_provider.initNode(&group, nullptr, 0, nullptr), 0);
+  group.objid = m_provider.groups().at("shared").objid;
+  EXPECT_EQ(initNode(group), 0);
+  EXPECT_EQ(takeFims(group), Texts{"detail C/snapC"});
+  const pyx_node_fim* hung = group.fim_list;
+  EXPECT_EQ(initNode(group), 0);
+  EXPECT_EQ(group.fim_list, hung) << "set up a second time";
 
   name("<P>disk");
   m_node.node_type = 0x100;
   m_node.fim_aux = &group;
   m_recorder.takeBody();
-  EXPECT_EQ(m_provider.initNode(&m_node, nullptr, 0, nullptr), 0);
+  EXPECT_EQ(initNode(m_node), 0);
   EXPECT_EQ(m_recorder.takeBody(), Texts{"3 CFiPluginInterposer::initNode for Node [<P>disk]"});
   EXPECT_EQ(m_node.name, m_id.name);
-  EXPECT_EQ(m_node.node_type, 0x6u);
-  EXPECT_EQ(m_node.fim_aux, nullptr);
-  EXPECT_EQ(hungFims(), (Texts{"detail B/snapB", "detail A/snapA"}));
+  EXPECT_TRUE(m_node.node_type == 0x6 && m_node.fim_aux == nullptr);
+  EXPECT_EQ(takeFims(m_node), (Texts{"detail B/snapB", "detail A/snapA"}));
   EXPECT_EQ(m_node.fim_list->name->group, nullptr);
-  EXPECT_EQ(m_node.fim_list->next->name->group, &group);
-  EXPECT_EQ(m_node.fim_list->next->detail->group, &group);
+  const pyx_node_fim* shared = m_node.fim_list->next;
+  EXPECT_TRUE(shared->name->group == &group && shared->detail->group == &group);
   EXPECT_TRUE(m_nodes->find(&m_node));
+  addFims();
+  EXPECT_EQ(m_provider.groups().at("shared").node, nullptr) << "registered again";
 
-  const pyx_node_fim* hung = m_node.fim_list;
+  hung = m_node.fim_list;
   m_provider.deInitNode(&m_node);
+  m_provider.deInitNode(&group);
   EXPECT_EQ(m_node.fim_list, hung);
   EXPECT_FALSE(m_nodes->find(&m_node));
-  for (const char* kind : {"detail", "name"}) {
-    m_fimTexts.push_back(kind[0] == 'd' ? group.fim_list->detail->text
-                                        : group.fim_list->name->text);
-  }
-  m_provider.deInitNode(&group);
 }
 
-class ThrowingMap : public CFiPrivateDataMap {
-  CFiPrivateData* create(pyx_domain*) override { throw std::runtime_error("no room"); }
-};
-
 TEST_F(Interposer, TurnsAnExceptionOfTheSetUpIntoAResult) {
-  name("node");
+  struct ThrowingMap : CFiPrivateDataMap {
+    CFiPrivateData* create(pyx_domain*) override { throw std::runtime_error("no room"); }
+  };
   m_provider.registerPrivateDataManager(CFiPrivateDataManagerPtr(new ThrowingMap));
-  EXPECT_EQ(m_provider.initNode(&m_node, nullptr, 0, nullptr), 6);
-  const Texts lines = m_recorder.takeBody();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_TRUE(
-      lines[1].starts_with("1 ERROR: Caught unhandled exception at ../cfiplugininterposer, "));
+  EXPECT_EQ(initNode(m_node), 6);
+  EXPECT_TRUE(m_recorder.takeBody().back().starts_with(
+      "1 ERROR: Caught unhandled exception at ../cfiplugininterposer, "));
 }
 
 TEST_F(Interposer, ImportsAnAlternateNodeForTheHostsOfThePrimary) {
-  const struct {
-    bool flag, hasData, transportable;
-    int intent, result;
-  } cases[] = {{false, true, false, 0, 77},
-               {true, true, false, 0, 0},
-               {false, false, false, 0, 0},
-               {false, true, true, 0, 0},
-               {false, true, false, 1, 0}};
-  name("target");
   m_provider.setDefaultNodeType(0x4);
-  char host[] = "h1";
-  pyx_host_infn hosts{host, nullptr};
-  for (const auto& c : cases) {
-    pyx_domain primary{};
-    m_node.node_type = 0x1;
-    if (c.hasData) {
-      const CFiPrivateDataPtr data = m_nodes->findOrCreate(&primary, 0);
-      data->setHostList(&hosts);
-      data->setTransportable(c.transportable);
-      data->setIntent(static_cast<pyx_intent>(c.intent));
-    }
-    EXPECT_EQ(m_provider.initAltNode(&primary, nullptr, &m_node, c.flag), c.result);
-    EXPECT_EQ(m_node.node_type, 0x5u);
-    EXPECT_TRUE(m_nodes->find(&m_node)->getIsAltNode());
-    m_nodes->remove(&primary);
-    m_nodes->remove(&m_node);
-  }
-  EXPECT_EQ(m_provider.imports, (std::vector<Import>{{"target", {"h1"}, false, false, false, 1}}));
+  pyx_domain primary{};
+  m_node.node_type = 0x1;
+  const auto initAltNode = [&](bool flag) {
+    return m_provider.initAltNode(&primary, nullptr, &m_node, flag);
+  };
+  EXPECT_EQ(initAltNode(false), 0) << "no private data";
+  EXPECT_EQ(m_node.node_type, 0x5u);
+  EXPECT_TRUE(m_nodes->find(&m_node)->getIsAltNode());
+  const CFiPrivateDataPtr data = m_nodes->findOrCreate(&primary, 0);
+  data->setHostList(&m_hosts);
+  EXPECT_EQ(initAltNode(false), 77);
+  EXPECT_EQ(initAltNode(true), 0);
+  data->setTransportable(true);
+  EXPECT_EQ(initAltNode(false), 0);
+  data->setTransportable(false);
+  data->setIntent(static_cast<pyx_intent>(1));
+  EXPECT_EQ(initAltNode(false), 0);
+  EXPECT_EQ(m_provider.imports, Texts{"node h1 0 0 0 1"});
   m_recorder.takeBody();
   EXPECT_EQ(m_provider.initAltNode(&m_node, nullptr, nullptr, false), 3);
   EXPECT_EQ(m_recorder.takeBody(), Texts{"1 ERROR: initAltNode(): target node is invalid."});
@@ -300,79 +216,51 @@ TEST_F(Interposer, ImportsATreeNodeAndHandsItsIdOutWhateverComesOfIt) {
   orca_objid* imported = nullptr;
   EXPECT_EQ(m_provider.importTreeNode(&m_node, nullptr, nullptr, 0, &imported), 3);
   EXPECT_EQ(m_recorder.takeBody(), Texts{"1 Error: Invalid input arguments to importTreeNode"});
-  char importName[] = "lun7";
-  orca_objid importId{importName, 3};
-  m_node.import_objid = &importId;
+  m_node.import_objid = &m_id;
   EXPECT_EQ(m_provider.importTreeNode(&m_node, nullptr, nullptr, 0, &imported), 77);
-  EXPECT_EQ(imported, &importId);
-  m_nodes->findOrCreate(&m_node, 0)->setTransportable(true);
+  EXPECT_EQ(imported, &m_id);
+  const CFiPrivateDataPtr data = m_nodes->findOrCreate(&m_node, 0);
+  data->setTransportable(true);
+  data->setHostList(&m_hosts);
   EXPECT_EQ(m_provider.importTreeNode(&m_node, nullptr, nullptr, 0, nullptr), 77);
-  EXPECT_EQ(m_provider.imports, (std::vector<Import>{{"lun7", {}, false, false, false, 1},
-                                                     {"lun7", {}, true, false, false, 1}}));
+  EXPECT_EQ(m_provider.imports, (Texts{"node 0 0 0 1", "node h1 1 0 0 1"}));
+  EXPECT_EQ(m_provider.CFiPluginInterposer::importNode("x", {}, false, false, false, 2), 4);
 }
 
-TEST(InterposerMemory, LeavesNoObjectIdOfGroupsBehind) {
-  orca_accounting_reset();
-  {
-    CFiPluginInterposer provider;
-    provider.addFim("a", "f", "", 0, "g");
-    provider.addFim("b", "f", "", 0, "g");
-    EXPECT_EQ(provider.importNode("x", {}, false, false, false, 2), 4);
-  }
-  EXPECT_EQ(orca_accounting_report(nullptr, nullptr), 0u);
+// Imports or withdraws a resource.
+int move(Importer& provider, bool import, char* resource, char* host, int flags) {
+  return import ? provider.importResource(nullptr, resource, host, nullptr, flags, nullptr, nullptr)
+                : provider.deportResource(resource, host, nullptr, nullptr, flags);
 }
 
-// Resources.
-
-TEST_F(Interposer, DecodesImportAndDeportFlags) {
-  const struct {
-    bool import;
-    int flags, result;
-    bool second, third;
-  } cases[] = {{true, 0x1, 77, false, false},   {true, 0x2, 77, true, false},
-               {true, 0x3, 77, false, false},   {true, 0x5, 4, false, false},
-               {true, 0x0, 6, false, false},    {true, 0x8, 6, false, false},
-               {false, 0x10, 77, true, true},   {false, 0x20, 77, false, true},
-               {false, 0x30, 77, true, true},   {false, 0x40, 4, false, false},
-               {false, 0x410, 0, false, false}, {false, 0x0, 0, false, false}};
+TEST_F(Interposer, DecodesTheFlagsOfAResource) {
+  const std::tuple<bool, int, int, const char*> cases[] = {
+      {true, 0x1, 77, "0 0 0"},   {true, 0x2, 77, "0 1 0"}, {true, 0x3, 77, "0 0 0"},
+      {true, 0x5, 4, ""},         {true, 0x8, 6, ""},       {false, 0x20, 77, "0 0 1"},
+      {false, 0x30, 77, "0 1 1"}, {false, 0x40, 4, ""},     {false, 0x410, 0, ""},
+      {false, 0x0, 0, ""}};
   char resource[] = "UDID##a##b##c";
-  char host[] = "h1";
-  for (const auto& c : cases) {
+  for (const auto& [import, flags, result, booleans] : cases) {
     m_provider.imports.clear();
-    const int result =
-        c.import
-            ? m_provider.importResource(nullptr, resource, host, nullptr, c.flags, nullptr, nullptr)
-            : m_provider.deportResource(resource, host, nullptr, nullptr, c.flags);
-    EXPECT_EQ(result, c.result) << c.flags;
-    const Import call{resource, {"h1"}, false, c.second, c.third, 2};
-    EXPECT_EQ(m_provider.imports, std::vector<Import>(result == 77 ? 1 : 0, call)) << c.flags;
+    EXPECT_EQ(move(m_provider, import, resource, m_host, flags), result) << flags;
+    EXPECT_EQ(move(m_provider, import, resource, nullptr, flags), result) << flags;
+    const std::string name = "UDID##a##b##c ", rest = booleans + std::string(" 2");
+    EXPECT_EQ(m_provider.imports,
+              result == 77 ? (Texts{name + "h1 " + rest, name + rest}) : Texts());
+    const std::string api = import ? "importResource" : "deportResource";
+    const Texts hosts{"3 Hostname [h1] was passed to " + api + " API. Adding it hostList ",
+                      "3 No hostname was passed to the " + api + " API"};
+    EXPECT_EQ(m_recorder.takeBody(), flags == 0x410 ? Texts() : hosts);
   }
-}
-
-TEST_F(Interposer, TracesTheHostOfAResource) {
-  char resource[] = "UDID##a##b##c";
-  char host[] = "h1";
-  for (char* name : {static_cast<char*>(nullptr), host}) {
-    m_provider.importResource(nullptr, resource, name, nullptr, 0x4, nullptr, nullptr);
-    m_provider.deportResource(resource, name, nullptr, nullptr, 0x40);
-    m_provider.deportResource(resource, name, nullptr, nullptr, 0x400);
-  }
-  EXPECT_EQ(m_recorder.takeBody(),
-            (Texts{"3 No hostname was passed to the importResource API",
-                   "3 No hostname was passed to the deportResource API",
-                   "3 Hostname [h1] was passed to importResource API. Adding it hostList ",
-                   "3 Hostname [h1] was passed to deportResource API. Adding it hostList "}));
 }
 
 TEST_F(Interposer, RefusesResourcesThatAreNoIdentifiers) {
-  char resource[] = "disk";
-  EXPECT_EQ(m_provider.importResource(nullptr, nullptr, nullptr, nullptr, 1, nullptr, nullptr), 3);
-  EXPECT_EQ(m_provider.deportResource(nullptr, nullptr, nullptr, nullptr, 0x10), 3);
-  EXPECT_THROW(m_provider.importResource(nullptr, resource, nullptr, nullptr, 4, nullptr, nullptr),
-               CFiUdidException);
-  EXPECT_THROW(m_provider.deportResource(resource, nullptr, nullptr, nullptr, 0x400),
-               CFiUdidException);
+  for (const bool import : {true, false}) {
+    EXPECT_EQ(move(m_provider, import, nullptr, m_host, 0x404), 3);
+    EXPECT_THROW(move(m_provider, import, m_name, m_host, 0x404), CFiUdidException);
+  }
   EXPECT_EQ(m_recorder.takeBody(), Texts());
 }
 
 }  // namespace
+}  // namespace orca_tests

@@ -1,5 +1,6 @@
 #include "cfiprovidersetup.h"
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -11,16 +12,16 @@ namespace {
 
 using namespace orca_pdk;
 
-SFiProviderIdentity identityOf(const std::string& name) {
+SFiProviderIdentity identityOf(const std::string& name, const std::string& language = "") {
   SFiProviderIdentity identity;
   identity.providerName = name;
   identity.fimName = "copy";
+  identity.nativeLanguage = language;
   identity.messageIndexOffset = 100;
   return identity;
 }
 
-class SetUpProvider : public TestProvider {
- public:
+struct SetUpProvider : TestProvider {
   explicit SetUpProvider(const SFiProviderIdentity& identity) : setup(*this, identity) {}
   CFiProviderSetup setup;
 };
@@ -34,17 +35,15 @@ class ProviderSetup : public ::testing::Test {
       writeFile(m_root.path() / "lib/orca/configfiles" / (name + ".conf"),
                 "[DEBUG_TRACE_INFO]\n\"TRACEDIR\"=\"" + m_root.str() + "\"\n\"TRACEFILE\"=\"" +
                     name + "\"\n\"TRACELEVEL\"=dword:00000006\n");
-      for (const std::string language : {"root", "en", "de"}) addCatalog(name, language);
+      tstr dir, file;
+      CFiConfigurationPathTool::getMessageFileInfo(tstr(name.c_str()), dir, file);
+      const std::string bundle = std::string(dir.c_str()) + file.c_str();
+      for (const std::string language : {"root", "en", "de"}) {
+        const std::string source = bundle + "/" + language + ".txt";
+        writeFile(source, language + " { MSG_A { \"" + language + " {0}\" } }\n");
+        EXPECT_EQ(std::system(("genrb -q -d " + bundle + " " + source).c_str()), 0);
+      }
     }
-  }
-  void addCatalog(const std::string& name, const std::string& language) {
-    tstr dir, file;
-    CFiConfigurationPathTool::getMessageFileInfo(tstr(name.c_str()), dir, file);
-    const std::filesystem::path bundle = std::string(dir.c_str()) + file.c_str();
-    const std::string source = (bundle / (language + ".txt")).string();
-    writeFile(source, language + " { MSG_A { \"" + language + " {0}\" } }\n");
-    const std::string command = "genrb -q -d " + bundle.string() + " " + source;
-    ASSERT_EQ(std::system(command.c_str()), 0);
   }
   std::unique_ptr<SetUpProvider> provider(const std::string& name) {
     auto made = std::make_unique<SetUpProvider>(identityOf(name));
@@ -66,61 +65,51 @@ class ProviderSetup : public ::testing::Test {
 };
 
 template <typename Manager>
-bool isTheProcesss(const CFiSmartPtr<Manager, CFiContextSingletonAllocator<Manager>>& manager) {
+bool isShared(const CFiSmartPtr<Manager, CFiContextSingletonAllocator<Manager>>& manager) {
   return manager && manager.get() == CFiContextSingletonAllocator<Manager>::instance();
-}
-
-TEST_F(ProviderSetup, NamesTheProviderAndRegistersTheProcesssManagers) {
-  const auto one = provider("one");
-  EXPECT_EQ(one->getProviderName(), "one");
-  EXPECT_EQ(one->getFimName(), "copy");
-  EXPECT_EQ(one->getMessageIndexOffset(), 100);
-  EXPECT_TRUE(isTheProcesss(one->getTraceLog()) && one->getTraceLog()->isInitialized());
-  EXPECT_TRUE(isTheProcesss(one->errorManager()) && isTheProcesss(one->sessionManager()));
-  EXPECT_TRUE(isTheProcesss(one->catalogManager()) && isTheProcesss(one->privateDataManager()));
-  pyx_domain node{};
-  EXPECT_TRUE(isTheProcesss(one->privateDataManager()->findOrCreate(&node, 0)->getTraceLog()));
 }
 
 TEST_F(ProviderSetup, GivesTwoProvidersOneLogAndTheirOwnTextsAndNodes) {
   const auto one = provider("one"), two = provider("two");
+  EXPECT_EQ(one->getFimName() + one->getProviderName().c_str(), "copyone");
+  EXPECT_EQ(one->getMessageIndexOffset(), 100);
   const std::string path = two->getTraceLog()->getTracePath().c_str();
   EXPECT_TRUE(path.starts_with(m_root.str() + "/one.")) << path;
-  EXPECT_TRUE(isTheProcesss(two->errorManager()) && isTheProcesss(two->sessionManager()));
-  EXPECT_FALSE(isTheProcesss(two->catalogManager()) || isTheProcesss(two->privateDataManager()));
+  for (const auto* each : {one.get(), two.get()}) {
+    EXPECT_TRUE(isShared(each->getTraceLog()) && each->getTraceLog()->isInitialized());
+    EXPECT_TRUE(isShared(each->errorManager()) && isShared(each->sessionManager()));
+    EXPECT_EQ(isShared(each->catalogManager()), each == one.get());
+    EXPECT_EQ(isShared(each->privateDataManager()), each == one.get());
+  }
+  pyx_domain node{};
+  EXPECT_TRUE(isShared(two->privateDataManager()->findOrCreate(&node, 0)->getTraceLog()));
   one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {icu::Formattable(7)});
   EXPECT_EQ(lastErrorIn(*one, "en"), "one: en 7");
   EXPECT_EQ(lastErrorIn(*two, "de"), "two: de 7");
 }
 
 TEST_F(ProviderSetup, PushesAMessageToTraceLogAndLastError) {
-  const std::pair<pyx_eseverity, std::string> cases[] = {
-      {PYX_SEV_ERROR, "1"}, {PYX_SEV_WARNING, "2"}, {PYX_SEV_INFO, "3"}, {PYX_SEV_DETAIL, "6"}};
   const auto one = provider("one");
-  for (const auto& [severity, level] : cases) {
+  for (const auto severity : {PYX_SEV_ERROR, PYX_SEV_WARNING, PYX_SEV_INFO, PYX_SEV_DETAIL}) {
     one->setup.pushMessage("MSG_A", severity, {icu::Formattable("x")});
-    EXPECT_EQ(m_recorder.takeBody(), Texts{level + " MSG_A: one: en x"});
     EXPECT_EQ(one->errorManager()->getLastError()->getSeverity(), severity);
   }
+  const std::string line = " MSG_A: one: en x";
+  EXPECT_EQ(m_recorder.takeBody(), (Texts{"1" + line, "2" + line, "3" + line, "6" + line}));
   one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {});
   EXPECT_EQ(lastErrorIn(*one, "de"), "one: de MSG_A");
   EXPECT_EQ(m_recorder.messages, Texts(5, "MSG_A"));
 }
 
 TEST_F(ProviderSetup, TakesTheNativeLanguageFromTheEnvironment) {
-  const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
-      {"", "de_AT.UTF-8@euro", "fr", "", "de_AT"},
-      {"it@x.y", "de", "fr", "", "it"},
-      {nullptr, nullptr, "fr_FR", "", "fr_FR"},
-      {nullptr, "C.UTF-8", "fr", "", "en"},
-      {"POSIX", "de", "fr", "", "en"},
-      {nullptr, nullptr, nullptr, "", "en"},
-      {"de", "de", "de", "ja.x", "ja.x"}};
+  const std::array<const char*, 5> cases[] = {
+      {"", "de_AT.UTF-8@euro", "fr", "", "de_AT"}, {nullptr, nullptr, "fr_FR", "", "fr_FR"},
+      {nullptr, "C.UTF-8", "fr", "", "en"},        {"POSIX", "de", "fr", "", "en"},
+      {nullptr, nullptr, nullptr, "", "en"},       {"de", "de", "de", "ja.x", "ja.x"}};
   for (const auto& [all, messages, lang, given, native] : cases) {
     const ScopedEnv first("LC_ALL", all), second("LC_MESSAGES", messages), third("LANG", lang);
-    SFiProviderIdentity identity = identityOf("one");
-    identity.nativeLanguage = given;
-    EXPECT_EQ(SetUpProvider(identity).catalogManager()->getNativeLanguage(), native);
+    EXPECT_EQ(SetUpProvider(identityOf("one", given)).catalogManager()->getNativeLanguage(),
+              native);
   }
 }
 
@@ -128,23 +117,17 @@ TEST_F(ProviderSetup, FeedsTheErrorManagerUntilTheLastSetUpEnds) {
   for (const bool firstGoesFirst : {true, false}) {
     auto first = provider("one"), second = provider("two");
     const CFiTraceLogPtr log = first->getTraceLog();
+    const CFiMessageCatalogManagerPtr catalogs = first->catalogManager();
     (firstGoesFirst ? first : second).reset();
     m_recorder.lines.clear();
     log->trace(3, "still %s", "heard");
-    EXPECT_EQ(m_recorder.lines, Texts{"3 still heard"});
     first.reset();
     second.reset();
-    EXPECT_EQ(CFiContextSingletonAllocator<CFiErrorManager>::instance(), nullptr);
     log->trace(3, "no longer %s", "heard");
     EXPECT_EQ(m_recorder.lines, Texts{"3 still heard"});
+    EXPECT_EQ(CFiContextSingletonAllocator<CFiErrorManager>::instance(), nullptr);
+    EXPECT_EQ(catalogs->getMessage("MSG_A", nullptr, "de"), tstr("<MSG_A>")) << "texts are gone";
   }
-}
-
-TEST_F(ProviderSetup, TakesItsTextsAwayFromAManagerThatStays) {
-  auto one = provider("one");
-  const CFiMessageCatalogManagerPtr catalogs = one->catalogManager();
-  one.reset();
-  EXPECT_EQ(catalogs->getMessage("MSG_A", nullptr, "de"), tstr("<MSG_A>"));
 }
 
 }  // namespace

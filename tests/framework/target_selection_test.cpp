@@ -7,21 +7,48 @@ namespace {
 
 using namespace orca_pdk;
 
-constexpr char kName[] = "UDID##v##p##enc1##dev7";
+std::string fieldsOf(const CFiUdid& udid) {
+  return udid.getFirst() + "," + udid.getSecond() + "," + udid.getEnclosure() + "," +
+         udid.getDevice() + (udid.isFourField() ? " 4 " : " 3 ") + udid.toString();
+}
+
+TEST(Udid, TakesTheFieldsAfterTheMarkerAndWritesThemBackInUpperCase) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"UDID##A##B##C", "A,B,,C 3 UDID##A##B####C"},
+      {"xyzUDID##a##b##e##d", "a,b,e,d 4 UDID##A##B##E##D"},
+      {"UDID##a##b##e##d##UDID##f", "a,b,e,d##UDID##f 4 UDID##A##B##E##D##UDID##F"},
+      {"UDID######d", ",,,d 3 UDID########D"},
+      {"UDID##a##b####", "a,b,, 4 UDID##A##B####"}};
+  for (const auto& [text, fields] : cases) EXPECT_EQ(fieldsOf(CFiUdid(tstr(text))), fields);
+  CFiUdid again{tstr("UDID##a##b##e##d")};
+  again.parse("UDID##x##y##z");
+  EXPECT_EQ(fieldsOf(again), "x,y,,z 4 UDID##X##Y####Z");
+}
+
+TEST(Udid, NamesTheWholeTextAndTheReasonOfARefusal) {
+  const std::pair<const char*, int> cases[] = {
+      {"UDID##a##b##", 1}, {"a##b##c", 2}, {"", 2}, {"xUDID##ab", 3}, {"UDID##a##b", 4}};
+  for (const auto& [text, code] : cases) {
+    try {
+      CFiUdid udid{tstr(text)};
+      ADD_FAILURE() << text;
+    } catch (const CFiUdidException& refusal) {
+      EXPECT_EQ(std::pair(refusal.text, refusal.code), std::pair(std::string(text), code));
+    }
+  }
+}
 
 class TargetSelection : public TracedTest {
  protected:
+  TargetSelection() { m_data.registerTraceLog(m_log); }
   // Selects with the text as the parameter's value; null sets none.
-  int select(const char* spec, const char* name = kName) {
-    m_name = name;
-    m_id.name = m_name.data();
-    m_data.registerTraceLog(m_log);
+  int select(const char* spec) {
     if (spec != nullptr) m_data.configDataList(1)->params["snapshot_resource_spec"].value = spec;
     return m_data.selectTargetFromConfigData();
   }
 
-  std::string m_name;
-  orca_objid m_id{nullptr, 3};
+  char m_name[24] = "UDID##v##p##enc1##dev7";
+  orca_objid m_id{m_name, 3};
   CFiPrivateData m_data{&m_id};
 };
 
@@ -43,34 +70,29 @@ TEST_F(TargetSelection, TakesTheFirstTargetOfTheMatchingEntryAndTracesEachStep) 
 }
 
 TEST_F(TargetSelection, NamesTheReasonOfEachRefusal) {
-  const std::pair<const char*, std::string> cases[] = {
-      {nullptr, "Error: No snapshot configuration data has been specified for []"},
-      {"", "Configuration \"\" has no resources specified for source []."},
-      {"[]&amp;", "Configuration \"[]&\" has no resources specified for source []."},
-      {"[;;]", "Source configuration \";;\" has not targets specified for []."},
-      {"[E##;a][ENC1##DEV7;t1]",
-       "Source configuration \"E##\" has no device data specified for []."},
-      {"[ENC1##DEV7;t1;E##]", "Source configuration \"E##\" has no device data specified for []."},
-      {"[dev7;t][ENC1##DEV7;t]",
-       "Source configuration \"dev7\" has no enclosure data specified for []."},
-      {"[ENC1##DEV7]", "Source configuration found, but no targets are specified for []."},
-      {"[ENC1##D;a##][E##DEV7;a]", "No matching source specification found for []."}};
-  for (const auto& [spec, reason] : cases) {
-    EXPECT_EQ(select(spec), 6);
-    std::string line = m_recorder.takeBody().back();
-    line.erase(line.rfind(kName), std::size(kName) - 1);
-    EXPECT_EQ(line, "1 " + reason);
-  }
-}
-
-TEST_F(TargetSelection, ReadsTheSnapshotModeOnlyAndInsertsNothing) {
-  m_data.configDataList(1);
   m_data.configDataList(0)->params["snapshot_resource_spec"].value = "[ENC1##DEV7;t1]";
-  EXPECT_EQ(select(nullptr), 6);
-  EXPECT_EQ(m_recorder.takeBody().back(),
-            std::string("1 Configuration data parameter \"snapshot_resource_spec\" unspecified for "
-                        "object [") +
-                kName + "].");
+  const std::string node = std::string(" [") + m_name + "]";
+  const auto refusal = [&](const char* spec) {
+    EXPECT_EQ(select(spec), 6);
+    return m_recorder.takeBody().back();
+  };
+  EXPECT_EQ(refusal(nullptr),
+            "1 Error: No snapshot configuration data has been specified for" + node);
+  const std::pair<const char*, std::string> cases[] = {
+      {"", "Configuration \"\" has no resources specified for source"},
+      {"[]&amp;", "Configuration \"[]&\" has no resources specified for source"},
+      {"[;;]", "Source configuration \";;\" has not targets specified for"},
+      {"[E##;a][ENC1##DEV7;t1]", "Source configuration \"E##\" has no device data specified for"},
+      {"[ENC1##DEV7;t1;E##]", "Source configuration \"E##\" has no device data specified for"},
+      {"[dev7;t][ENC1##DEV7;t]",
+       "Source configuration \"dev7\" has no enclosure data specified for"},
+      {"[ENC1##DEV7]", "Source configuration found, but no targets are specified for"},
+      {"[ENC1##D;a##][E##DEV7;a]", "No matching source specification found for"}};
+  for (const auto& [spec, reason] : cases) EXPECT_EQ(refusal(spec), "1 " + reason + node + ".");
+  m_data.configDataList(1)->params.clear();
+  EXPECT_EQ(refusal(nullptr),
+            "1 Configuration data parameter \"snapshot_resource_spec\" unspecified for object" +
+                node + ".");
   EXPECT_TRUE(m_data.configDataList(1)->params.empty());
 }
 
@@ -84,28 +106,23 @@ TEST_F(TargetSelection, ClearsTheTargetsOnceThereAreEntries) {
   EXPECT_EQ(m_data.getConfiguredTarget(), "chosen");
 }
 
-TEST_F(TargetSelection, GoesThroughTheOperationsOfADerivedClass) {
+TEST_F(TargetSelection, GoesThroughTheOperationsOfADerivedClassAndLetsItsRefusalOut) {
   struct : CFiPrivateData {
-    const char* getObjName() override { return "UDID##a##b##e##d"; }
+    const char* getObjName() override { return name; }
     bool hasConfigDataList(int mode) override { return mode == 1; }
     CFiConfigParamDataList* configDataList(int) override { return &list; }
-    void addTarget(std::string target) override { added.push_back(target); }
+    void addTarget(std::string target) override { log += target; }
     Texts getTargets() override { return {"other"}; }
-    void setConfiguredTarget(const std::string& target) override { chosen = target; }
+    void setConfiguredTarget(const std::string& target) override { log += " " + target; }
+    std::string log;
+    const char* name = "UDID##a##b##e##d";
     CFiConfigParamDataList list;
-    Texts added;
-    std::string chosen;
   } data;
   data.list.params["snapshot_resource_spec"].value = "[e##d;x]";
   EXPECT_EQ(data.selectTargetFromConfigData(), 0);
-  EXPECT_EQ(data.added, Texts{"x"});
-  EXPECT_EQ(data.chosen, "UDID##A##B##E##OTHER");
-}
-
-TEST_F(TargetSelection, LetsTheRefusalOfANodeNameOutAfterItsExitLine) {
-  EXPECT_THROW(select("[a##b;c]", "/dev/sdc"), CFiUdidException);
-  ASSERT_EQ(m_recorder.lines.size(), 2U);
-  EXPECT_TRUE(m_recorder.lines[1].starts_with("6 Exiting Function selectTargetFromConfigData ["));
+  EXPECT_EQ(data.log, "x UDID##A##B##E##OTHER");
+  data.name = "/dev/sdc";
+  EXPECT_THROW(data.selectTargetFromConfigData(), CFiUdidException);
 }
 
 }  // namespace

@@ -65,21 +65,24 @@ class TestProvider : public orca_pdk::CFiPluginBase {
 };
 
 // A provider that traces and has a private data map, and a node named "node" that it does not know.
-class ProviderTest : public TracedTest {
+template <typename Provider>
+class ProviderTestOf : public TracedTest {
  protected:
-  ProviderTest() {
+  ProviderTestOf() {
     m_provider.registerTraceLog(m_log);
     m_provider.registerErrorManager(m_errors);
     m_provider.registerPrivateDataManager(m_nodes);
     m_node.objid = &m_id;
   }
 
-  TestProvider m_provider;
+  Provider m_provider;
   orca_pdk::CFiPrivateDataManagerPtr m_nodes{new orca_pdk::CFiPrivateDataMap};
   char m_name[5] = "node";
   orca_objid m_id{m_name, 3};
   pyx_domain m_node{};
 };
+
+using ProviderTest = ProviderTestOf<TestProvider>;
 
 }  // namespace orca_tests
 

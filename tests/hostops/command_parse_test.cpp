@@ -17,7 +17,7 @@ class Parser : public orca_pdk::CFiExecPipePosix {
   }
 };
 
-TEST(CommandText, IsSplitAtBlanksAndTabsWithQuotesAndBackslashes) {
+TEST(CommandText, IsSplitAtBlanksAndTabsWithQuotesAndBackslashesOrRefused) {
   const char* cases[][2] = {
       {" \ta \t b\t", "a|b|"},
       {R"('a b'"c d"e)", "a bc de|"},
@@ -30,9 +30,6 @@ TEST(CommandText, IsSplitAtBlanksAndTabsWithQuotesAndBackslashes) {
       {"1 2 3 4 5 6 7 8 9 10 11", "1|2|3|4|5|6|7|8|9|10|11|"},
   };
   for (const auto& [text, arguments] : cases) EXPECT_EQ(Parser().split(text), arguments);
-}
-
-TEST(CommandText, IsRefusedWithoutAWordOrWithAnOpenEnd) {
   for (const char* text : {"", " \t ", "'", "a 'b", "a \"b'", "a\\", "'a' b\\"}) {
     EXPECT_EQ(Parser().split(text), "refused") << text;
   }

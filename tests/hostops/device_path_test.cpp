@@ -1,62 +1,51 @@
-#include "cfistoragestacktool.h"
-
 #include <gtest/gtest.h>
+
+#include "cfistoragestacktool.h"
 
 namespace {
 
 using Tool = orca_pdk_4_4::CFiStoragestackTool;
 
-TEST(DevicePath, RecognisesControllerTargetDiskNamesAndTheirSlices) {
-  for (const char* name : {"c0t0d0", "c12t3d45", "c00td0", "c0ts2d1"}) {
-    EXPECT_TRUE(Tool::isCTDDiskFormat(name) && !Tool::isCTDSDiskFormat(name)) << name;
-  }
-  for (const char* name : {"c0t0d0s2", "c0t0d0s15", "c1t5000A1B2d12s2"}) {
-    EXPECT_TRUE(Tool::isCTDDiskFormat(name) && Tool::isCTDSDiskFormat(name)) << name;
-  }
-  for (const char* name :
+TEST(DevicePath, TellsDisksSlicesAndPartitionsByTheirNames) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"disk", {"c0t0d0", "c12t3d45", "c00td0", "c0ts2d1"}},
+      {"disk slice", {"c0t0d0s2", "c0t0d0s15", "c1t5000A1B2d12s2"}},
+      {"",
        {"c0t0d0s", "cXt0d0", "ct0d00", "c0td0", "x0t0d0", "c0x0d0", "c12345", "c1234t", "c0t0d", "",
-        "c0t0ds2", "c0t0s2", "c0t000", "c0t0d0s123", "c0d0t0s1", "c0t0d0 "}) {
-    EXPECT_FALSE(Tool::isCTDDiskFormat(name) || Tool::isCTDSDiskFormat(name)) << name;
+        "c0t0ds2", "c0t0s2", "c0t000", "c0t0d0s123", "c0d0t0s1", "c0t0d0 "}},
+      {"power", {"/dev/emcpower3", "emcpower3i"}},
+      {"power partition", {"emcpower12c", "emcpower3a", "emcpower3h"}},
+      {"", {"emcpowera", "emcpower", "emcpowerXemcpower1a", "sda"}}};
+  for (const auto& [kind, names] : cases) {
+    for (const std::string& name : names) {
+      std::string found = Tool::isCTDDiskFormat(name) ? "disk" : "";
+      if (Tool::isCTDSDiskFormat(name)) found += " slice";
+      if (Tool::isEmcpowerDiskFormat(name)) found += "power";
+      if (Tool::isEmcpowerRawpFormat(name)) found += " partition";
+      EXPECT_EQ(found, kind) << name;
+    }
   }
 }
 
-TEST(DevicePath, RemovesAndAddsTheDevPrefix) {
-  const char* cases[][2] = {
-      {"/dev/sda", "sda"}, {"/dev/", ""}, {"/devz/sda", "/devz/sda"}, {"x/dev/a", "x/dev/a"}};
-  for (const auto& [name, expected] : cases) {
-    std::string text = name;
+TEST(DevicePath, RemovesAndAddsTheDevPrefixAndConvertsNothing) {
+  const char* cases[][3] = {{"/dev/sda", "sda", "/dev/sda"},
+                            {"/dev/", "", "/dev/"},
+                            {"/dev/qv/rdsk/v", "qv/rdsk/v", "/dev/qv/rdsk/v"},
+                            {"/dev/qv/dsk/v", "qv/dsk/v", "/dev/qv/dsk/v"},
+                            {"/dev/qv/rdmp/a", "qv/rdmp/a", "/dev/qv/rdmp/a"},
+                            {"/dev/qv/dmp/a", "qv/dmp/a", "/dev/qv/dmp/a"},
+                            {"/devz/sda", "/devz/sda", "old"},
+                            {"x/dev/a", "x/dev/a", "old"},
+                            {"", "", "old"}};
+  for (const auto& [name, removed, converted] : cases) {
+    std::string text = name, block = "old", raw = "old";
     Tool::removeDevPrefix(text);
-    EXPECT_EQ(text, expected);
-  }
-  EXPECT_EQ(Tool::makeCompleteDevName("/dev/sda"), "/dev//dev/sda");
-  EXPECT_EQ(Tool::addDiskSliceToDisk("c0t0d0"), "c0t0d0");
-}
-
-TEST(DevicePath, CopiesPathsUnderDevAndLeavesTheOutputAloneForOthers) {
-  for (const auto convert : {&Tool::makeRawToBlockPath, &Tool::makeBlockToRawPath}) {
-    for (const char* path : {"/dev/qv/rdsk/dg/vol", "/dev/qv/dsk/dg/vol", "/dev/qv/rdmp/a",
-                             "/dev/qv/dmp/a", "/dev/sda", "/dev/"}) {
-      std::string out = "old";
-      convert(path, out);
-      EXPECT_EQ(out, path);
-    }
-    for (const char* path : {"sda", "", "/dev", "qv/rdsk/dg"}) {
-      std::string out = "old";
-      convert(path, out);
-      EXPECT_EQ(out, "old") << path;
-    }
-  }
-}
-
-TEST(DevicePath, RecognisesEmcpowerDisksAndPartitions) {
-  for (const char* name : {"/dev/emcpower3", "emcpower3i"}) {
-    EXPECT_TRUE(Tool::isEmcpowerDiskFormat(name) && !Tool::isEmcpowerRawpFormat(name)) << name;
-  }
-  for (const char* name : {"emcpower12c", "emcpower3a", "emcpower3h"}) {
-    EXPECT_TRUE(Tool::isEmcpowerDiskFormat(name) && Tool::isEmcpowerRawpFormat(name)) << name;
-  }
-  for (const char* name : {"emcpowera", "emcpower", "emcpowerXemcpower1a", "sda", ""}) {
-    EXPECT_FALSE(Tool::isEmcpowerDiskFormat(name) || Tool::isEmcpowerRawpFormat(name)) << name;
+    Tool::makeRawToBlockPath(name, block);
+    Tool::makeBlockToRawPath(name, raw);
+    EXPECT_EQ(text + "|" + block + "|" + raw,
+              std::string(removed) + "|" + converted + "|" + converted);
+    EXPECT_EQ(Tool::makeCompleteDevName(name), std::string("/dev/") + name);
+    EXPECT_EQ(Tool::addDiskSliceToDisk(name), name);
   }
 }
 

@@ -13,9 +13,6 @@
 
 namespace orca_tests {
 
-// The allocation from now on that fails, counted from 1; 0 for none.
-extern int g_failingAllocation;
-
 // The answer of a function that runs in a process of its own, which it may spoil.
 inline std::string inProcess(const std::function<std::string()>& function) {
   int ends[2];
@@ -59,9 +56,11 @@ class ExecTest : public TracedTest {
                   unsigned long limit = 60) {
     return summary(m_pipe.Exec(command, m_output, in, limit, "", "", ""));
   }
+  // The line, or "(none)", with "!" behind it after a time-out.
   std::string readLine(long limit = 60) {
-    char line[8192];
-    return m_pipe.ReadLine(line, sizeof line, &m_timedOut, limit) ? line : "(none)";
+    char line[8192] = "(none)";
+    m_pipe.ReadLine(line, sizeof line, &m_timedOut, limit);
+    return line + std::string(m_timedOut, '!');
   }
 
   Pipe m_pipe{0};

@@ -1,12 +1,11 @@
 #include <dlfcn.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <time.h>
 
 #include <cerrno>
-#include <cstdarg>
 
 #include "hostops/exec_support.h"
 
@@ -14,14 +13,12 @@ namespace {
 
 // A clock that stands in for the real one while it is set. Waits move it and end at once.
 struct FakeClock {
+  size_t fatalSignals = 0;  // so many signals end the child: the next wait is a real one
   long ms = 0;
-  std::vector<std::string> calls;  // with the second in which they came
-  int interruptions = 0;           // of the next waits for output, each after three seconds
-  size_t fatalSignals = 0;         // so many signals end the child: the next wait is a real one
+  std::vector<std::string> calls = {};  // with the second in which they came
+  int interruptions = 0;                // of the next waits for output, each after three seconds
   size_t signals = 0;
-  int waitAnswer = -1;  // of waitpid: -1 the truth, 0 that nothing has changed, 1 the status
-  int waitStatus = 0;
-  bool noPidfd = false;
+  int waitAnswer = -1;  // of waitpid: -1 the truth, 0 that nothing has changed, 1 a stopped child
   int sleepErrno = 0;
 
   void note(const std::string& call) { calls.push_back(call + " @" + std::to_string(ms / 1000)); }
@@ -33,35 +30,29 @@ Function* realOf(Function*, const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-int pollOutput(FakeClock& clock, int timeout) {
-  clock.note("poll " + std::to_string(timeout));
-  if (clock.interruptions == 0) {
-    clock.ms += timeout;
-    return 0;
-  }
-  --clock.interruptions;
-  clock.ms += 3000;
-  errno = EINTR;
-  return -1;
-}
-
 }  // namespace
 
 extern "C" {
 
 time_t time(time_t* out) noexcept {
-  if (g_clock == nullptr) return realOf(&time, "time")(out);
-  return 1000000 + g_clock->ms / 1000;
+  return g_clock == nullptr ? realOf(&time, "time")(out) : 1000000 + g_clock->ms / 1000;
 }
 
+// The wait for the end of a child takes 100 ms, that for output whole seconds.
 int poll(pollfd* fds, nfds_t count, int timeout) {
   const auto real = realOf(&poll, "poll");
   if (g_clock == nullptr) return real(fds, count, timeout);
-  if (timeout != 100) return pollOutput(*g_clock, timeout);
-  const bool isEnding = g_clock->fatalSignals != 0 && g_clock->signals >= g_clock->fatalSignals;
-  const int ready = real(fds, count, isEnding ? 10000 : 0);
-  if (ready == 0) g_clock->ms += timeout;
-  return ready;
+  if (timeout == 100) {
+    const bool isEnding = g_clock->fatalSignals != 0 && g_clock->signals >= g_clock->fatalSignals;
+    const int ready = real(fds, count, isEnding ? 10000 : 0);
+    if (ready == 0) g_clock->ms += timeout;
+    return ready;
+  }
+  g_clock->note("poll " + std::to_string(timeout));
+  const bool isInterrupted = g_clock->interruptions-- > 0;
+  g_clock->ms += isInterrupted ? 3000 : timeout;
+  errno = EINTR;
+  return isInterrupted ? -1 : 0;
 }
 
 int nanosleep(const timespec* wanted, timespec* rest) {
@@ -89,22 +80,10 @@ int kill(pid_t pid, int number) noexcept {
 }
 
 pid_t waitpid(pid_t pid, int* status, int options) {
-  if (g_clock == nullptr || g_clock->waitAnswer < 0) {
-    return realOf(&waitpid, "waitpid")(pid, status, options);
-  }
-  *status = g_clock->waitStatus;
+  const bool isReal = g_clock == nullptr || g_clock->waitAnswer < 0;
+  if (isReal) return realOf(&waitpid, "waitpid")(pid, status, options);
+  *status = 0x137f;
   return g_clock->waitAnswer == 0 ? 0 : pid;
-}
-
-long syscall(long number, ...) noexcept {
-  va_list args;
-  va_start(args, number);
-  long values[6];
-  for (long& value : values) value = va_arg(args, long);
-  va_end(args);
-  if (number == SYS_pidfd_open && g_clock != nullptr && g_clock->noPidfd) return -1;
-  return realOf(&syscall, "syscall")(number, values[0], values[1], values[2], values[3], values[4],
-                                     values[5]);
 }
 
 }  // extern "C"
@@ -118,63 +97,58 @@ class ExecWait : public ExecTest {
     g_clock = nullptr;
     ExecTest::TearDown();
   }
-  // Starts a script and reads its first line. From then on time is our own.
-  void start(const std::string& script) {
+  // Starts a script and answers with its first line. From then on time is our own.
+  std::string start(const std::string& script, const FakeClock& clock = {}) {
     g_clock = nullptr;
-    ASSERT_EQ(m_pipe.ExecPipe("/bin/sh -c '" + script + "'", ""), 0);
-    m_firstLine = readLine();
+    EXPECT_EQ(m_pipe.ExecPipe("/bin/sh -c '" + script + "'", ""), 0);
+    const std::string line = readLine();
+    m_clock = clock;
     g_clock = &m_clock;
+    return line;
   }
   // Ends a child that was given up.
-  void end() {
-    m_clock = FakeClock();
-    m_clock.fatalSignals = 1;
-    m_pipe.Close(0);
+  int end() {
+    m_clock = {1};
+    return m_pipe.Close(0);
   }
 
   FakeClock m_clock;
-  std::string m_firstLine;
 };
 
 TEST_F(ExecWait, SendsTheSecondSignalToAChildThatIgnoresTheFirst) {
-  start("echo ready; exec sleep 100");
-  m_clock.fatalSignals = 1;
+  start("echo ready; exec sleep 100", {1});
   EXPECT_EQ(summary(m_pipe.Close(10)), "12|Command terminated by signal 15|");
-  EXPECT_EQ(m_clock.calls, Texts({"kill 15 @11"}));
-  start("trap \"\" TERM; echo ready; exec sleep 100");
-  m_clock = FakeClock();
-  m_clock.fatalSignals = 2;
+  start("trap \"\" TERM; echo ready; exec sleep 100", {2});
   EXPECT_EQ(summary(m_pipe.Close(10)), "12|Command terminated by signal 9|");
   EXPECT_EQ(m_clock.calls, Texts({"kill 15 @11", "kill 9 @22"}));
 }
 
 TEST_F(ExecWait, GivesUpAChildThatCannotBeReapedAfterThreePeriods) {
-  start("echo ready; exec sleep 100");
+  std::string pid = start("echo $$; exec sleep 100");
+  pid.pop_back();
   m_clock.waitAnswer = 0;
   EXPECT_EQ(m_pipe.WaitPid(100), -1);
   EXPECT_EQ(m_clock.calls, Texts({"kill 15 @101", "kill 9 @132"}));
   EXPECT_EQ(m_clock.ms, 163000);
-  for (std::string& line : m_recorder.lines) {
-    const size_t number = line.find_first_of("0123456789", 2);
-    if (number != line.npos) line.erase(number, line.find(',') - number);
-  }
-  EXPECT_EQ(m_recorder.lines,
-            Texts({"1 CFiExecPipePosix::WaitPid ERROR: kill(, SIGTERM) failed, errno 1",
-                   "1 CFiExecPipePosix::WaitPid ERROR: kill(, SIGKILL) failed, errno 1",
-                   "1 CFiExecPipePosix::WaitPid ERROR: child process appears to be hung"}));
+  const std::string error = "1 CFiExecPipePosix::WaitPid ERROR: ";
+  EXPECT_EQ(m_recorder.lines, Texts({error + "kill(" + pid + ", SIGTERM) failed, errno 1",
+                                     error + "kill(" + pid + ", SIGKILL) failed, errno 1",
+                                     error + "child process appears to be hung"}));
   EXPECT_EQ(summary(m_pipe.Close(1)), "8|Error in WaitPid()|");
   end();
 }
 
 TEST_F(ExecWait, SleepsInStepsWhereAPidfdIsMissingOrReadyTooEarly) {
-  for (const bool noPidfd : {false, true}) {
+  rlimit limit;
+  getrlimit(RLIMIT_NOFILE, &limit);
+  for (const rlimit& current : {limit, rlimit{0, limit.rlim_max}}) {
     start("echo ready");
     siginfo_t ended;
     waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
     m_clock.waitAnswer = 0;
-    m_clock.noPidfd = noPidfd;
-    m_clock.calls.clear();
+    setrlimit(RLIMIT_NOFILE, &current);
     EXPECT_EQ(m_pipe.WaitPid(0), -1);
+    setrlimit(RLIMIT_NOFILE, &limit);
     ASSERT_EQ(m_clock.calls.size(), 32u);
     EXPECT_EQ(m_clock.calls[9].substr(0, 13) + m_clock.calls[10], "nanosleep 100kill 15 @1");
     end();
@@ -184,78 +158,59 @@ TEST_F(ExecWait, SleepsInStepsWhereAPidfdIsMissingOrReadyTooEarly) {
 TEST_F(ExecWait, CallsTheStatusOfAStoppedChildUnexpected) {
   start("echo ready");
   m_clock.waitAnswer = 1;
-  m_clock.waitStatus = 0x137f;
   EXPECT_EQ(summary(m_pipe.Close(10)), "13|Command terminated with unexpected status: 4991|");
   EXPECT_EQ(m_recorder.lines.back(), "2 Command terminated with unexpected status: 4991");
   g_clock = nullptr;
   EXPECT_GT(waitpid(-1, nullptr, 0), 0);
 }
 
-TEST_F(ExecWait, SaysThatThereIsNoChild) {
-  EXPECT_EQ(m_pipe.WaitPid(1), -1);
-  EXPECT_EQ(m_recorder.lines,
-            Texts({"1 CFiExecPipePosix::WaitPid ERROR: invalid child process pid"}));
-}
-
 TEST_F(ExecWait, TimesOutOnSilenceAndLeavesTheChildToClose) {
   mkfifo(m_root.file("fifo").c_str(), 0600);
   g_clock = &m_clock;
   for (const char* command : {"/bin/sleep 100", "/bin/cat"}) {
-    m_clock = FakeClock();
+    m_clock = {1};
     EXPECT_EQ(run(command, m_root.file("fifo"), 7), "5|Process has timmedout (7 sec)|");
     EXPECT_EQ(m_clock.calls, Texts({"poll 7000 @0"}));
     EXPECT_EQ(m_recorder.lines.back(), "1 Process has timmedout (7 sec)");
-    m_clock.fatalSignals = 1;
     EXPECT_EQ(m_pipe.Close(10), 12);
   }
-  m_clock = FakeClock();
-  m_clock.fatalSignals = 1;
+  m_clock = {1};
   Pipe closing({"list"}, 1);
   closing.registerTraceLog(m_log);
   EXPECT_EQ(closing.Exec("/bin/sleep 100", m_output, "", 1, "5", "6", "7"), 5);
   EXPECT_EQ(m_recorder.lines.back(), "2 Close of the process returned 12");
 }
 
-TEST_F(ExecWait, GoesOnWaitingForOutputAfterASignal) {
-  start("echo ready; exec sleep 100");
-  m_clock.interruptions = 3;
-  EXPECT_EQ(readLine(8), "(none)");
-  EXPECT_EQ(m_timedOut, 1);
-  EXPECT_EQ(m_clock.calls, Texts({"poll 8000 @0", "poll 5000 @3", "poll 2000 @6"}));
-  end();
-}
-
-TEST_F(ExecWait, DeliversTheStartOfALineTogetherWithTheTimeout) {
+TEST_F(ExecWait, GoesOnWaitingAfterASignalAndDeliversTheStartOfALineWithTheTimeout) {
   start("printf \"ready\\npart\"; exec sleep 100");
-  EXPECT_EQ(readLine(5), "part");
-  EXPECT_EQ(m_timedOut, 1);
-  EXPECT_EQ(readLine(5), "(none)");
-  EXPECT_EQ(m_timedOut, 0);
+  m_clock.interruptions = 3;
+  EXPECT_EQ(readLine(8), "part!");
+  EXPECT_EQ(m_clock.calls, Texts({"poll 8000 @0", "poll 5000 @3", "poll 2000 @6"}));
+  EXPECT_EQ(readLine(8), "(none)");
   end();
 }
 
 TEST_F(ExecWait, KeepsTheOutputOpenForAGrandchild) {
-  start("sleep 100 & echo $!");
-  EXPECT_EQ(readLine(5), "(none)");
-  EXPECT_EQ(m_timedOut, 1);
+  const std::string grandchild = start("sleep 100 & echo $!");
+  EXPECT_EQ(readLine(5), "(none)!");
   g_clock = nullptr;
   EXPECT_EQ(m_pipe.Close(10), 0);
-  EXPECT_EQ(kill(std::stoi(m_firstLine), SIGKILL), 0);
+  EXPECT_EQ(kill(std::stoi(grandchild), SIGKILL), 0);
 }
 
 TEST_F(ExecWait, SleepsInWholeSecondsWhereTheSystemHasNoShorterSleep) {
-  EXPECT_EQ(inProcess([this] {
-              g_clock = &m_clock;
-              orca_pdk::millisleep(1500);
-              m_clock.sleepErrno = EINTR;
-              orca_pdk::millisleep(100);
-              m_clock.sleepErrno = ENOSYS;
-              orca_pdk::millisleep(100);
-              orca_pdk::millisleep(2000);
-              std::string calls;
-              for (const std::string& call : m_clock.calls) calls += call + ", ";
-              return calls;
-            }),
+  const std::string calls = inProcess([this] {
+    g_clock = &m_clock;
+    const std::pair<long, int> sleeps[] = {{1500, 0}, {100, EINTR}, {100, ENOSYS}, {2000, 0}};
+    for (const auto& [ms, error] : sleeps) {
+      m_clock.sleepErrno = error;
+      orca_pdk::millisleep(ms);
+    }
+    std::string all;
+    for (const std::string& call : m_clock.calls) all += call + ", ";
+    return all;
+  });
+  EXPECT_EQ(calls,
             "nanosleep 1500 @0, nanosleep 100 @1, nanosleep 7 @1, nanosleep 100 @1, sleep 1 @1, "
             "sleep 3 @1, ");
 }

@@ -1,9 +1,14 @@
-#include <sys/stat.h>
+#include "cfipblm.h"
 
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <regex>
 #include <stdexcept>
 
-#include "cfipblm.h"
-#include "hostops/exec_support.h"
+#include "framework/test_provider.h"
 
 namespace orca_tests {
 namespace {
@@ -17,113 +22,107 @@ class LunCache : public TracedTest {
  protected:
   LunCache() {
     m_cache.registerTraceLog(m_log);
-    for (const char* name : {"luns/E1", "devHandle/E1"}) {
-      std::filesystem::create_directories(folder(name));
-    }
+    for (const char* name : {"luns/E1", "devHandle/E1"})
+      std::filesystem::create_directories(m_folder / name);
   }
-  std::string folder(const std::string& name) const {
-    return m_root.file("lib/orca/cachefiles/" + name);
-  }
-  // The path of a record of enclosure E1.
-  std::string lun(const std::string& name) const { return folder("luns/E1/" + name); }
+  // The path of a record of enclosure E1, unless the name is a path itself.
+  std::string lun(const std::string& name) const { return m_folder / "luns/E1" / name; }
   void put(const std::string& name, const std::string& text) { writeFile(lun(name), text); }
-  Texts freeNumbers(const char* enclosure = "E1") {
-    Texts out;
-    EXPECT_TRUE(m_cache.getNewValue(enclosure, out));
-    return out;
+  // The proposals, each with a blank behind it.
+  std::string freeNumbers(const char* enclosure = "E1") {
+    m_recorder.lines.clear();
+    std::vector<int> out;
+    std::string text = m_cache.getNewValue(enclosure, out) ? "" : "refused";
+    for (int number : out) text += std::to_string(number) + " ";
+    return text;
   }
-  int set(const std::string& path, const char* value, const char* enclosure = "E1") {
-    return m_cache.setKeyValue(path.c_str(), {value}, enclosure);
+  int set(const std::string& name, std::vector<std::string> values, const char* id = "E1") {
+    return m_cache.setKeyValue(lun(name).c_str(), std::move(values), id);
   }
-  // The lines since the last call; those of read records only when they could not be read.
-  Texts traced() {
-    Texts lines = m_recorder.takeBody();
-    std::erase_if(lines,
-                  [](const std::string& line) { return line.find("got Cache") != line.npos; });
-    return lines;
+  // A result and below it the traced lines since the last call, but none of records that were read.
+  // "~" stands for the folder, "@" for the class, "$" for a newline within a traced text.
+  std::string told(const std::string& result) {
+    std::string text = result;
+    for (const std::string& line : m_recorder.takeBody()) {
+      if (!line.starts_with("6 CFiPblmOps::getCacheRecord"))
+        text += "\n" + std::regex_replace(line, std::regex("\n"), "$$");
+    }
+    text = std::regex_replace(text, std::regex("CFiPblmOps::"), "@");
+    return std::regex_replace(text, std::regex(m_folder.string()), "~");
   }
-  static long count(const Texts& lines, const std::string& line) {
-    return std::count(lines.begin(), lines.end(), line);
-  }
+  std::string told(int result) { return told(std::to_string(result)); }
 
+  std::filesystem::path m_folder = m_root.path() / "lib/orca/cachefiles";
   orca_pdk::CFiPblmOps m_cache;
 };
 
-TEST_F(LunCache, ProposesTheFreeNumbersInOrder) {
+TEST_F(LunCache, ProposesTheFreeNumbersOfItsRangeInOrder) {
   put(kDevice, "3");
   m_cache.setLunNumRange(2, 6);
-  EXPECT_EQ(freeNumbers(), Texts({"2", "4", "5", "6"}));
-  EXPECT_EQ(traced(), Texts({"6 CFiPblmOps::fillBitMap has set lun num [3] in the lun map.",
-                             "6 CFiPblmOps::getEnclMap got Lun Map for enclId=[E1].\n",
-                             "6 CFiPblmOps::getNewLunNum got first Lun num=[2].\n"}));
-  std::vector<int> numbers;
-  EXPECT_TRUE(m_cache.getNewValue("e1", numbers));
-  EXPECT_EQ(numbers, std::vector<int>({2, 4, 5, 6}));
+  EXPECT_EQ(told(freeNumbers()), R"(2 4 5 6 
+6 @fillBitMap has set lun num [3] in the lun map.
+6 @getEnclMap got Lun Map for enclId=[E1].$
+6 @getNewLunNum got first Lun num=[2].$)");
+  EXPECT_EQ(freeNumbers("e1"), "2 4 5 6 ");
   m_cache.setLunNumRange(3, 3);
-  traced();
-  EXPECT_EQ(freeNumbers(), Texts());
-  EXPECT_EQ(traced(), Texts({"6 CFiPblmOps::getEnclMap got Lun Map for enclId=[E1].\n",
-                             "6 CFiPblmOps::getNewLunNum LUN num not able to find free LUN num .\n",
-                             "6 CFiPblmOps::getNewValue - Unable to suggest a new LUN Number.\n"}));
-  Texts out;
+  EXPECT_EQ(told(freeNumbers()), R"(
+6 @getEnclMap got Lun Map for enclId=[E1].$
+6 @getNewLunNum LUN num not able to find free LUN num .$
+6 @getNewValue - Unable to suggest a new LUN Number.$)");
+  Texts out = {"old"};
   EXPECT_FALSE(m_cache.getNewLunNum("E1", out));
-}
-
-TEST_F(LunCache, BoundsTheRange) {
-  m_cache.setLunNumRange(253, 255);
-  m_cache.setLunNumRange(253, 300);
-  EXPECT_EQ(m_cache.getMinLunNum() * 1000 + m_cache.getMaxLunNum(), 253255u);
-  EXPECT_EQ(traced(), Texts({"6 CFiPblmOps::setLunNumRange: bounding to higher limit of [255]."}));
-  EXPECT_EQ(freeNumbers(), Texts({"253", "254", "255"}));
+  m_cache.setLunNumRange(254, 300);
+  EXPECT_EQ(m_recorder.lines.back(),
+            "6 CFiPblmOps::setLunNumRange: bounding to higher limit of [255].");
+  EXPECT_EQ(m_cache.getMinLunNum() * 1000 + m_cache.getMaxLunNum(), 254255u);
+  EXPECT_TRUE(m_cache.getNewLunNum("E1", out));
+  EXPECT_EQ(out, Texts({"old", "254", "255"}));
 }
 
 TEST_F(LunCache, SkipsWhatIsNoRecordWhileItReadsADirectory) {
   const bool isRoot = getuid() == 0;  // who may read every file
-  put("good", "2");
-  put(".new-1-2", "3");
-  for (const char* text : {"-1", "7", "256", "99999999999999999999", "", "abc"})
+  for (const char* text : {"2", "-1", "7", "256", "99999999999999999999", "", "abc"})
     put(text + kDevice, text);
-  std::filesystem::create_directory(lun("folder"));
-  ASSERT_EQ(mkfifo(lun("fifo").c_str(), 0600), 0);
-  ASSERT_EQ(symlink("nowhere", lun("link").c_str()), 0);
+  put(".new-1-2", "3");
   put("secret", isRoot ? "7" : "1");
+  std::filesystem::create_directory(lun("folder"));
+  mkfifo(lun("fifo").c_str(), 0600);
+  std::filesystem::create_symlink("nowhere", lun("link"));
   chmod(lun("secret").c_str(), 0);
   m_cache.setLunNumRange(1, 6);
-  EXPECT_EQ(freeNumbers(), Texts({"1", "3", "4", "5", "6"}));
-  EXPECT_EQ(count(traced(), "2 CFiPblmOps::fillBitMap ignore failure in getCacheRecord err=[26]."),
+  EXPECT_EQ(freeNumbers(), "1 3 4 5 6 ");
+  EXPECT_EQ(std::count(m_recorder.lines.begin(), m_recorder.lines.end(),
+                       "2 CFiPblmOps::fillBitMap ignore failure in getCacheRecord err=[26]."),
             isRoot ? 5 : 6);
 }
 
 TEST_F(LunCache, ReadsOnlyTheFirstEnclosureFromItsFiles) {
   put(kDevice, "0");
-  writeFile(folder("luns/E2/x"), "1");
+  writeFile(m_folder / "luns/E2/x", "1");
   m_cache.setLunNumRange(0, 1);
-  EXPECT_EQ(freeNumbers("E1"), Texts({"1"}));
-  traced();
-  EXPECT_EQ(freeNumbers("E2"), Texts({"0", "1"}));
-  EXPECT_EQ(traced(), Texts({"6 CFiPblmOps::getEnclMap No Lun Map for enclId=[E2].\n",
-                             "6 CFiPblmOps::getEnclMap Added a Lun Map for enclId=[E2].\n",
-                             "6 CFiPblmOps::getNewLunNum got first Lun num=[0].\n"}));
-  m_cache.fillBitMap(folder("luns/E2/x"), "e2");
-  EXPECT_EQ(freeNumbers("E2"), Texts({"0", "1"}));
+  EXPECT_EQ(freeNumbers("E1"), "1 ");
+  EXPECT_EQ(told(freeNumbers("E2")), R"(0 1 
+6 @getEnclMap No Lun Map for enclId=[E2].$
+6 @getEnclMap Added a Lun Map for enclId=[E2].$
+6 @getNewLunNum got first Lun num=[0].$)");
+  m_cache.fillBitMap(m_folder / "luns/E2/x", "e2");
+  EXPECT_EQ(freeNumbers("E2"), "0 1 ");
   lunNum* map = nullptr;
   ASSERT_TRUE(m_cache.getEnclMap("E1", &map));
   EXPECT_EQ(map->next->enclosureId + map->next->next->enclosureId, "E2e2");
 }
 
 TEST_F(LunCache, HasNoMapForAFirstEnclosureWithoutADirectoryOfItsOwn) {
-  for (const char* id : {"none", "..", ".", "../luns/E1", "/"}) {
-    Texts out;
-    EXPECT_FALSE(m_cache.getNewLunNum(id, out));
-    const std::string path = folder("luns/") + id + "/";
-    EXPECT_EQ(traced(),
-              Texts({"1 CFiPblmOps::refreshCache opendir failure for path=[" + path + "].",
-                     "1 CFiPblmOps::refreshCache scanCache returned false.",
-                     "1 CFiPblmOps::getEnclMap refreshCache returned false.",
-                     "2 CFiPblmOps::getNewLunNum No Lun map present on the system.\n"}));
-  }
-  EXPECT_EQ(set(lun(kDevice), "1", ".."), 0);
-  EXPECT_EQ(traced().back(), "1 CFiPblmOps::setKeyValue : No bit Map for the enclosureId=[..].\n");
+  for (const char* id : {"none", ".", "../luns/E1", "/", ".."})
+    EXPECT_EQ(set(kDevice, {"1"}, id), 0);
+  Texts out;
+  EXPECT_FALSE(m_cache.getNewLunNum("..", out));
+  EXPECT_TRUE(told("").ends_with(R"(
+1 @setKeyValue : No bit Map for the enclosureId=[..].$
+1 @refreshCache opendir failure for path=[~/luns/../].
+1 @refreshCache scanCache returned false.
+1 @getEnclMap refreshCache returned false.
+2 @getNewLunNum No Lun map present on the system.$)"));
   EXPECT_FALSE(m_cache.refreshCache(std::string("E1\0", 3), nullptr));
   EXPECT_FALSE(m_cache.getEnclMap(nullptr, nullptr));
 }
@@ -131,146 +130,109 @@ TEST_F(LunCache, HasNoMapForAFirstEnclosureWithoutADirectoryOfItsOwn) {
 TEST_F(LunCache, WritesARecordAndMarksItsNumber) {
   m_cache.setLunNumRange(0, 2);
   freeNumbers();
-  EXPECT_EQ(set(lun(kDevice), "1") + set(lun("big"), "300"), 0);
+  told("");
+  EXPECT_EQ(told(set("big", {"300"})), "0\n6 @getEnclMap got Lun Map for enclId=[E1].$");
+  EXPECT_EQ(told(set(kDevice, {"1"})), R"(0
+6 @getEnclMap got Lun Map for enclId=[E1].$
+6 @setKeyValue has set lun num [1] in the lun map.$)");
   EXPECT_EQ(readFile(lun(kDevice)) + readFile(lun("big")), "1300");
-  EXPECT_EQ(count(traced(), "6 CFiPblmOps::setKeyValue has set lun num [1] in the lun map.\n"), 1);
-  EXPECT_EQ(set(lun(kDevice), "2", nullptr), 3);
-  EXPECT_EQ(traced(),
-            Texts({"2 CFiPblmOps::setKeyValue : No entry to be set in the bit Map because "
-                   "enclosureId is passed as NULL.\n"}));
-  EXPECT_EQ(readFile(lun(kDevice)), "2");
-  EXPECT_EQ(freeNumbers(), Texts({"0", "2"}));
+  EXPECT_EQ(told(set(kDevice, {"2"}, nullptr)), R"(3
+2 @setKeyValue : No entry to be set in the bit Map because enclosureId is passed as NULL.$)");
+  EXPECT_EQ(readFile(lun(kDevice)) + "|" + freeNumbers(), "2|0 2 ");
 }
 
-TEST_F(LunCache, ReportsWhatItCannotWrite) {
-  const std::string full = lun("full");
-  ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
-  EXPECT_EQ(set("/none/x", "1") + set(lun(""), "1") + set(full, "1"), 3 * 26);
-  EXPECT_EQ(m_cache.setKeyValue(full.c_str(), {}, "E1"), 26);
-  EXPECT_EQ(m_cache.setKeyValue(nullptr, {"1"}, "E1"), 26);
-  const std::string opening = "1 CFiPblmOps::setKeyValue ERROR: fopen failure file=[";
-  const std::string writing = "1 CFiPblmOps::setKeyValue ERROR: fputs failure with file=[";
-  EXPECT_EQ(traced(), Texts({opening + "/none/x]\n", opening + lun("") + "]\n",
-                             writing + full + "]\n", writing + full + "]\n", opening + "NULL]\n"}));
-  EXPECT_TRUE(std::filesystem::is_symlink(full));
+TEST_F(LunCache, ReportsWhatItCannotReadOrWrite) {
+  std::filesystem::create_symlink("/dev/full", lun("full"));
+  Texts values;
+  for (int result : {set("/none/x", {"1"}), set("full", {"1"}), set("full", {}),
+                     m_cache.setKeyValue("E1", tstr("stray"), "", 12),
+                     m_cache.getCacheRecord("/", values), m_cache.getCacheRecord(nullptr, values)})
+    EXPECT_EQ(result, 26);
+  EXPECT_EQ(told(""), R"(
+1 @setKeyValue ERROR: fopen failure file=[/none/x]$
+1 @setKeyValue ERROR: fputs failure with file=[~/luns/E1/full]$
+1 @setKeyValue ERROR: fputs failure with file=[~/luns/E1/full]$
+6 LUNNO passed to setKeyValue is [12]
+6  getdevKey returned []
+1 @setKeyValue ERROR: fopen failure file=[]$
+1 @getCacheRecord ERROR: fgets failure with file=[/]$
+1 @getCacheRecord ERROR: fopen failure file=[NULL]$)");
+  EXPECT_TRUE(std::filesystem::is_symlink(lun("full")));
 }
 
-TEST_F(LunCache, WritesTheDeviceHandleOfADevice) {
-  const std::string path = folder("devHandle/E1/" + kDevice);
+TEST_F(LunCache, WritesTheDeviceHandleOfADeviceAndReadsFirstLines) {
+  const std::string path = m_folder / "devHandle/E1" / kDevice;
   EXPECT_EQ(m_cache.setKeyValue("E1", tstr(kDevice.c_str()), "/dev/sda", 12), 0);
-  EXPECT_EQ(readFile(path), "12");
-  EXPECT_EQ(
-      Texts({m_recorder.lines[0], m_recorder.lines[1]}),
-      Texts({"6 LUNNO passed to setKeyValue is [12]", "6  getdevKey returned [" + path + "]"}));
-  EXPECT_EQ(m_cache.setKeyValue("E1", tstr("stray"), "", 12), 26);
+  EXPECT_EQ(m_recorder.lines[1], "6  getdevKey returned [" + path + "]");
   int value = 0;
   EXPECT_EQ(m_cache.getKeyValue(path.c_str(), value) + value, 12);
-}
-
-TEST_F(LunCache, ReadsTheFirstLineOfARecord) {
   put("two", "12\n13\n");
   put("long", std::string(1023, '7') + "8");
   Texts values = {"old"};
-  EXPECT_EQ(m_cache.getKeyValue(lun("two").c_str(), values), 0);
-  EXPECT_EQ(m_cache.getCacheRecord(lun("long").c_str(), values), 0);
+  for (const char* name : {"two", "long"})
+    EXPECT_EQ(m_cache.getKeyValue(lun(name).c_str(), values), 0);
   EXPECT_EQ(values, Texts({"old", "12\n", std::string(1023, '7')}));
-  EXPECT_EQ(m_recorder.lines[0], "6 CFiPblmOps::getCacheRecord got Cache Record=[12\n]\n");
-  traced();
-  for (const char* path : {"/", "/none", static_cast<const char*>(nullptr)}) {
-    EXPECT_EQ(m_cache.getCacheRecord(path, values), 26);
-  }
-  EXPECT_EQ(traced(), Texts({"1 CFiPblmOps::getCacheRecord ERROR: fgets failure with file=[/]\n",
-                             "1 CFiPblmOps::getCacheRecord ERROR: fopen failure file=[/none]\n",
-                             "1 CFiPblmOps::getCacheRecord ERROR: fopen failure file=[NULL]\n"}));
 }
 
 TEST_F(LunCache, RemovesARecordAndItsMark) {
-  put(kDevice, "0");
+  put("a", "0");
   m_cache.setLunNumRange(0, 1);
-  EXPECT_EQ(freeNumbers(), Texts({"1"}));
-  traced();
-  const std::string info = "3 INFO:CFiPblmOps::rmCacheRecord ";
-  EXPECT_EQ(m_cache.rmCacheRecord(lun(kDevice).c_str()), 0);
-  EXPECT_EQ(traced(), Texts({"6 CFiPblmOps::resetLunNum has reset lun num [0] in the lun map.\n",
-                             "6 CFiPblmOps::rmCacheRecord has reset lun num [0] in the lun map.",
-                             info + "file=[" + lun(kDevice) + "] removed successfully"}));
-  EXPECT_EQ(freeNumbers(), Texts({"0", "1"}));
-  EXPECT_EQ(m_cache.rmCacheRecord(lun(kDevice).c_str()), 0);
-  EXPECT_EQ(traced().back(),
-            "1 CFiPblmOps::rmCacheRecord ignore failure in getCacheRecord err=[26].");
-  EXPECT_EQ(m_cache.rmCacheRecord(folder("luns").c_str()), 26);
-  EXPECT_EQ(traced(), Texts({info + "failure for removing file=[" + folder("luns") + "]"}));
-  EXPECT_EQ(m_cache.rmCacheRecord("") + m_cache.rmCacheRecord(nullptr), 6);
-  EXPECT_EQ(traced().back(), "1 INFO:CFiPblmOps::rmCacheRecord - key is empty, nothing to remove.");
+  EXPECT_EQ(freeNumbers(), "1 ");
+  m_recorder.lines.clear();
+  for (const std::string& path : {lun("a"), lun("a"), (m_folder / "luns").string()})
+    EXPECT_EQ(m_cache.rmCacheRecord(path.c_str()), path == m_folder / "luns" ? 26 : 0);
+  EXPECT_EQ(told(""), R"(
+6 @resetLunNum has reset lun num [0] in the lun map.$
+6 @rmCacheRecord has reset lun num [0] in the lun map.
+3 INFO:@rmCacheRecord file=[~/luns/E1/a] removed successfully
+1 @getCacheRecord ERROR: fopen failure file=[~/luns/E1/a]$
+1 @rmCacheRecord ignore failure in getCacheRecord err=[26].
+3 INFO:@rmCacheRecord failure for removing file=[~/luns])");
+  EXPECT_EQ(freeNumbers(), "0 1 ");
 }
 
 TEST_F(LunCache, RemovesTheRecordsThatHoldANumber) {
-  put(kDevice, "4");
+  const std::string gone[] = {lun(kDevice), lun("stray"), m_folder / "devHandle/E1" / kDevice};
+  for (const std::string& path : gone) writeFile(path, "4");
   put(kDevice + "2", "5");
-  put("stray", "4");
-  put("letters", "abc");
-  const std::string handle = folder("devHandle/E1/" + kDevice);
-  writeFile(handle, "4");
+  put("empty", "");
   EXPECT_EQ(m_cache.rmLunCacheRecord("E1", 4), 0);
-  EXPECT_FALSE(std::filesystem::exists(lun(kDevice)) || std::filesystem::exists(handle));
-  EXPECT_FALSE(std::filesystem::exists(lun("stray")));
+  for (const std::string& path : gone) EXPECT_FALSE(std::filesystem::exists(path)) << path;
   EXPECT_EQ(readFile(lun(kDevice + "2")), "5");
-  const Texts lines = traced();
-  const std::string start = "CFiPblmOps::rmLunPathRecord ";
-  EXPECT_EQ(count(lines, "6 " + start + "got cache record for lun num [4]."), 2);
-  EXPECT_EQ(count(lines, "6 " + start + "successfully removed cache record for lun num [4]."), 2);
-  for (const std::string& line :
-       {"6 " + start + "successfully removed cache record for devicepath=[" + handle + "].",
-        "1 " + start + "failed to remove cache record for devicepath=[stray].",
-        "1 " + start + ": getCacheRecord returned err=[26]. Cannot remove the cache record."}) {
-    EXPECT_EQ(count(lines, line), 1) << line;
+  Texts lines;
+  for (const std::string& line : m_recorder.takeBody()) {
+    const size_t name = line.find("rmLunPathRecord ");
+    if (name != line.npos) lines.push_back(line.substr(name + 16));
   }
+  std::sort(lines.begin(), lines.end());
+  const std::string got = "got cache record for lun num [4].";
+  const std::string removed = "successfully removed cache record for ";
+  EXPECT_EQ(lines, Texts({": getCacheRecord returned err=[26]. Cannot remove the cache record.",
+                          "failed to remove cache record for devicepath=[stray].", got, got,
+                          removed + "devicepath=[" + gone[2] + "].", removed + "lun num [4].",
+                          removed + "lun num [4]."}));
 }
 
 TEST_F(LunCache, RefusesToRemoveWithoutAnIdOrOutOfRange) {
-  EXPECT_EQ(m_cache.rmLunPathRecord("x", tstr(lun("").c_str()), "E1", nullptr), 3);
-  const struct {
-    const char* id;
-    unsigned int number;
-    int result;
-    const char* lastLine;
-  } cases[] = {{"", 4, 3,
-                "3 INFO:CFiPblmOps::rmLunCacheRecord - enclId is empty, cannot identify the cache "
-                "record."},
-               {nullptr, 4, 3,
-                "3 INFO:CFiPblmOps::rmLunCacheRecord - enclId is empty, cannot identify the cache "
-                "record."},
-               {"E1", 256, 3, "1 CFiPblmOps::rmLunCacheRecord invalid lun num [256] specified.\n"},
-               {"none", 4, 26,
-                "1 CFiPblmOps::rmLunCacheRecord refreshCache returned failure for lun num [4].\n"}};
-  for (const auto& one : cases) {
-    EXPECT_EQ(m_cache.rmLunCacheRecord(one.id, one.number), one.result);
-    EXPECT_EQ(traced().back(), one.lastLine);
+  for (const char* none : {"", static_cast<const char*>(nullptr)}) {
+    for (int result : {m_cache.rmLunCacheRecord(none, 4), m_cache.rmCacheRecord(none)})
+      EXPECT_EQ(result, 3);
+    EXPECT_EQ(told(""), R"(
+3 INFO:@rmLunCacheRecord - enclId is empty, cannot identify the cache record.
+1 INFO:@rmCacheRecord - key is empty, nothing to remove.)");
   }
+  EXPECT_EQ(told(m_cache.rmLunCacheRecord("E1", 256)),
+            "3\n1 @rmLunCacheRecord invalid lun num [256] specified.$");
+  EXPECT_EQ(m_cache.rmLunCacheRecord("none", 4), 26);
 }
 
 TEST_F(LunCache, ThrowsForNumbersThatNoMapCanHold) {
   freeNumbers();
-  const auto textOf = [](const auto& call) -> std::string {
-    try {
-      call();
-      return "none";
-    } catch (const std::out_of_range& error) {
-      return error.what();
-    }
-  };
-  EXPECT_EQ(textOf([this] { m_cache.resetLunNum("/luns/E1/x", 256); }), "bitset::reset");
-  EXPECT_EQ(textOf([this] { m_cache.resetLunNum("/luns/other", 256); }), "none");
+  m_cache.resetLunNum("/luns/other", 256);
+  EXPECT_THROW(m_cache.resetLunNum("/luns/E1/x", 256), std::out_of_range);
   lunNum* map = nullptr;
   m_cache.setLunNumRange(257, 300);
-  EXPECT_EQ(textOf([&] { m_cache.allocLunNumEle(&map); }), "bitset::set");
-  m_cache.setLunNumRange(256, 300);
-  EXPECT_EQ(m_cache.allocLunNumEle(&map), 0);
-  EXPECT_TRUE(map->used.all() && map->enclosureId.empty());
-  delete map;
-  g_failingAllocation = 1;
-  EXPECT_EQ(m_cache.allocLunNumEle(&map), 5);
-  EXPECT_EQ(traced().back(), "1 CFiPblmOps::allocLunNumEle: new memory allocation failure.");
+  EXPECT_THROW(m_cache.allocLunNumEle(&map), std::out_of_range);
 }
 
 }  // namespace

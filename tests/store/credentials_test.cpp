@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "cficonfiguration.h"
 #include "support/trace_recorder.h"
 
 namespace {
@@ -19,121 +20,137 @@ const std::string kStart = "4 CFiCredentialsParser::parse - parsing credentails\
 std::string added(const std::string& vendorAndProduct, const std::string& login) {
   return "1 INFO: adding array credentials for: vendor " + vendorAndProduct + ", server " + login;
 }
-
-// The credentials as "host/user/password/port/data;", then the lines of the trace.
-std::string parse(const std::string& text, bool openArray = false, const std::string& vendor = "",
-                  const std::string& product = "") {
-  TraceRecorder trace;
-  CFiCredentialsParser parser;
-  parser.registerTraceLog(trace.log);
-  std::vector<SFiCredential> out;
-  EXPECT_EQ(parser.parse(text, vendor, product, out, openArray), 0);
-  EXPECT_EQ(trace.messages.find(kStart), 0U);
-  tstr result;
-  for (const SFiCredential& item : out) {
-    result += item.hostname + "/" + item.username + "/" + item.password + "/" +
-              std::to_string(item.port).c_str() + "/" + item.data + ";";
-  }
-  return result.c_str() + trace.messages.substr(kStart.size());
-}
-
 const std::string kAdded = added(", product ", "h, username u\n");
 
-TEST(Credentials, AreReadFromTheSectionsOfAVendorAProductAndAKind) {
-  const std::string text = kHeader + kLogin;
-  EXPECT_EQ(parse(text, false, "acme", "x1"),
+std::string section(const std::string& name, const std::string& host, const std::string& user) {
+  return "[C\\" + name + "]\n\"HOSTNAME\"=\"" + host + "\"\n\"USERNAME\"=\"" + user +
+         "\"\n\"PASSWORD\"=\"secret\"\n\"PORT\"=dword:5\n";
+}
+
+// "host/user/password/port/data;" for each.
+std::string shown(const std::vector<SFiCredential>& credentials) {
+  tstr all;
+  for (const SFiCredential& item : credentials) {
+    all += item.hostname + "/" + item.username + "/" + item.password + "/" +
+           std::to_string(item.port).c_str() + "/" + item.data + ";";
+  }
+  return all.c_str();
+}
+
+struct Credentials : ::testing::Test {
+  // The credentials, then the lines of the trace.
+  std::string parse(const std::string& content, bool openArray = false,
+                    const std::string& vendor = "", const std::string& product = "") {
+    CFiCredentialsParser parser;
+    parser.registerTraceLog(trace.log);
+    std::vector<SFiCredential> out;
+    trace.messages.clear();
+    EXPECT_EQ(parser.parse(content, vendor, product, out, openArray), 0);
+    EXPECT_EQ(trace.messages.find(kStart), 0U);
+    return shown(out) + trace.messages.substr(kStart.size());
+  }
+  std::string import(const std::string& content, bool openArray) {
+    writeFile(temp.file("c.conf"), content);
+    CFiConfiguration config((temp.str() + "/").c_str(), "c.conf", true);
+    config.registerTraceLog(trace.log);
+    return shown(config.importCredentials("acme", "x1", "C", openArray));
+  }
+  TempDir temp;
+  ScopedEnv text{"ORCA_CREDENTIALS", temp.file("text").c_str()};
+  TraceRecorder trace;
+};
+
+TEST_F(Credentials, AreReadFromTheSectionsOfAVendorAProductAndAKind) {
+  const std::string acme = kHeader + kLogin;
+  EXPECT_EQ(parse(acme, false, "acme", "x1"),
             "h/u/p/-1/;" + added("acme, product x1", "h, username u\n"));
-  EXPECT_EQ(parse(text, false, "ACME"), "");
-  EXPECT_EQ(parse(text, false, "acme", "x2"), "");
-  EXPECT_EQ(parse(kOpen + text),
+  EXPECT_EQ(parse(acme, false, "ACME"), "");
+  EXPECT_EQ(parse(acme, false, "acme", "x2"), "");
+  EXPECT_EQ(parse(kOpen + acme),
             "h/u/p/-1/;1 INFO: Skipping OPENARRAY credentials section 'xOPENARRAYx'\n" + kAdded);
-  EXPECT_EQ(parse(text + kOpen, true),
+  EXPECT_EQ(parse(acme + kOpen, true),
             "o///-1/;1 INFO: Skipping non OPENARRAY credentials section 'acme-x1'\n" +
                 added(", product ", "o, username \n"));
 }
 
-TEST(Credentials, SkipWhatIsMalformedWithItsWarning) {
-  for (const std::array<std::string, 3>& item : std::vector<std::array<std::string, 3>>{
-           {"\"PORT\"=dword:443", "h/u/p/443/;", ""},
-           {"\"PORT\"=dword:000001bb", "h/u/p/-1/;", "dword value '000001bb' for key"},
-           {"\"PORT\"=dword:44\r", "h/u/p/-1/;", "dword value '44\r' for key"},
-           {"\"PORT\"=\"80\"", "h/u/p/80/;", ""},
-           {"\"PORT\"=dword:", "h/u/p/0/;", ""},
-           {"\"PORT\"=80", "h/u/p/-1/;", "value '80' for key"},
-           {"\"PORT\"=\"80", "h/u/p/-1/;", "value '\"80' for key"},
-           {"HOSTNAME=\"x\"", "h/u/p/-1/;", "credentials"},
-           {"\"HOSTNAME\"=\"adword:b\"", "b\"/u/p/-1/;", ""},
-           {"\"hostname\"=\"x\"", "h/u/p/-1/;", ""},
-           {"no equals sign", "h/u/p/-1/;", ""},
-           {"\"DATA\"=\"a=\"b\" c", "h/u/p/-1/a=\"b;", ""}}) {
-    const std::string subject = item[2] == "credentials" ? item[0] : "PORT";
-    std::string wanted = item[1];
-    if (!item[2].empty())
-      wanted += "2 WARNING: Invalid " + item[2] + " section '" + subject + "'\n";
-    wanted += added(", product ", item[1].substr(0, item[1].find('/')) + ", username u\n");
-    EXPECT_EQ(parse(kHeader + kLogin + item[0] + "\n"), wanted) << item[0];
+TEST_F(Credentials, SkipWhatIsMalformedWithItsWarningAndLoseTheirQuotesByPosition) {
+  const std::array<std::string, 3> cases[] = {
+      {"\"PORT\"=dword:443", "h/u/p/443/;", ""},
+      {"\"PORT\"=dword:000001bb", "h/u/p/-1/;", "dword value '000001bb' for key section 'PORT"},
+      {"\"PORT\"=\"80\"", "h/u/p/80/;", ""},
+      {"\"PORT\"=dword:", "h/u/p/0/;", ""},
+      {"\"PORT\"=80", "h/u/p/-1/;", "value '80' for key section 'PORT"},
+      {"\"PORT\"=\"80", "h/u/p/-1/;", "value '\"80' for key section 'PORT"},
+      {"HOSTNAME=\"x\"", "h/u/p/-1/;", "credentials section 'HOSTNAME=\"x\""},
+      {"\"HOSTNAME\"=\"adword:b\"", "b\"/u/p/-1/;", ""},
+      {"\"hostname\"=\"x\"", "h/u/p/-1/;", ""},
+      {"no equals sign", "h/u/p/-1/;", ""},
+      {"\"DATA\"=", "h/u/p/-1/;", "value '' for key section 'DATA"},
+      {"\"DATA\"=x\"", "h/u/p/-1/;", ""},
+      {"\"DATA\"=\"a=\"b\" c", "h/u/p/-1/a=\"b;", ""}};
+  for (const auto& [line, login, warning] : cases) {
+    EXPECT_EQ(parse(kHeader + kLogin + line + "\n"),
+              login + (warning.empty() ? "" : "2 WARNING: Invalid " + warning + "'\n") +
+                  added(", product ", login.substr(0, login.find('/')) + ", username u\n"));
   }
 }
 
-TEST(Credentials, TakeALineWithBothBracketsForAHeader) {
-  for (const char* header : {"[STORAGE_MANAGEMENT_SERVICE\\1]", "[OTHER\\1\\a]", "[]", "][",
-                             "[STORAGE_MANAGEMENT_SERVICE\\1\\a b]", "\"DATA\"=\"[x]\""}) {
-    EXPECT_EQ(parse(kHeader + kLogin + header + "\n" + kLogin), "h/u/p/-1/;" + kAdded) << header;
+TEST_F(Credentials, TakeALineWithBothBracketsForAHeader) {
+  for (const std::string line : {"[STORAGE_MANAGEMENT_SERVICE\\1]", "[OTHER\\1\\a]", "[]", "][",
+                                 "[STORAGE_MANAGEMENT_SERVICE\\1\\a b]", "\"DATA\"=\"[x]\""}) {
+    EXPECT_EQ(parse(kHeader + kLogin + line + "\n" + kLogin), "h/u/p/-1/;" + kAdded) << line;
   }
-  for (const char* header :
-       {"]storage_management_service 1 a[", "[STORAGE_MANAGEMENT_SERVICE\\\\1]a\r"}) {
-    EXPECT_EQ(parse(header + ("\n" + kLogin)), "h/u/p/-1/;" + kAdded) << header;
-  }
+  EXPECT_EQ(parse("]storage_management_service 1 a[\r\n" + kLogin), "h/u/p/-1/;" + kAdded);
 }
 
-TEST(Credentials, DropAnIncompleteRecordSilentlyAtAHeaderAndWithAWarningAtTheEnd) {
-  const std::string part = kHeader + "\"HOSTNAME\"=\"h\"\n";
-  EXPECT_EQ(parse(part + kHeader + kLogin), "h/u/p/-1/;" + kAdded);
-  EXPECT_EQ(parse(part, false, "acme"),
-            "2 WARNING: skipping invalid credentials for vendor acme\n");
-}
-
-TEST(Credentials, AreNeverMadeUpFromATextCutAnywhere) {
-  std::string text = kHeader + kLogin;
-  for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2)
-    text.insert(at, "\r");
-  for (size_t length = 0; length <= text.size(); ++length) {
-    std::vector<SFiCredential> out;
-    CFiCredentialsParser().parse(text.substr(0, length), "", "", out, false);
-    EXPECT_EQ(out.size(), length >= text.size() - 2 ? 1U : 0U) << length;
+TEST_F(Credentials, DropAnIncompleteRecordSilentlyAtAHeaderAndWithAWarningAtTheEnd) {
+  const std::string whole = kHeader + kLogin;
+  for (size_t length = kHeader.size(); length < whole.size() - 1; ++length) {
+    const std::string end = parse(whole.substr(0, length), false, "acme");
+    EXPECT_EQ(end.substr(0, 2), "2 ") << "none but the warnings";
+    EXPECT_TRUE(end.ends_with("2 WARNING: skipping invalid credentials for vendor acme\n")) << end;
   }
+  EXPECT_EQ(parse(kHeader + "\"HOSTNAME\"=\"x\"\n" + whole), "h/u/p/-1/;" + kAdded);
 }
 
-TEST(Credentials, LoseTheirQuotesByPosition) {
-  for (const auto& [text, wanted] :
-       std::vector<std::pair<std::string, std::string>>{{"\"abc\" x", "abc"},
-                                                        {"x\"", ""},
-                                                        {"\"a\"b\"c", "a\"b"},
-                                                        {"\"abc", "refused"},
-                                                        {"", "refused"}}) {
-    std::string copy = text;
-    const bool isDone = CFiCredentialsParser().removeQuotes(copy);
-    EXPECT_EQ(copy, isDone ? wanted : text);
-    EXPECT_EQ(isDone, wanted != "refused") << text;
-  }
-}
-
-TEST(Credentials, ComeFromTheFrameworksTextUnlessThereIsNone) {
-  const TempDir temp;
-  TraceRecorder trace;
-  CFiCredentialsParser parser;
-  parser.registerTraceLog(trace.log);
+TEST_F(Credentials, AnswerWhetherTheFrameworksTextIsMissingOrEmpty) {
   std::vector<SFiCredential> out;
-  const ScopedEnv none("ORCA_CREDENTIALS", temp.file("text").c_str());
-  EXPECT_EQ(parser.parse("", "", out, false), 0);
-  EXPECT_EQ(trace.messages, "1  CFiCredentialsParser::parse - No credentials found.\n");
+  EXPECT_EQ(CFiCredentialsParser().parse("", "", out, false), 0);
   writeFile(temp.file("text"), "");
-  EXPECT_EQ(parser.parse("", "", out, false), 31);
-  std::string text;
-  for (int i = 0; i < 10000; ++i) text += kHeader + kLogin;
-  writeFile(temp.file("text"), text);
-  EXPECT_EQ(CFiCredentialsParser().parse("acme", "", out, false), 0);
-  EXPECT_EQ(out.size(), 10000U);
+  EXPECT_EQ(CFiCredentialsParser().parse("", "", out, false), 31);
+}
+
+TEST_F(Credentials, AreImportedFromTheCompleteSubSectionsOfTheKind) {
+  const std::string content = section("a", "h1", "u1") + section("OPENARRAY", "h2", "u2") +
+                              section("b", "", "u3") + section("c", "h4", "<none>") + "[D\\e]\n";
+  EXPECT_EQ(import(content, false), "h1/u1/secret/-1/;");
+  EXPECT_EQ(import(content, true), "h2/u2/secret/-1/;");
+}
+
+TEST_F(Credentials, AreImportedOnceForAHostOfTheHeapBehindAllOfTheFrameworksText) {
+  writeFile(temp.file("text"), kHeader + kLogin + "\"PORT\"=dword:7\n" + kHeader + kLogin);
+  EXPECT_EQ(import(section("a", "H", "u") + section("b", "y", "u") + section("c", "y", "u"), false),
+            "h/u/p/7/;h/u/p/-1/;y/u/secret/-1/;");
+}
+
+TEST_F(Credentials, TraceEachStepOfTheirImport) {
+  import(section("a", "h", "u"), false);
+  const std::string& all = trace.messages;
+  EXPECT_EQ(all.find("4 Entering Function importCredentials ["), 0U);
+  EXPECT_EQ(all.substr(all.find('\n') + 1, all.rfind("4 Exiting") - all.find('\n') - 1),
+            "1  CFiCredentialsParser::parse - No credentials found.\n"
+            "1 CFiConfiguration::importCredentials - inside opensection\n"
+            "1 CFiConfiguration::importCredentials - found [1] subsections.\n"
+            "1 CFiConfiguration::importCredentials - opening subsection [a].\n"
+            "1 CFiConfiguration::importCredentials -inside open subsection [a].\n"
+            "1 Importing credentials section [a]\n1 Found cred.password as [secret].\n"
+            "1 Found cred.username as [u].\n1 Found cred.hostname as [h].\n"
+            "1 Checking if credentails alreadt added for [h]\n"
+            "1 INFO: 1 credentials found for acme x1.\n");
+  import("[C\\OPENARRAY]\n", false);
+  EXPECT_NE(all.find("1 Skipping credentials section [OPENARRAY]\n"
+                     "2 WARNING: No credentials found for acme x1.\n4 Exiting"),
+            std::string::npos);
 }
 
 }  // namespace

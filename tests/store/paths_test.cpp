@@ -14,9 +14,8 @@ using Tool = CFiConfigurationPathTool;
 
 struct Paths : ::testing::Test {
   TempDir temp;
-  std::string root = temp.str();
+  std::string root = temp.str(), cache = root + "/lib/orca/cachefiles/";
   ScopedEnv env{"ORCA_INSTALL_ROOT", root.c_str()};
-  std::string cache = root + "/lib/orca/cachefiles/";
   tstr dir, file;
 };
 
@@ -27,10 +26,10 @@ TEST_F(Paths, StandBelowTheInstallRootExceptTheTraceFolder) {
   EXPECT_EQ(dir.c_str(), cache);
   EXPECT_EQ(Tool::verify(dir.c_str()), -1) << "only one missing level is made";
   Tool::getMessageFileInfo("demo", dir, file);
-  EXPECT_STREQ((dir + file).c_str(), (root + "/resources/libdemo").c_str());
+  EXPECT_EQ((dir + file).c_str(), root + "/resources/libdemo");
   EXPECT_EQ(std::filesystem::status(dir.c_str()).permissions(), std::filesystem::perms(0755));
-  EXPECT_EQ(Tool::getConfigFileInfo("demo", dir, file), 0);
-  EXPECT_STREQ((dir + file).c_str(), (root + "/lib/orca/configfiles/demo.conf").c_str());
+  Tool::getConfigFileInfo("demo", dir, file);
+  EXPECT_EQ((dir + file).c_str(), root + "/lib/orca/configfiles/demo.conf");
   if (!isUsrPrivate()) GTEST_SKIP() << "the trace folder needs a /usr/tarn of its own";
   EXPECT_EQ(Tool::getTraceFileInfo("demo", dir, file), 0);
   EXPECT_STREQ((dir + file).c_str(), "/usr/tarn/keystone/logs/frzcmd/demo.log");
@@ -53,21 +52,21 @@ TEST_F(Paths, AnswerWhetherAnEnclosureWasKnown) {
 
 TEST_F(Paths, RefuseIdentifiersThatAreNoFileName) {
   std::filesystem::create_directories(root + "/lib/orca");
-  const auto refusal = [this](const tstr& udid) {
+  const auto code = [this](const std::string& udid) {
     try {
-      return Tool::getLunKey(udid, dir) > 0 ? 1 : 0;
+      return Tool::getLunKey(tstr(udid.data(), udid.size()), dir);
     } catch (const CFiUdidException& error) {
       return static_cast<int>(error.code);
     }
   };
-  EXPECT_EQ(refusal("no marker"), FI_UDID_NO_MARKER);
+  EXPECT_EQ(code("no marker"), FI_UDID_NO_MARKER);
   EXPECT_TRUE(std::filesystem::is_directory(cache + "luns")) << "made before it is read";
-  for (const char* udid : {"UDID##V##P##..##d", "UDID##V##P##.##d", "UDID##V##P##e##../d",
-                           "UDID##V##P##a/b##d", "/UDID##V##P##e##d"}) {
-    EXPECT_EQ(refusal(udid), FI_UDID_UNSAFE_FIELD) << udid;
+  const std::string start = "UDID##V##P##";
+  for (const std::string& udid : {start + "..##d", start + ".##d", start + "e##../d",
+                                  start + "a/b##d", "/" + start + "e##d", start + "e##d" + '\0'}) {
+    EXPECT_EQ(code(udid), FI_UDID_UNSAFE_FIELD) << udid;
   }
-  EXPECT_EQ(refusal(tstr("UDID##V##P##e##d\0x", 18)), FI_UDID_UNSAFE_FIELD);
-  EXPECT_EQ(refusal("UDID##V##P##...##.."), 0) << "the file's name starts with the marker";
+  EXPECT_EQ(code(start + "...##.."), -1) << "the file's name starts with the marker";
 }
 
 }  // namespace

@@ -51,16 +51,16 @@ TEST(Utf8String, CountsCharactersGivesTheirOffsetsAndConvertsThemToUtf16) {
 
 TEST(Utf8String, StepsOverSequencesWithoutLookingAtTheirLastByte) {
   UTF8Char_t bytes[] = {'a', 0xE2, 0x82, 'x', 0xFC, 0x80, 0x80, 0x80, 0x80, '!', 0};
-  const UTF8String string = text("a\xE2\x82");
+  const UTF8String cut = text("a\xE2\x82");
   UTF8Char_t* p = bytes;
-  EXPECT_TRUE(string.next(&p));
-  EXPECT_FALSE(string.next(&p));
-  EXPECT_EQ(p, bytes + 4);
-  EXPECT_FALSE(string.next(&p));
-  EXPECT_EQ(p, bytes + 10);
+  EXPECT_TRUE(cut.next(&p));
+  for (const int end : {4, 10}) {
+    EXPECT_FALSE(cut.next(&p));
+    EXPECT_EQ(p, bytes + end);
+  }
   p = nullptr;
-  EXPECT_TRUE(string.next(&p));
-  EXPECT_EQ(string[2], 3u) << "a cut sequence ends at the terminator";
+  EXPECT_TRUE(cut.next(&p));
+  EXPECT_EQ(cut[2], 3u) << "the terminator ends it";
 }
 
 TEST(Utf8StringDeathTest, AbortsAtAMalformedSequence) {

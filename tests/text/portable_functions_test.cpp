@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <string>
 #include <type_traits>
 #include <utility>
+
+#include "support/temp_dir.h"
+#include "vtime.h"
 
 extern "C" int linkageFailure();
 
@@ -86,25 +90,58 @@ TEST(Formatting, ReturnsTheLengthOfWhatIsInTheBufferAndEmptiesItOnAnError) {
 }
 
 TEST(Formatting, WideTextsThatDoNotFitAreCutAndReportedAsNegative) {
-  wchar_t out[8];
-  EXPECT_EQ(V_snwprintf(out, 8, L"%ls-%d", L"ab", 12), 5);
-  EXPECT_STREQ(out, L"ab-12");
+  wchar_t out[8] = L"#######";
   EXPECT_EQ(V_snwprintf(out, 4, L"%ls", L"wxyz"), -1);
   EXPECT_EQ(V_snwprintf(out, 0, L"x"), -1);
-  EXPECT_STREQ(out, L"wxy");
+  EXPECT_EQ(std::wstring(out, 5), std::wstring(L"wxy\0#", 5));
   EXPECT_EQ(V_snwprintf(nullptr, 8, L"%d", 123), 3);
 }
 
 TEST(DumbRealloc, StoresTheNewPlaceAndFreesTheBlockWhenItCannotGrow) {
   void* block = nullptr;
   EXPECT_EQ(V_dumb_realloc(nullptr, 8), nullptr);
-  EXPECT_NE(V_dumb_realloc(&block, 3), nullptr);
-  V_strlcpy(static_cast<char*>(block), "ab", 3);
+  V_strlcpy(static_cast<char*>(V_dumb_realloc(&block, 3)), "ab", 3);
   EXPECT_EQ(V_dumb_realloc(&block, 4096), block);
   EXPECT_STREQ(static_cast<char*>(block), "ab");
   volatile size_t tooMuch = SIZE_MAX / 2;
   EXPECT_EQ(V_dumb_realloc(&block, tooMuch), nullptr);
   EXPECT_EQ(block, nullptr);
+}
+
+constexpr time_t kMoment = 1583064305;  // 2020-03-01 12:05:05 UTC
+
+TEST(Time, TextsNeedRoomForTwentySixCharactersAndFollowEachChangeOfTheZone) {
+  for (const auto& [zone, local] : {std::pair("UTC0", "Sun Mar  1 12:05:05 2020\n"),
+                                    std::pair("XXX-3", "Sun Mar  1 15:05:05 2020\n")}) {
+    const orca_tests::ScopedEnv scope("TZ", zone);
+    struct tm utc = {}, here = {};
+    char text[26] = "old";
+    ASSERT_EQ(V_gmtime(&kMoment, &utc), &utc);
+    ASSERT_EQ(V_localtime(&kMoment, &here), &here);
+    EXPECT_EQ(V_timegm(&utc), kMoment);
+    errno = 0;
+    EXPECT_EQ(V_asctime(&utc, text, 25), nullptr);
+    EXPECT_EQ(std::exchange(errno, 0), ERANGE);
+    EXPECT_EQ(V_ctime(&kMoment, text, 25), nullptr);
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_STREQ(text, "old");
+    EXPECT_STREQ(V_asctime(&here, text, 26), local);
+    EXPECT_STREQ(V_ctime(&kMoment, text, 26), local);
+  }
+}
+
+TEST(Time, NullPointersAndFailuresGiveNullAndLeaveTheOutputAlone) {
+  struct tm when = {};
+  const time_t beyond = INT64_MAX;
+  char text[32] = "old";
+  const void* const results[] = {
+      V_gmtime(nullptr, &when),       V_gmtime(&kMoment, nullptr),    V_gmtime(&beyond, &when),
+      V_localtime(nullptr, &when),    V_localtime(&kMoment, nullptr), V_localtime(&beyond, &when),
+      V_asctime(nullptr, text, 32),   V_asctime(&when, nullptr, 32),  V_ctime(nullptr, text, 32),
+      V_ctime(&kMoment, nullptr, 32), V_ctime(&beyond, text, 32)};
+  for (const void* result : results) EXPECT_EQ(result, nullptr);
+  EXPECT_EQ(when.tm_year, 0);
+  EXPECT_STREQ(text, "old");
 }
 
 TEST(CLinkage, TheFunctionsWorkFromC) { EXPECT_EQ(linkageFailure(), 0); }

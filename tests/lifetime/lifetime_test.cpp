@@ -4,7 +4,9 @@
 
 #include <map>
 
+#include "cfilasterror.h"
 #include "cfirefcount.h"
+#include "cfitracelog.h"
 
 namespace {
 
@@ -28,7 +30,8 @@ struct Release : testing::Test {
 };
 using Singleton = CFiContextSingletonAllocator<Object>;
 using Shared = CFiSmartPtr<Object, Singleton>;
-TYPED_TEST_SUITE(Release, (testing::Types<CFiSmartPtr<Object>, Shared>));
+using Policies = testing::Types<CFiSmartPtr<Object>, Shared>;
+TYPED_TEST_SUITE(Release, Policies);
 
 TYPED_TEST(Release, AnswersTheHoldersLeftOrMinusOneAndDestroysTheObjectOnceWithTheLast) {
   TypeParam first(new Object), second(first);
@@ -66,6 +69,30 @@ TEST(SingletonPolicy, KeepsOneInstanceUntilItsLastHolderLetsGo) {
   EXPECT_EQ(Singleton::allocate(), holder.get());
   holder.release();
   EXPECT_EQ(Singleton::instance(), nullptr);
+}
+
+struct Failing : CFiLastError {
+  using CFiLastError::setLastError;
+};
+
+TEST(Traceable, HoldsTheRegisteredLogAndLetsItGoAtItsEnd) {
+  const CFiTraceLogPtr log(new CFiTraceLog);
+  {
+    CFiTraceable object;
+    for (int i = 0; i < 2; ++i) object.registerTraceLog(log);
+    EXPECT_EQ(log->getCount(), 2);
+  }
+  EXPECT_EQ(log->getCount(), 1);
+}
+
+TEST(LastError, KeepsCopiesUntilTheNextFailure) {
+  Failing object;
+  object.setLastError(26, std::string("failed").c_str(), "../cfistore", 17, "open");
+  const SFiLastError& error = object.lastError();
+  EXPECT_EQ(error.code + error.line, 26 + 17);
+  EXPECT_STREQ((error.message + error.file + error.function).c_str(), "failed../cfistoreopen");
+  object.setLastError(1, nullptr, nullptr, 0, nullptr);
+  EXPECT_STREQ(error.message.c_str(), "");
 }
 
 }  // namespace
