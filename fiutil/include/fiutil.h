@@ -103,7 +103,7 @@ typedef struct pyx_node_subobj_list {
 typedef struct pyx_confspec {
   int32_t first;  /* zero: list index 0; other: list index 1 */
   int32_t second; /* only tested: nothing is done when both selectors are zero */
-  char* text;     /* SET: the document, the caller's; handed back: a malloc copy, the caller frees */
+  char* text; /* SET: the document, the caller's; handed back: a malloc copy, the caller frees */
 } pyx_confspec;
 
 /* What a node is wanted for. 32 bits. */

@@ -16,11 +16,11 @@ extern "C" {
 
 /* What is wrong with one buffer or object id. */
 enum orca_finding_kind {
-  ORCA_FINDING_BUFFER_LEAKED = 1,   /* handed out, not given back */
-  ORCA_FINDING_BUFFER_WRONG_SIZE,   /* given back with another size than it was asked for */
-  ORCA_FINDING_BUFFER_UNKNOWN,      /* given back, but never handed out or given back twice */
-  ORCA_FINDING_OBJID_LEAKED,        /* object id handed out, not given back */
-  ORCA_FINDING_OBJID_UNKNOWN        /* object id given back, but never handed out or given back twice */
+  ORCA_FINDING_BUFFER_LEAKED = 1, /* handed out, not given back */
+  ORCA_FINDING_BUFFER_WRONG_SIZE, /* given back with another size than it was asked for */
+  ORCA_FINDING_BUFFER_UNKNOWN,    /* given back, but never handed out or given back twice */
+  ORCA_FINDING_OBJID_LEAKED,      /* object id handed out, not given back */
+  ORCA_FINDING_OBJID_UNKNOWN /* object id given back, but never handed out or given back twice */
 };
 
 /* One finding. The name is valid during the visit only. */
@@ -34,11 +34,11 @@ typedef struct orca_finding {
 
 /* Totals since the last reset. */
 typedef struct orca_totals {
-  uint64_t buffers_out;   /* buffers handed out */
-  uint64_t buffers_back;  /* buffers given back */
-  uint64_t bytes_live;    /* bytes in buffers that were not given back */
-  uint64_t objids_out;    /* object ids handed out */
-  uint64_t objids_back;   /* object ids given back */
+  uint64_t buffers_out;  /* buffers handed out */
+  uint64_t buffers_back; /* buffers given back */
+  uint64_t bytes_live;   /* bytes in buffers that were not given back */
+  uint64_t objids_out;   /* object ids handed out */
+  uint64_t objids_back;  /* object ids given back */
 } orca_totals;
 
 /* Fills the totals. */
@@ -48,7 +48,8 @@ ORCA_FIUTIL_API void orca_accounting_totals(orca_totals* totals);
  * Calls visit once for every wrong free seen so far and for everything that is still handed out.
  * visit must not call this library. Returns the number of findings.
  */
-ORCA_FIUTIL_API size_t orca_accounting_report(void (*visit)(const orca_finding*, void*), void* context);
+ORCA_FIUTIL_API size_t orca_accounting_report(void (*visit)(const orca_finding*, void*),
+                                              void* context);
 
 /* Forgets all findings and treats what is handed out now as given back. */
 ORCA_FIUTIL_API void orca_accounting_reset(void);

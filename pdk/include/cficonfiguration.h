@@ -3,6 +3,7 @@
 
 #include <ace/Configuration.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -83,8 +84,8 @@ class ORCA_PDK_API CFiConfiguration : public virtual CFiLastError, public virtua
   void importSections(const ACE_Configuration_Section_Key& key, bool openArray,
                       std::vector<SFiCredential>& result);
   void importSection(const ACE_Configuration_Section_Key& base, const tstr& name, bool openArray,
-                     std::vector<SFiCredential>& result);
-  void importRecord(std::vector<SFiCredential>& result);
+                     std::set<std::string>& hosts, std::vector<SFiCredential>& result);
+  void importRecord(std::set<std::string>& hosts, std::vector<SFiCredential>& result);
 
   ACE_Configuration_Heap m_heap;
   tstr m_configPath;

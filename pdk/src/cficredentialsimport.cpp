@@ -1,4 +1,5 @@
-#include <algorithm>
+#include <set>
+#include <string>
 
 #include "cficonfiguration.h"
 #include "cfiscope.h"
@@ -14,9 +15,9 @@ bool isOpenArrayName(const tstr& name) { return name.find("OPENARRAY") != tstr::
 
 bool isGiven(const tstr& value) { return !value.empty() && value != "<none>"; }
 
-bool sameHost(const SFiCredential& a, const SFiCredential& b) {
-  return CFiStringTool::CompareNoCase(CFiStringTool::tstr2str(a.hostname),
-                                      CFiStringTool::tstr2str(b.hostname));
+// What two host names that differ in letter case only have in common.
+std::string hostKey(const tstr& hostname) {
+  return CFiStringTool::tostrupper(CFiStringTool::tstr2str(hostname));
 }
 
 }  // namespace
@@ -49,11 +50,14 @@ void CFiConfiguration::importSections(const ACE_Configuration_Section_Key& key, 
   const std::vector<tstr> names = enumerateSections();
   traceLine(FI_TRACE_INFO, "CFiConfiguration::importCredentials - found [%d] subsections.",
             static_cast<int>(names.size()));
-  for (const tstr& name : names) importSection(key, name, openArray, result);
+  std::set<std::string> hosts;
+  for (const SFiCredential& known : result) hosts.insert(hostKey(known.hostname));
+  for (const tstr& name : names) importSection(key, name, openArray, hosts, result);
 }
 
 void CFiConfiguration::importSection(const ACE_Configuration_Section_Key& base, const tstr& name,
-                                     bool openArray, std::vector<SFiCredential>& result) {
+                                     bool openArray, std::set<std::string>& hosts,
+                                     std::vector<SFiCredential>& result) {
   traceLine(FI_TRACE_INFO, "CFiConfiguration::importCredentials - opening subsection [%s].",
             name.c_str());
   ACE_Configuration_Section_Key key;
@@ -69,10 +73,11 @@ void CFiConfiguration::importSection(const ACE_Configuration_Section_Key& base, 
     return;
   }
   traceLine(FI_TRACE_INFO, "Importing credentials section [%s]", name.c_str());
-  importRecord(result);
+  importRecord(hosts, result);
 }
 
-void CFiConfiguration::importRecord(std::vector<SFiCredential>& result) {
+void CFiConfiguration::importRecord(std::set<std::string>& hosts,
+                                    std::vector<SFiCredential>& result) {
   SFiCredential record;
   getStringValue("HOSTNAME", record.hostname);
   getStringValue("USERNAME", record.username);
@@ -84,8 +89,7 @@ void CFiConfiguration::importRecord(std::vector<SFiCredential>& result) {
 
   traceLine(FI_TRACE_INFO, "Checking if credentails alreadt added for [%s]",
             record.hostname.c_str());
-  const auto isKnown = [&record](const SFiCredential& known) { return sameHost(known, record); };
-  if (std::none_of(result.begin(), result.end(), isKnown)) result.push_back(record);
+  if (hosts.insert(hostKey(record.hostname)).second) result.push_back(record);
 }
 
 }  // namespace orca_pdk_4_4

@@ -175,9 +175,7 @@ void CFiPluginInterposer::addIgnoreNodeType(int nodeType) {
   m_ignoredNodeTypes |= static_cast<uint32_t>(nodeType);
 }
 
-void CFiPluginInterposer::setDefaultNodeType(int nodeType) {
-  m_defaultNodeType = nodeType;
-}
+void CFiPluginInterposer::setDefaultNodeType(int nodeType) { m_defaultNodeType = nodeType; }
 
 int CFiPluginInterposer::importNode(tstr, std::vector<tstr>, bool, bool, bool, int) {
   const OperationScope scope(*this, kInterposerSource);

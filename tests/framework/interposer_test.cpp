@@ -168,7 +168,9 @@ TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateData) {
   EXPECT_TRUE(shared->name->group == &group && shared->detail->group == &group);
   EXPECT_TRUE(m_nodes->find(&m_node));
   addFims();
-  EXPECT_EQ(m_provider.groups().at("shared").node, nullptr) << "registered again";
+  const SFiGroupInfo& again = m_provider.groups().at("shared");
+  EXPECT_EQ(again.node, nullptr) << "registered again";
+  group.objid = again.objid;
 
   hung = m_node.fim_list;
   m_provider.deInitNode(&m_node);

@@ -53,6 +53,9 @@ class ExecFailure : public ExecTest {
     return inProcess([&, this]() -> std::string {
       while (fcntl(0, F_DUPFD_CLOEXEC, 0) < kReadEnd - 1) {
       }
+      // Sanitizers check the object at the first call, with a pipe of their own.
+      EXPECT_EQ(run("/bin/true"), "0||");
+      m_recorder.lines.clear();
       if (!install(calls)) return "no system call filter";
       const int started = reads ? 0 : m_pipe.ExecPipe("/bin/true", "");
       std::string text = reads ? run("/bin/true", in) : summary(started + m_pipe.Close(10));
@@ -72,11 +75,7 @@ TEST_F(ExecFailure, IsReportedForEachStep) {
   const std::pair<std::vector<Failing>, std::string> cases[] = {
       {{{SYS_pipe2, EMFILE}}, "1|errno=24|" + start + "pipe(-1) failed, errno 24"},
       {{{SYS_vfork, EAGAIN}}, "4|errno=11|" + start + "fork() failed, errno 11"},
-      {{{SYS_openat, EACCES, 2, O_RDONLY}},
-       exited + "Could not open /dev/null for reading, errno 13" + after},
-      {{{SYS_dup2, EBUSY, 1, 0}}, exited + "dup2(stdin) failed, errno 16" + after},
       {{{SYS_dup2, EBUSY, 1, 1}}, exited + "dup2(stdout) failed, errno 16" + after},
-      {{{SYS_dup2, EBUSY, 1, 2}}, exited + "dup2(stderr) failed, errno 16" + after},
       {{{SYS_execve, ENOEXEC}}, exited + "execv() failed, errno 8" + after},
       {{noClose[0]},
        "0||" + start + "child close(pipe[0]) failed, errno 5" +

@@ -94,6 +94,8 @@ namespace {
 class ExecWait : public ExecTest {
  protected:
   void TearDown() override {
+    m_clock = {1};
+    m_pipe.Close(0);
     g_clock = nullptr;
     ExecTest::TearDown();
   }
@@ -106,12 +108,6 @@ class ExecWait : public ExecTest {
     g_clock = &m_clock;
     return line;
   }
-  // Ends a child that was given up.
-  int end() {
-    m_clock = {1};
-    return m_pipe.Close(0);
-  }
-
   FakeClock m_clock;
 };
 
@@ -135,7 +131,6 @@ TEST_F(ExecWait, GivesUpAChildThatCannotBeReapedAfterThreePeriods) {
                                      error + "kill(" + pid + ", SIGKILL) failed, errno 1",
                                      error + "child process appears to be hung"}));
   EXPECT_EQ(summary(m_pipe.Close(1)), "8|Error in WaitPid()|");
-  end();
 }
 
 TEST_F(ExecWait, SleepsInStepsWhereAPidfdIsMissingOrReadyTooEarly) {
@@ -151,7 +146,6 @@ TEST_F(ExecWait, SleepsInStepsWhereAPidfdIsMissingOrReadyTooEarly) {
     setrlimit(RLIMIT_NOFILE, &limit);
     ASSERT_EQ(m_clock.calls.size(), 32u);
     EXPECT_EQ(m_clock.calls[9].substr(0, 13) + m_clock.calls[10], "nanosleep 100kill 15 @1");
-    end();
   }
 }
 
@@ -187,7 +181,6 @@ TEST_F(ExecWait, GoesOnWaitingAfterASignalAndDeliversTheStartOfALineWithTheTimeo
   EXPECT_EQ(readLine(8), "part!");
   EXPECT_EQ(m_clock.calls, Texts({"poll 8000 @0", "poll 5000 @3", "poll 2000 @6"}));
   EXPECT_EQ(readLine(8), "(none)");
-  end();
 }
 
 TEST_F(ExecWait, KeepsTheOutputOpenForAGrandchild) {

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <regex>
 #include <stdexcept>
 
 #include "framework/test_provider.h"
@@ -17,6 +16,12 @@ using orca_pdk::lunNum;
 using orca_pdk::tstr;
 
 const std::string kDevice = "UDID##V##P##E1##D";
+
+std::string replaced(std::string text, const std::string& old, const std::string& with) {
+  for (size_t at = 0; (at = text.find(old, at)) != text.npos; at += with.size())
+    text.replace(at, old.size(), with);
+  return text;
+}
 
 class LunCache : public TracedTest {
  protected:
@@ -43,12 +48,11 @@ class LunCache : public TracedTest {
   // "~" stands for the folder, "@" for the class, "$" for a newline within a traced text.
   std::string told(const std::string& result) {
     std::string text = result;
-    for (const std::string& line : m_recorder.takeBody()) {
-      if (!line.starts_with("6 CFiPblmOps::getCacheRecord"))
-        text += "\n" + std::regex_replace(line, std::regex("\n"), "$$");
+    for (std::string line : m_recorder.takeBody()) {
+      std::replace(line.begin(), line.end(), '\n', '$');
+      if (!line.starts_with("6 CFiPblmOps::getCacheRecord")) text += "\n" + line;
     }
-    text = std::regex_replace(text, std::regex("CFiPblmOps::"), "@");
-    return std::regex_replace(text, std::regex(m_folder.string()), "~");
+    return replaced(replaced(text, "CFiPblmOps::", "@"), m_folder.string(), "~");
   }
   std::string told(int result) { return told(std::to_string(result)); }
 
@@ -101,10 +105,7 @@ TEST_F(LunCache, ReadsOnlyTheFirstEnclosureFromItsFiles) {
   writeFile(m_folder / "luns/E2/x", "1");
   m_cache.setLunNumRange(0, 1);
   EXPECT_EQ(freeNumbers("E1"), "1 ");
-  EXPECT_EQ(told(freeNumbers("E2")), R"(0 1 
-6 @getEnclMap No Lun Map for enclId=[E2].$
-6 @getEnclMap Added a Lun Map for enclId=[E2].$
-6 @getNewLunNum got first Lun num=[0].$)");
+  EXPECT_EQ(freeNumbers("E2"), "0 1 ");
   m_cache.fillBitMap(m_folder / "luns/E2/x", "e2");
   EXPECT_EQ(freeNumbers("E2"), "0 1 ");
   lunNum* map = nullptr;
@@ -113,16 +114,14 @@ TEST_F(LunCache, ReadsOnlyTheFirstEnclosureFromItsFiles) {
 }
 
 TEST_F(LunCache, HasNoMapForAFirstEnclosureWithoutADirectoryOfItsOwn) {
-  for (const char* id : {"none", ".", "../luns/E1", "/", ".."})
-    EXPECT_EQ(set(kDevice, {"1"}, id), 0);
   Texts out;
-  EXPECT_FALSE(m_cache.getNewLunNum("..", out));
-  EXPECT_TRUE(told("").ends_with(R"(
-1 @setKeyValue : No bit Map for the enclosureId=[..].$
-1 @refreshCache opendir failure for path=[~/luns/../].
-1 @refreshCache scanCache returned false.
-1 @getEnclMap refreshCache returned false.
-2 @getNewLunNum No Lun map present on the system.$)"));
+  for (const char* id : {"none", ".", "../luns/E1", "/", ".."}) {
+    EXPECT_EQ(set(kDevice, {"1"}, id), 0);
+    EXPECT_EQ(
+        m_recorder.lines.back(),
+        std::string("1 CFiPblmOps::setKeyValue : No bit Map for the enclosureId=[") + id + "].\n");
+    EXPECT_FALSE(m_cache.getNewLunNum(id, out));
+  }
   EXPECT_FALSE(m_cache.refreshCache(std::string("E1\0", 3), nullptr));
   EXPECT_FALSE(m_cache.getEnclMap(nullptr, nullptr));
 }
@@ -152,9 +151,7 @@ TEST_F(LunCache, ReportsWhatItCannotReadOrWrite) {
 1 @setKeyValue ERROR: fopen failure file=[/none/x]$
 1 @setKeyValue ERROR: fputs failure with file=[~/luns/E1/full]$
 1 @setKeyValue ERROR: fputs failure with file=[~/luns/E1/full]$
-6 LUNNO passed to setKeyValue is [12]
-6  getdevKey returned []
-1 @setKeyValue ERROR: fopen failure file=[]$
+1 @setKeyValue ERROR: fopen failure file=[stray]$
 1 @getCacheRecord ERROR: fgets failure with file=[/]$
 1 @getCacheRecord ERROR: fopen failure file=[NULL]$)");
   EXPECT_TRUE(std::filesystem::is_symlink(lun("full")));
@@ -195,31 +192,22 @@ TEST_F(LunCache, RemovesTheRecordsThatHoldANumber) {
   const std::string gone[] = {lun(kDevice), lun("stray"), m_folder / "devHandle/E1" / kDevice};
   for (const std::string& path : gone) writeFile(path, "4");
   put(kDevice + "2", "5");
-  put("empty", "");
   EXPECT_EQ(m_cache.rmLunCacheRecord("E1", 4), 0);
   for (const std::string& path : gone) EXPECT_FALSE(std::filesystem::exists(path)) << path;
   EXPECT_EQ(readFile(lun(kDevice + "2")), "5");
-  Texts lines;
-  for (const std::string& line : m_recorder.takeBody()) {
-    const size_t name = line.find("rmLunPathRecord ");
-    if (name != line.npos) lines.push_back(line.substr(name + 16));
-  }
-  std::sort(lines.begin(), lines.end());
-  const std::string got = "got cache record for lun num [4].";
-  const std::string removed = "successfully removed cache record for ";
-  EXPECT_EQ(lines, Texts({": getCacheRecord returned err=[26]. Cannot remove the cache record.",
-                          "failed to remove cache record for devicepath=[stray].", got, got,
-                          removed + "devicepath=[" + gone[2] + "].", removed + "lun num [4].",
-                          removed + "lun num [4]."}));
+  EXPECT_EQ(
+      std::count(
+          m_recorder.lines.begin(), m_recorder.lines.end(),
+          "1 CFiPblmOps::rmLunPathRecord failed to remove cache record for devicepath=[stray]."),
+      1);
 }
 
 TEST_F(LunCache, RefusesToRemoveWithoutAnIdOrOutOfRange) {
   for (const char* none : {"", static_cast<const char*>(nullptr)}) {
-    for (int result : {m_cache.rmLunCacheRecord(none, 4), m_cache.rmCacheRecord(none)})
-      EXPECT_EQ(result, 3);
-    EXPECT_EQ(told(""), R"(
-3 INFO:@rmLunCacheRecord - enclId is empty, cannot identify the cache record.
-1 INFO:@rmCacheRecord - key is empty, nothing to remove.)");
+    EXPECT_EQ(told(m_cache.rmCacheRecord(none)),
+              "3\n1 INFO:@rmCacheRecord - key is empty, nothing to remove.");
+    EXPECT_EQ(m_cache.rmLunCacheRecord(none, 4), 3);
+    told("");
   }
   EXPECT_EQ(told(m_cache.rmLunCacheRecord("E1", 256)),
             "3\n1 @rmLunCacheRecord invalid lun num [256] specified.$");

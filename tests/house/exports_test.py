@@ -9,7 +9,7 @@ from house import ROOT, finish, run
 
 LIST = ROOT / "tests/house/exports/liborca_pdk.txt"
 FRAMEWORK = {"orca_alloc_buf", "orca_free_buf", "orca_get_objid", "orca_objidcmp", "orca_get_install_root",
-             "orca_get_credential_blob", "orca_exec_cmd_in_child_context", "orca_is_child_context"}
+             "orca_get_credential_blob", "orca_exec_cmd_in_child_context", "orca_is_child_context", "orca_free_objid"}
 OUR_OWN = re.compile(r"orca_pdk_4_4::|Halcyon::Keystone::Framework::|^V_|^__V|^eofread$")
 RUN_TIMES = re.compile(r"@(GLIBC|GLIBCXX|CXXABI|GCC)_|^__gmon_start__$|^_ITM_|^__cxa_finalize|ACE|"
                        r"xercesc_3_2|_72$|icu_72")
