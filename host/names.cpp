@@ -23,7 +23,7 @@ constexpr Name kResults[] = {
     {3, "invalid or missing argument, no private data, or an invalid document"},
     {4, "operation not supported by this provider"},
     {5, "out of memory"},
-    {6, "target selection failed, or an import had no recognised flag"},
+    {6, "operation failed"},
     {18, "device cannot be queried"},
     {26, "file cannot be opened"},
     {31, "no credentials"},

@@ -30,7 +30,8 @@ class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   CFiExecPipePosix(std::vector<std::string> list, int closeAfterExec);
   ~CFiExecPipePosix() override;
 
-  // Starts a command; what is left of an earlier one is let go. arg is kept for derived classes.
+  // Starts a command; once it has started, what is left of an earlier one is let go. arg is kept
+  // for derived classes.
   int ExecPipe(std::string command, std::string arg) override;
   // After timeout seconds the child receives SIGTERM, after as many again, but 30 at most, SIGKILL;
   // after a third period of that length it counts as hung. -1 for that, when there is no child, and

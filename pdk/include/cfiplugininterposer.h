@@ -67,7 +67,8 @@ class ORCA_PDK_API CFiPluginInterposer : public CFiPluginBase {
   int isReady(char* sessionId, pyx_splitnode** nodes, int count) override;
   // 1, with the new node's id and the ids of the FIM groups of the first pattern that the node's
   // name contains; 0 when there is none or the node's type is ignored. The array of groups is a
-  // buffer of orca_alloc_buf; it is null, and the count 0, when memory ran short.
+  // buffer of orca_alloc_buf. It is null when memory ran short; the count is still that of the
+  // FIMs.
   int interpose(pyx_domain* domain, orca_objid** interposed, orca_objid*** groups,
                 int* count) override;
   // Whether the node's name carries the provider's marker. 4 while no FIM is registered.

@@ -39,8 +39,8 @@ class ORCA_PDK_API CFiPrivateDataMap : public CFiPrivateDataManager, public virt
   void remove(pyx_domain* domain) override;
 
  protected:
-  // Makes the private data of a node; override it to keep private data of a class of your own. The
-  // result must not be null.
+  // Makes the private data of a node; override it to keep private data of a class of your own.
+  // Null leaves the node without private data.
   virtual CFiPrivateData* create(pyx_domain* domain);
 
  private:

@@ -48,7 +48,8 @@ class ORCA_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
 
   std::unique_ptr<xercesc::SAXParseException> m_savedError;
   bool m_errorSeen = false;
-  std::u16string m_text;
+  std::string m_ascii;     // the text gathered, while it is ASCII
+  std::u16string m_units;  // all of it, once it is not
 };
 
 }  // namespace orca_pdk_4_4

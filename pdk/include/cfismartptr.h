@@ -20,7 +20,9 @@ class ORCA_PDK_API CFiNullAllocator {
 
 // Policy of process-wide objects, the managers: there is one slot a type, shared by the library and
 // all plug-ins of the process. The slot does not own: the smart pointers that hold the instance do,
-// and the slot is empty again when the last of them has let go.
+// and the slot is emptied when the last of them lets go through a pointer with this policy. An
+// object that is held last by another kind of pointer is taken out with setInstance(nullptr)
+// before.
 //
 // Threads: no lock; the slots are filled while providers are set up.
 template <typename T>

@@ -19,7 +19,7 @@ enum EFiResult : int {
                                  // or an invalid document
   FI_NOT_SUPPORTED = 4,          // the provider does not have this operation
   FI_NO_MEMORY = 5,              // out of memory
-  FI_FAILED = 6,                 // target selection failed, or an import had no recognised flag
+  FI_FAILED = 6,                 // the operation failed; also no target, an import without a flag
   FI_CANNOT_QUERY_DEVICE = 18,   // a device cannot be queried
   FI_FILE_ERROR = 26,            // a file could not be opened or read
   FI_NO_CREDENTIALS = 31,        // the credential text is empty

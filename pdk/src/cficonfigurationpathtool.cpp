@@ -43,7 +43,8 @@ void checkFileName(const std::string& text, const std::string& enclosure) {
   if (leavesDirectory) throw CFiUdidException(text, FI_UDID_UNSAFE_FIELD);
 }
 
-int getDeviceKey(const tstr& udid, const char* kind, tstr& key) {
+// udid and key may be the same object.
+int getDeviceKey(tstr udid, const char* kind, tstr& key) {
   CFiConfigurationPathTool::getCacheLocationInfo(key);
   key += kind;
   verifyOrMake(key);

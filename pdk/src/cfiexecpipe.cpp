@@ -166,7 +166,6 @@ bool CFiExecPipePosix::ParseCommand(const char* text) {
 }
 
 int CFiExecPipePosix::ExecPipe(std::string command, std::string arg) {
-  letGo();
   clearArguments();
   m_command = std::move(command);
   m_argument = std::move(arg);
@@ -196,6 +195,7 @@ int CFiExecPipePosix::startCommand() {
                           ends[1], m_arguments, environment.get()};
   const pid_t pid = startChild(plan, getTraceLog().get());
   if (pid < 0) return forkFailed(ends, errno);
+  letGo();
   m_pid = pid;
   m_pipe = ends[0];
   if (close(ends[1]) != 0) {

@@ -3,9 +3,11 @@
 #include <unicode/locid.h>
 #include <unicode/udata.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 #include "cficonfiguration.h"
 #include "cfistringtool.h"
@@ -49,20 +51,30 @@ bool isWholeOrMissing(const std::filesystem::path& path) {
   return file.tellg() >= header.headerSize + std::streamoff{4} * start.indexes[kSizeIndex];
 }
 
-// The same for all files that a locale falls back through: "a_B_C", "a_B", "a".
-bool isChainWhole(const std::filesystem::path& bundlePath, std::string locale) {
+// The files that a locale falls back through: "a_B_C", "a_B", "a".
+std::vector<std::filesystem::path> chainOf(const std::filesystem::path& bundlePath,
+                                           std::string locale) {
+  std::vector<std::filesystem::path> files;
   while (!locale.empty()) {
-    if (!isWholeOrMissing(bundlePath / (locale + ".res"))) return false;
+    files.push_back(bundlePath / (locale + ".res"));
     const std::size_t end = locale.find_last_of('_');
     locale.erase(end != std::string::npos ? end : 0);
   }
-  return true;
+  return files;
 }
 
+// ICU looks at the default locale's files only when the wanted one's chain has none.
 bool canBeOpened(const std::string& bundlePath, const icu::Locale& locale) {
-  return isChainWhole(bundlePath, locale.getBaseName()) &&
-         isChainWhole(bundlePath, icu::Locale::getDefault().getBaseName()) &&
-         isChainWhole(bundlePath, "root");
+  std::vector<std::filesystem::path> files = chainOf(bundlePath, locale.getBaseName());
+  const auto exists = [](const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::exists(file, error);
+  };
+  if (std::none_of(files.begin(), files.end(), exists)) {
+    files = chainOf(bundlePath, icu::Locale::getDefault().getBaseName());
+  }
+  files.push_back(std::filesystem::path(bundlePath) / "root.res");
+  return std::all_of(files.begin(), files.end(), isWholeOrMissing);
 }
 
 }  // namespace

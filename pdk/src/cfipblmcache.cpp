@@ -70,10 +70,12 @@ bool writeAll(int fd, const char* text) {
   return true;
 }
 
-// A device, a link and a directory are no records: what stands there is kept and written to.
+// What is no plain file, has a second name or may not be written stays where it is and is written
+// to.
 bool isReplaceable(const std::string& path) {
   struct stat info;
-  return lstat(path.c_str(), &info) != 0 || S_ISREG(info.st_mode);
+  if (lstat(path.c_str(), &info) != 0) return true;
+  return S_ISREG(info.st_mode) && info.st_nlink == 1 && access(path.c_str(), W_OK) == 0;
 }
 
 std::string temporaryName(const std::string& path) {
@@ -106,6 +108,8 @@ EWritten writeByRename(const std::string& path, const char* text) {
   const std::string temporary = temporaryName(path);
   CFiDescriptor file(openNew(temporary));
   if (file.get() < 0) return EWritten::NOT_OPENED;
+  struct stat old;
+  if (stat(path.c_str(), &old) == 0) static_cast<void>(fchmod(file.get(), old.st_mode & 07777));
   EWritten result = EWritten::NOT_WRITTEN;
   if (writeAll(file.get(), text) && fsync(file.get()) == 0 && file.close() == 0) {
     if (std::rename(temporary.c_str(), path.c_str()) == 0) return EWritten::DONE;
@@ -172,7 +176,9 @@ int CFiPblmOps::setKeyValue(char const* path, std::vector<std::string> values, c
     written = EWritten::NOT_WRITTEN;
   } else if (path != nullptr) {
     const char* text = values.front().c_str();
-    written = isReplaceable(path) ? writeByRename(path, text) : writeInPlace(path, text);
+    if (isReplaceable(path)) written = writeByRename(path, text);
+    // A directory that takes no new file may still hold a record that can be written.
+    if (written == EWritten::NOT_OPENED) written = writeInPlace(path, text);
   }
   if (written == EWritten::DONE) return markNumber(values.front(), enclId);
   if (written == EWritten::NOT_OPENED) {

@@ -96,7 +96,9 @@ int CFiPluginBase::configSet(CFiPrivateData& data, int index, pyx_confspec& spec
   }
   data.addDefaultConfigParamsToDataList(
       index, data.hasConfigInfoList(index) ? nullptr : &m_firstInfoLists[index]);
-  spec.text = CFiStringTool::tstrdup(values->getXML());
+  // A class that denies its list has replaced it meanwhile.
+  values = data.configDataList(index);
+  spec.text = values != nullptr ? CFiStringTool::tstrdup(values->getXML()) : nullptr;
   return FI_OK;
 }
 

@@ -54,8 +54,10 @@ void CFiPluginInterposer::addFim(std::string claimPattern, std::string fimName,
   }
   if (group.empty()) group = fimName + "_FIM_GROUP";
   SFiGroupInfo& info = m_groups[group];
-  releaseObjid(info.objid);
-  info = {group, claimPattern, makeObjid(group), nullptr};
+  SFiGroupInfo fresh{group, claimPattern, nullptr, nullptr};
+  fresh.objid = makeObjid(group);
+  std::swap(info, fresh);
+  releaseObjid(fresh.objid);
   m_fims[claimPattern].push_back(
       {std::move(group), std::move(fimName), std::move(fimDetail), flags});
 }
@@ -127,7 +129,7 @@ int CFiPluginInterposer::interpose(pyx_domain* domain, orca_objid** interposed,
     if (interposed != nullptr) *interposed = makeObjid(ownName);
     orca_objid** ids = groups == nullptr ? nullptr : makeGroupIds(fims);
     if (groups != nullptr) *groups = ids;
-    if (count != nullptr) *count = ids == nullptr ? 0 : static_cast<int>(fims.size());
+    if (count != nullptr) *count = static_cast<int>(fims.size());
     traceLine(FI_TRACE_INFO, "Info, interposing with node [%s] on [%s].", ownName.c_str(), name);
     return FI_YES;
   }

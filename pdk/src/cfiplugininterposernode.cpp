@@ -67,7 +67,7 @@ int CFiPluginInterposer::initNode(pyx_domain* domain, pyx_domain**, int, orca_ob
 // False when the node is that of a group and was set up before.
 bool CFiPluginInterposer::recordGroupNode(pyx_domain* domain) {
   for (auto& [name, group] : m_groups) {
-    if (orca_objidcmp(group.objid, domain->objid) != 0) continue;
+    if (group.objid == nullptr || orca_objidcmp(group.objid, domain->objid) != 0) continue;
     if (group.node == domain) return false;
     group.node = domain;
     break;

@@ -97,7 +97,7 @@ int CFiPrivateData::setNodeState(pyx_blob*) { return FI_OK; }
 int CFiPrivateData::getNodeState(pyx_blob* blob) {
   if (blob == nullptr) return FI_INVALID;
   std::string text = "<NODE_NAME>";
-  text.append(getObjName()).append("</NODE_NAME>\n");
+  text.append(CFiPrivateData::getObjName()).append("</NODE_NAME>\n");
   text.append("<IS_ALT_NODE>").append(CFiStringTool::bool2str(m_isAltNode));
   text.append("</IS_ALT_NODE>\n");
   text.append("<SESSION_ID>").append(m_sessionId).append("</SESSION_ID>\n");

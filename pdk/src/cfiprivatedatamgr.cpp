@@ -19,6 +19,7 @@ CFiPrivateDataPtr CFiPrivateDataMap::findOrCreate(pyx_domain* domain, int altNod
   CFiPrivateDataPtr data = find(domain);
   if (!data) {
     data = CFiPrivateDataPtr(create(domain));
+    if (!data) return data;
     data->registerTraceLog(getTraceLog());
     m_nodes[domain] = data;
   }

@@ -9,23 +9,22 @@
 namespace orca_pdk_4_4 {
 namespace {
 
-// Two loops over all units, for the vectoriser: one finds whether there is more than ASCII.
-bool isAscii(const std::u16string& text) {
+// Appends units as bytes; false, with nothing said of what was appended, when one is beyond ASCII.
+// One loop without a branch, for the vectoriser.
+bool appendAscii(std::string& text, const XMLCh* chars, size_t length) {
+  const size_t start = text.size();
+  text.resize(start + length);
   unsigned int seen = 0;
-  for (const XMLCh unit : text) seen |= unit;
+  std::transform(chars, chars + length, text.begin() + static_cast<ptrdiff_t>(start),
+                 [&](XMLCh unit) {
+                   seen |= unit;
+                   return static_cast<char>(unit);
+                 });
   return seen < 0x80;
-}
-
-std::string narrowed(const std::u16string& text) {
-  std::string result(text.size(), '\0');
-  std::transform(text.begin(), text.end(), result.begin(),
-                 [](XMLCh unit) { return static_cast<char>(unit); });
-  return result;
 }
 
 // Lone surrogates become U+FFFD.
 std::string utf8(const std::u16string& text) {
-  if (isAscii(text)) return narrowed(text);
   std::string result;
   result.reserve(text.size() * 2);
   for (size_t next = 0; next < text.size();) {
@@ -48,9 +47,15 @@ void CFiSaxParseHandler::startElement(const XMLCh*, const XMLCh*, const XMLCh*,
                                       const xercesc::Attributes&) {}
 void CFiSaxParseHandler::endElement(const XMLCh*, const XMLCh*, const XMLCh*) {}
 
-// The pieces are converted together: one can end between the halves of a surrogate pair.
+// Pieces beyond ASCII are converted together: one can end between the halves of a surrogate pair.
 void CFiSaxParseHandler::characters(const XMLCh* chars, const XMLSize_t length) {
-  if (chars != nullptr) m_text.append(chars, length);
+  if (chars == nullptr) return;
+  if (m_units.empty()) {
+    const size_t before = m_ascii.size();
+    if (appendAscii(m_ascii, chars, length)) return;
+    m_units.assign(m_ascii.begin(), m_ascii.begin() + static_cast<ptrdiff_t>(before));
+  }
+  m_units.append(chars, length);
 }
 
 void CFiSaxParseHandler::warning(const xercesc::SAXParseException& exception) { keep(exception); }
@@ -70,9 +75,12 @@ const xercesc::SAXParseException* CFiSaxParseHandler::getSavedError() const {
   return m_savedError.get();
 }
 
-void CFiSaxParseHandler::clearText() { m_text.clear(); }
+void CFiSaxParseHandler::clearText() {
+  m_ascii.clear();
+  m_units.clear();
+}
 
-std::string CFiSaxParseHandler::text() const { return utf8(m_text); }
+std::string CFiSaxParseHandler::text() const { return m_units.empty() ? m_ascii : utf8(m_units); }
 
 void CFiSaxParseHandler::throwSavedError() const {
   if (!m_errorSeen || !m_savedError) return;

@@ -138,6 +138,7 @@ CFiTraceLog::~CFiTraceLog() = default;
 
 void CFiTraceLog::initialize(const tstr& name, tstr dir, tstr file, int level, bool toStdout) {
   const Day today(std::time(nullptr));
+  m_initialized = false;
   m_component = name;
   m_echo = toStdout;
   try {

@@ -51,12 +51,9 @@ TEST(Message, IsReadAsFarAsTheTextHoldsIt) {
   const std::string head = "<SERIALIZED_MESSAGE MSGID=ID SEVERITY=2>\n";
   const std::string eight = "<ARGVALUE INDEX=7 TYPE=2>8</ARGVALUE>";
   const std::pair<std::string, std::string> readings[] = {
-      {"zz 12", "OLD/1 {0} {1} {2}"},
       {"zz 12 " + head + eight, "ID/2 8 {1} {2}"},
       {head + "<ARGVALUE INDEX=0 TYPE=9>7</ARGVALUE>" + eight, "ID/2 8 {1} {2}"},
-      // The searches for the header and the first argument stop at any character of the tag.
-      {"A " + head, "OLD/1 {0} {1} {2}"},
-      {head + "A" + eight + eight, "ID/2 8 {1} {2}"},
+      {"A " + head, "OLD/1 {0} {1} {2}"},  // the search stops at any character of the tag
       // A string is cut at its "<", and 11 characters from there are not looked at.
       {head + "<ARGVALUE INDEX=0 TYPE=3>a<b</ARGVALUE>" + eight, "ID/2 a 8 {2}"},
       {head + "<ARGVALUE INDEX=0 TYPE=3>a<12" + eight, "ID/2 a {1} {2}"},
@@ -94,45 +91,33 @@ TEST(Message, PutsItsArgumentsIntoAPatternOrGivesThePatternBack) {
   }
 }
 
-// Writes down what it is handed, behind its name.
+// Writes down what it is handed.
 struct Recorder : CFiErrorHandlerBase {
-  explicit Recorder(const char* n) : name(n) {}
-  void handleMessage(CFiMessagePtr message) override {
-    journal += name + message->getMessageId() + std::to_string(message->getCount()) + " ";
-  }
+  void handleMessage(CFiMessagePtr message) override { journal += message->getMessageId() + " "; }
   void handleText(char* text, pyx_eseverity severity) override {
-    journal += name + text + std::to_string(severity) + " ";
+    journal += text + std::to_string(severity) + " ";
   }
-  const std::string name;
-  static inline std::string journal;
+  std::string journal;
 };
 
-TEST(ErrorManager, HandsEverythingToAllHandlersInOrderAndKeepsOnlyTheLastMessage) {
+TEST(ErrorManager, HandsEverythingToAllHandlersAndKeepsOnlyTheLastMessage) {
   CFiErrorManager manager;
-  manager.deleteLastError(nullptr);
-  Recorder a("a:"), b("b:");
-  for (Recorder* handler : {&b, static_cast<Recorder*>(nullptr), &a, &b}) {
-    manager.registerHandler(handler);
-  }
+  Recorder a, b;
+  manager.registerHandler(nullptr);
+  for (Recorder* handler : {&a, &b, &b}) manager.registerHandler(handler);
   char text[] = "text";
   manager.pushError(text, PYX_SEV_DETAIL);
   EXPECT_FALSE(manager.getLastError()) << "a text is not kept";
   const CFiMessagePtr first(new CFiIcuMessage("1", 3)), second(new CFiIcuMessage("2", 3));
   manager.pushError(first);
   manager.pushError(second);
-  // Held here, by the argument, the slot, and the handler's own copy.
-  EXPECT_EQ(Recorder::journal, "b:text4 a:text4 b:text4 b:14 a:14 b:14 b:24 a:24 b:24 ");
-  EXPECT_EQ(first->getCount(), 1) << "released";
+  EXPECT_EQ(a.journal + b.journal, "text4 1 2 text4 text4 1 1 2 2 ");
   EXPECT_EQ(manager.getLastError().get(), second.get());
-  manager.deleteLastError(nullptr);
-  EXPECT_FALSE(manager.getLastError());
-  EXPECT_EQ(second->getCount(), 1);
+  EXPECT_EQ(first->getCount(), 1) << "released";
 }
 
 TEST(Error, FormsItsMessageIdFromPrefixNumberAndOffset) {
   EXPECT_EQ(CFiError(1012).getMessageId("demo", 1000), "MSG_ERROR_DEMO_0012");
-  EXPECT_EQ(CFiError(7).getMessageId("demo", 1000), "MSG_ERROR_DEMO_0007");
-  EXPECT_EQ(CFiError(100).getMessageId("demo", 100), "MSG_ERROR_DEMO_0100");
   EXPECT_EQ(CFiError(-1).getMessageId("", 0), "MSG_ERROR_-001");
 }
 

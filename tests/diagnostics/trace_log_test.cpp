@@ -19,9 +19,8 @@ std::string traceFile(const CFiTraceLogPtr& log) { return readFile(log->getTrace
 
 TEST(TraceLog, WritesUpToItsLevelOrTheProductsVerbosityAndPushesEverything) {
   const std::tuple<int, const char*, int, bool, char> cases[] = {
-      {3, "0", 3, true, '1'},   {3, "8", 6, false, '4'}, {3, "9", 6, true, '4'},
-      {3, "9", 10, false, '4'}, {1, "12", 2, true, '2'}, {2, "-1", -1, true, '4'},
-      {1, "x", 1, true, '3'}};
+      {3, "0", 3, true, '1'}, {3, "8", 6, false, '4'}, {3, "9", 10, false, '4'},
+      {3, "9", 6, true, '4'}, {1, "12", 2, true, '2'}, {2, "-1", -1, true, '4'}};
   for (const auto& [stored, verbosity, level, isWritten, severity] : cases) {
     TraceRecorder trace("rec", stored);
     writeFile("/usr/tarn/keystone/kq.conf", std::string("FRZCMD_VERBOSE = ") + verbosity + "\n");
@@ -48,7 +47,7 @@ TEST(TraceLog, WritesStampProcessAndMessageAndEchoesThemBehindTheComponent) {
 
 TEST(TraceLog, CutsAMessageOnlyAtItsGreatestLength) {
   const size_t around = 53 + std::to_string(getpid()).size();
-  for (const size_t length : {1022, 1023, 1024, 2047, 8190, 8191, 8192, 20000}) {
+  for (const size_t length : {1022, 1023, 1024, 8191, 8192, 20000}) {
     TraceRecorder trace;
     trace.log->trace(1, "%s", std::string(length, 'x').c_str());
     EXPECT_EQ(traceFile(trace.log).size(), around + std::min<size_t>(length, 8191)) << length;
@@ -68,34 +67,30 @@ TEST(TraceLog, ChangesItsFileWithTheDateAndRemovesALinkThere) {
   writeFile("/usr/tarn/target", "kept");
   std::filesystem::create_symlink("/usr/tarn/target", next);
   CaptureStdout();
-  trace.log->trace(9, "filtered");
-  EXPECT_EQ(trace.log->getTracePath().c_str(), first) << "only a written line looks at the date";
   trace.log->trace(1, "line");
   EXPECT_EQ(GetCapturedStdout(),
             "A symbolic link with the name " + next + " exists.Removing link\n");
   EXPECT_EQ(trace.log->getTracePath().c_str(), next);
-  EXPECT_NE(traceFile(trace.log), "");
   std::filesystem::remove(next);
   std::filesystem::create_symlink("/usr/tarn/target", next);
   trace.log->trace(1, "lost");
   EXPECT_EQ(readFile("/usr/tarn/target"), "kept") << "no link is followed, a later one neither";
-  EXPECT_EQ(trace.messages, "4 filtered\n3 line\n3 lost\n");
 }
 
-TEST(TraceLog, StaysSilentWhenItsFileCannotBeOpened) {
+TEST(TraceLog, SaysThatItsFileCannotBeOpenedAndStaysSilent) {
   TraceRecorder trace;
   CFiTraceLog log;
   log.registerErrorManager(&trace.manager);
-  log.trace(1, "not initialised");
   CaptureStdout();
   log.initialize("off", "/nowhere", "f", 3, false);
   std::string path = log.getTracePath().c_str();
   EXPECT_EQ(GetCapturedStdout(), "Failed to lstat " + path + "\n[CFiTraceLog] Error: Tracefile [" +
                                      path + "] initialization failed.[f][/nowhere]\n");
-  log.trace(1, "still not");
-  trace.log->trace(1, "%s", "");
-  trace.log->trace(1, nullptr);
-  EXPECT_EQ(trace.messages, "3 \n") << "an empty text is a line, no format none";
+  log.trace(1, "lost");
+  EXPECT_EQ(trace.messages, "");
+  trace.log->initialize("off", trace.log->getTracePath() + "/none", "f", 3, false);
+  trace.log->trace(1, "lost");
+  EXPECT_EQ(trace.messages, "") << "it worked before";
 }
 
 TEST(TraceScope, WritesEntryAndExitUnderTheFilesBaseName) {
@@ -147,7 +142,6 @@ TEST_F(Settings, AreMadeOnTheFirstRunWhichStaysOff) {
   EXPECT_EQ(log.getLevel(), 4) << "the stored level holds";
   log.initialize("s", "/usr/tarn", "own", 2, false);
   EXPECT_EQ(stored(), "/usr/tarn|own|2|0|0|");
-  EXPECT_EQ(std::string(log.getTracePath().c_str()).find("/usr/tarn/own."), 0U);
 }
 
 TEST_F(Settings, AreWrittenWhereOneIsMissing) {
@@ -163,42 +157,31 @@ TEST_F(Settings, AreWrittenWhereOneIsMissing) {
     fresh.initialize("s", "", "", 4, true);
     EXPECT_EQ(stored(), wanted);
     EXPECT_EQ(fresh.isInitialized() ? fresh.getLevel() : 12345, wantedLevel) << lines;
-    EXPECT_EQ(std::filesystem::remove(fresh.getTracePath().c_str()), fresh.isInitialized());
   }
 }
 
 TEST_F(Settings, AreReadAgainForEachLineWhenTheySaySo) {
-  const std::string head = "[DEBUG_TRACE_INFO]\n\"TRACERUNTIMEUPDATE\"=dword:";
-  for (const int update : {0, 1}) {
-    const std::string level = head + std::to_string(update) + "\n\"TRACELEVEL\"=dword:";
-    CFiTraceLog fresh;
-    writeFile(kFile, level + "3\n");
-    fresh.initialize("s", "", "", 1, false);
-    writeFile(kFile, level + "5\n");
-    fresh.trace(9, nullptr);
-    EXPECT_EQ(fresh.getLevel(), update == 1 ? 5 : 3);
-  }
+  const std::string head =
+      "[DEBUG_TRACE_INFO]\n\"TRACERUNTIMEUPDATE\"=dword:1\n\"TRACELEVEL\"=dword:";
+  writeFile(kFile, head + "3\n");
+  log.initialize("s", "", "", 1, false);
+  writeFile(kFile, head + "5\n");
+  log.trace(9, nullptr);
+  EXPECT_EQ(log.getLevel(), 5);
 }
 
 TEST_F(Settings, OfTheProductAreReadInPiecesOf254BytesThatEndAtANul) {
   const std::string key = "FRZCMD_VERBOSE", nul(1, '\0');
   const auto after = [](size_t length) { return std::string(length, '#'); };
   const std::tuple<std::string, bool, int, int> cases[] = {
-      {"a=1\n" + key + " = 9\n", true, 0, 9},
-      {"VERBOSE=1\n" + key + "=2", true, 0, 2},
-      {"=4 " + key + "=2", true, 0, 4},
-      {key + "\n" + key + "=2", true, 1, -7},
-      {key + nul + "=9", true, 1, -7},
-      {"# MyVERBOSEs=-3\nVERBOSE=5", false, 0, -3},
-      {nul + key + "=9\nFRZCMD_=9", false, 1, -7},
-      {after(238) + key + "=9", true, 0, 9},
-      {after(240) + key + "=9", true, 1, -7},
-      {after(241) + key + "=9", false, 1, -7},
+      {"VERBOSE=1\n" + key + " = 2\n", true, 0, 2}, {"=4 " + key + "=2", true, 0, 4},
+      {key + "\n" + key + "=2", true, 1, -7},       {key + nul + "=9", true, 1, -7},
+      {"# MyVERBOSEs=-3\nVERBOSE=5", false, 0, -3}, {after(238) + key + "=9", true, 0, 9},
+      {after(240) + key + "=9", true, 1, -7},       {after(241) + key + "=9", false, 1, -7},
       {after(247) + key + "=9", false, 0, 9}};
   tstr dir, file;
   log.getFrzcmdTraceConfigFileInfo(dir, file);
-  std::string path = "/usr/tarn/keystone/kq.conf";
-  EXPECT_EQ((dir + file).c_str(), path);
+  std::string path = (dir + file).c_str();
   int level = -7;
   EXPECT_TRUE(log.findFrzcmdVerboseValue(path)) << "missing";
   EXPECT_EQ(log.getFrzcmdTraceLevel(dir, file, level), 26);

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <functional>
 #include <memory>
-#include <stdexcept>
 #include <xercesc/util/XMLString.hpp>
 
 #include "cfisaxhandler.h"
@@ -20,13 +18,11 @@ using xercesc::SAXParseException;
 struct TextHandler : CFiSaxParseHandler {
   void startElement(const XMLCh*, const XMLCh*, const XMLCh*, const xercesc::Attributes&) override {
     clearText();
-    if (onStart) onStart();
   }
   void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override { last = text(); }
   using CFiSaxParseHandler::throwSavedError;
 
   std::string last;
-  std::function<void()> onStart;
 };
 
 TEST(SaxParser, JoinsTheTextOfAnElementInOrder) {
@@ -88,18 +84,6 @@ TEST(SaxParser, ValidatesAgainstItsSchemaAndOpensNoOtherFile) {
   EXPECT_EQ(read("missing.xsd", "<a>12</a>"), "12 refused");
   const std::string entity = "<!ENTITY e SYSTEM '" + dir.file("secret") + "'>";
   EXPECT_EQ(read("a.xsd", "<!DOCTYPE a [" + entity + "]><a>&e;</a>"), " refused");
-}
-
-TEST(SaxParser, ThrowsAfterAFailedSetUpUntilInitSucceeds) {
-  TextHandler handler;
-  CFiSaxParser parser(&handler);
-  handler.onStart = [&] { parser.setInputSchema("x.xsd"); };  // refused while it reads
-  parser.parse(std::string("<a>x</a>"));
-  handler.onStart = nullptr;
-  EXPECT_THROW(parser.parse(std::string("<a/>")), std::runtime_error);
-  parser.init();
-  parser.parse(std::string("<a>y</a>"));
-  EXPECT_EQ(handler.last, "y");
 }
 
 TEST(XStringTool, ConvertsBothWays) {

@@ -54,17 +54,14 @@ TEST(Objid, CopiesTheNameKeepsTheKindAndComparesBoth) {
 }
 
 TEST(InstallRoot, IsTheSettingOrNone) {
-  char* root = reinterpret_cast<char*>(1);
-  {
-    const ScopedEnv env("ORCA_INSTALL_ROOT", "");
-    EXPECT_EQ(orca_get_install_root(&root), 0);
-    EXPECT_EQ(root, nullptr);
-  }
-  const ScopedEnv env("ORCA_INSTALL_ROOT", "/opt/somewhere");
   orca_accounting_reset();
-  EXPECT_EQ(orca_get_install_root(&root), 0);
-  EXPECT_STREQ(root, "/opt/somewhere");
-  orca_free_buf(root, strlen(root) + 1);
+  for (const char* setting : {"", "/opt/somewhere"}) {
+    const ScopedEnv env("ORCA_INSTALL_ROOT", setting);
+    char* root = reinterpret_cast<char*>(1);
+    EXPECT_EQ(orca_get_install_root(&root), 0);
+    EXPECT_STREQ(root, *setting == '\0' ? nullptr : setting);
+    orca_free_buf(root, strlen(setting) + 1);
+  }
   EXPECT_EQ(orca_accounting_report(nullptr, nullptr), 0u);
 }
 

@@ -30,10 +30,6 @@ class Interposer : public ProviderTestOf<Importer> {
   Interposer() {
     m_provider.setProviderName("P");
     m_node.capability = &m_capability;
-    addFims();
-  }
-
-  void addFims() {
     m_provider.addFim("disk", "snapB", "detail B", 0x10, "");
     m_provider.addFim("disk", "snapA", "detail A", 0x20, "shared");
     m_provider.addFim("abc", "snapC", "detail C", 0x40, "shared");
@@ -60,13 +56,9 @@ class Interposer : public ProviderTestOf<Importer> {
 TEST_F(Interposer, FindsTheFimsOfANodeAndClaimsThoseWithTheMarker) {
   m_provider.addFim("", "snap", "", 0, "group");
   EXPECT_FALSE(m_provider.isGroupNode("group"));
-  EXPECT_EQ(m_recorder.takeBody(),
-            Texts{"1 ERROR: Invalid arg to addFim(), invalid claim pattern"});
   const std::tuple<const char*, std::string, int> cases[] = {{"shared", "snapC ", 0},
-                                                             {"snapB_FIM_GROUP", "snapB ", 0},
                                                              {"<P>/dev/disk1", "snapB snapA ", 2},
                                                              {"<P>/dev/disk/abc", "snapC ", 2},
-                                                             {"/dev/disk1", "", 0},
                                                              {"<P>/dev/sda", "", 0},
                                                              {"<Q>/dev/disk1", "", 0}};
   orca_objid* some = &m_id;
@@ -80,13 +72,9 @@ TEST_F(Interposer, FindsTheFimsOfANodeAndClaimsThoseWithTheMarker) {
     EXPECT_EQ(m_provider.claim(&m_id, &secondaries, &count), result);
     EXPECT_EQ(secondaries, result == 2 ? nullptr : &some);
     EXPECT_EQ(count, result == 2 ? 0 : 9);
-    const std::string quoted = std::string("claiming node [") + node + "]";
-    EXPECT_EQ(m_recorder.takeBody().back(),
-              "3 Info, " + (result == 2 ? quoted + " PYX_CLAIM_SECONDARY" : "NOT " + quoted));
   }
   name(nullptr);
   EXPECT_EQ(m_provider.claim(&m_id, nullptr, nullptr), 0);
-  EXPECT_EQ(m_recorder.takeBody(), Texts{"3 ERROR: Invalid primary object id for claim()"});
 }
 
 TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
@@ -95,10 +83,6 @@ TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
   orca_objid** groups = nullptr;
   int count = 0;
   EXPECT_EQ(m_provider.interpose(&m_node, &own, &groups, &count), 1);
-  EXPECT_EQ(m_recorder.takeBody(),
-            (Texts{"3 CFiPluginInterposer::interpose - Looking for patten abc in /dev/disk1.",
-                   "3 CFiPluginInterposer::interpose - Looking for patten disk in /dev/disk1.",
-                   "3 Info, interposing with node [<P>/dev/disk1] on [/dev/disk1]."}));
   ASSERT_EQ(count, 2);
   EXPECT_EQ((Texts{own->name, groups[0]->name, groups[1]->name}),
             (Texts{"<P>/dev/disk1", "snapB_FIM_GROUP", "shared"}));
@@ -106,17 +90,13 @@ TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
   orca_free_buf(groups, 2 * sizeof(orca_objid*));
   m_provider.addIgnoreNodeType(0x2);
   m_provider.addIgnoreNodeType(0x8);
-  for (const auto& [node, type] : {std::pair("/dev/disk1", 0x6u), std::pair("/dev/sda", 0x5u)}) {
-    name(node);
-    m_node.node_type = type;
-    EXPECT_EQ(m_provider.interpose(&m_node, nullptr, nullptr, nullptr), 0) << node;
-  }
+  m_node.node_type = 0x6;
+  EXPECT_EQ(m_provider.interpose(&m_node, nullptr, nullptr, nullptr), 0) << "an ignored type";
 }
 
 TEST_F(Interposer, AnswersExistenceAndReadinessOfItsNodes) {
   int exists = 9;
   EXPECT_EQ(CFiPluginInterposer().checkNodeExistence(&m_node, &exists), 4);
-  EXPECT_EQ(exists, 9);
   EXPECT_TRUE(m_provider.checkNodeExistence(&m_node, &exists) == 0 && exists == 0);
   name("<P>x");
   EXPECT_TRUE(m_provider.checkNodeExistence(&m_node, &exists) == 0 && exists == 1);
@@ -144,7 +124,7 @@ TEST_F(Interposer, AddsTheFlagsOfAFiTypeOrSetsTheCapabilityWhereThereAreHosts) {
   expectCapability("snapA", 1, 2);
 }
 
-TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateData) {
+TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateDataUntilItsEnd) {
   m_provider.setDefaultNodeType(0x6);
   pyx_domain group{};
   group.objid = m_provider.groups().at("shared").objid;
@@ -157,67 +137,43 @@ TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateData) {
   name("<P>disk");
   m_node.node_type = 0x100;
   m_node.fim_aux = &group;
-  m_recorder.takeBody();
   EXPECT_EQ(initNode(m_node), 0);
-  EXPECT_EQ(m_recorder.takeBody(), Texts{"3 CFiPluginInterposer::initNode for Node [<P>disk]"});
-  EXPECT_EQ(m_node.name, m_id.name);
-  EXPECT_TRUE(m_node.node_type == 0x6 && m_node.fim_aux == nullptr);
+  EXPECT_TRUE(m_node.name == m_id.name && m_node.node_type == 0x6 && m_node.fim_aux == nullptr);
   EXPECT_EQ(takeFims(m_node), (Texts{"detail B/snapB", "detail A/snapA"}));
   EXPECT_EQ(m_node.fim_list->name->group, nullptr);
   const pyx_node_fim* shared = m_node.fim_list->next;
   EXPECT_TRUE(shared->name->group == &group && shared->detail->group == &group);
   EXPECT_TRUE(m_nodes->find(&m_node));
-  addFims();
-  const SFiGroupInfo& again = m_provider.groups().at("shared");
-  EXPECT_EQ(again.node, nullptr) << "registered again";
-  group.objid = again.objid;
 
-  hung = m_node.fim_list;
   m_provider.deInitNode(&m_node);
-  m_provider.deInitNode(&group);
-  EXPECT_EQ(m_node.fim_list, hung);
-  EXPECT_FALSE(m_nodes->find(&m_node));
-}
-
-TEST_F(Interposer, TurnsAnExceptionOfTheSetUpIntoAResult) {
-  struct ThrowingMap : CFiPrivateDataMap {
-    CFiPrivateData* create(pyx_domain*) override { throw std::runtime_error("no room"); }
-  };
-  m_provider.registerPrivateDataManager(CFiPrivateDataManagerPtr(new ThrowingMap));
-  EXPECT_EQ(initNode(m_node), 6);
-  EXPECT_TRUE(m_recorder.takeBody().back().starts_with(
-      "1 ERROR: Caught unhandled exception at ../cfiplugininterposer, "));
+  m_provider.CFiPluginBase::deInitNode(&group);
+  EXPECT_TRUE(m_node.fim_list != nullptr && group.fim_list == nullptr);
+  EXPECT_FALSE(m_nodes->find(&m_node) || m_nodes->find(&group));
 }
 
 TEST_F(Interposer, ImportsAnAlternateNodeForTheHostsOfThePrimary) {
   m_provider.setDefaultNodeType(0x4);
   pyx_domain primary{};
   m_node.node_type = 0x1;
-  const auto initAltNode = [&](bool flag) {
-    return m_provider.initAltNode(&primary, nullptr, &m_node, flag);
-  };
-  EXPECT_EQ(initAltNode(false), 0) << "no private data";
+  EXPECT_EQ(m_provider.initAltNode(&primary, nullptr, &m_node, false), 0) << "no private data";
   EXPECT_EQ(m_node.node_type, 0x5u);
   EXPECT_TRUE(m_nodes->find(&m_node)->getIsAltNode());
   const CFiPrivateDataPtr data = m_nodes->findOrCreate(&primary, 0);
   data->setHostList(&m_hosts);
-  EXPECT_EQ(initAltNode(false), 77);
-  EXPECT_EQ(initAltNode(true), 0);
-  data->setTransportable(true);
-  EXPECT_EQ(initAltNode(false), 0);
-  data->setTransportable(false);
-  data->setIntent(static_cast<pyx_intent>(1));
-  EXPECT_EQ(initAltNode(false), 0);
+  const std::tuple<bool, bool, int, int> cases[] = {
+      {false, false, 0, 77}, {true, false, 0, 0}, {false, true, 0, 0}, {false, false, 1, 0}};
+  for (const auto& [flag, transportable, intent, result] : cases) {
+    data->setTransportable(transportable);
+    data->setIntent(static_cast<pyx_intent>(intent));
+    EXPECT_EQ(m_provider.initAltNode(&primary, nullptr, &m_node, flag), result);
+  }
   EXPECT_EQ(m_provider.imports, Texts{"node h1 0 0 0 1"});
-  m_recorder.takeBody();
   EXPECT_EQ(m_provider.initAltNode(&m_node, nullptr, nullptr, false), 3);
-  EXPECT_EQ(m_recorder.takeBody(), Texts{"1 ERROR: initAltNode(): target node is invalid."});
 }
 
 TEST_F(Interposer, ImportsATreeNodeAndHandsItsIdOutWhateverComesOfIt) {
   orca_objid* imported = nullptr;
   EXPECT_EQ(m_provider.importTreeNode(&m_node, nullptr, nullptr, 0, &imported), 3);
-  EXPECT_EQ(m_recorder.takeBody(), Texts{"1 Error: Invalid input arguments to importTreeNode"});
   m_node.import_objid = &m_id;
   EXPECT_EQ(m_provider.importTreeNode(&m_node, nullptr, nullptr, 0, &imported), 77);
   EXPECT_EQ(imported, &m_id);
@@ -237,10 +193,9 @@ int move(Importer& provider, bool import, char* resource, char* host, int flags)
 
 TEST_F(Interposer, DecodesTheFlagsOfAResource) {
   const std::tuple<bool, int, int, const char*> cases[] = {
-      {true, 0x1, 77, "0 0 0"},   {true, 0x2, 77, "0 1 0"}, {true, 0x3, 77, "0 0 0"},
-      {true, 0x5, 4, ""},         {true, 0x8, 6, ""},       {false, 0x20, 77, "0 0 1"},
-      {false, 0x30, 77, "0 1 1"}, {false, 0x40, 4, ""},     {false, 0x410, 0, ""},
-      {false, 0x0, 0, ""}};
+      {true, 0x1, 77, "0 0 0"}, {true, 0x2, 77, "0 1 0"},   {true, 0x5, 4, ""},
+      {true, 0x8, 6, ""},       {false, 0x20, 77, "0 0 1"}, {false, 0x30, 77, "0 1 1"},
+      {false, 0x40, 4, ""},     {false, 0x410, 0, ""}};
   char resource[] = "UDID##a##b##c";
   for (const auto& [import, flags, result, booleans] : cases) {
     m_provider.imports.clear();
@@ -249,10 +204,6 @@ TEST_F(Interposer, DecodesTheFlagsOfAResource) {
     const std::string name = "UDID##a##b##c ", rest = booleans + std::string(" 2");
     EXPECT_EQ(m_provider.imports,
               result == 77 ? (Texts{name + "h1 " + rest, name + rest}) : Texts());
-    const std::string api = import ? "importResource" : "deportResource";
-    const Texts hosts{"3 Hostname [h1] was passed to " + api + " API. Adding it hostList ",
-                      "3 No hostname was passed to the " + api + " API"};
-    EXPECT_EQ(m_recorder.takeBody(), flags == 0x410 ? Texts() : hosts);
   }
 }
 
@@ -261,7 +212,6 @@ TEST_F(Interposer, RefusesResourcesThatAreNoIdentifiers) {
     EXPECT_EQ(move(m_provider, import, nullptr, m_host, 0x404), 3);
     EXPECT_THROW(move(m_provider, import, m_name, m_host, 0x404), CFiUdidException);
   }
-  EXPECT_EQ(m_recorder.takeBody(), Texts());
 }
 
 }  // namespace

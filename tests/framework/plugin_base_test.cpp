@@ -1,4 +1,3 @@
-#include "cfiprivatedata.h"
 #include "framework/test_provider.h"
 
 namespace orca_tests {
@@ -8,21 +7,12 @@ using namespace orca_pdk;
 
 using PluginBase = ProviderTest;
 
-TEST_F(PluginBase, NeverForgetsThatTheProcessShutsDownAndTakesOrcaForANullFimName) {
-  EXPECT_TRUE(CFiPluginBase::isShuttingDown(true) && CFiPluginBase::isShuttingDown(false));
-  EXPECT_TRUE(m_provider.getProviderName().is_empty() && m_provider.getFimName().empty());
-  m_provider.setFimName(nullptr);
-  EXPECT_EQ(m_provider.getFimName(), "Orca");
-}
-
 TEST_F(PluginBase, AsksForTheErrorTextUnderItsUpperCaseNameAndReducedNumber) {
   const std::tuple<const char*, long, int, const char*> cases[] = {
-      {"demo", 1000, 1005, "<MSG_ERROR_DEMO_0005>"},
-      {"demo", 100, 100, "<MSG_ERROR_DEMO_0100>"},
-      {"", 0, 0, "<MSG_ERROR__0000>"}};
-  const char* answer = nullptr;
+      {"demo", 1000, 1005, "<MSG_ERROR_DEMO_0005>"}, {"demo", 100, 100, "<MSG_ERROR_DEMO_0100>"}};
+  const char* answer = m_name;
   EXPECT_EQ(m_provider.errMsg(1, &answer), 0);
-  EXPECT_EQ(answer, nullptr);
+  EXPECT_EQ(answer, nullptr) << "no catalogs";
   m_provider.registerCatalogManager(CFiMessageCatalogManagerPtr(new CFiMessageCatalogManager));
   for (const auto& [name, offset, code, text] : cases) {
     m_provider.setProviderName(name);
@@ -32,43 +22,20 @@ TEST_F(PluginBase, AsksForTheErrorTextUnderItsUpperCaseNameAndReducedNumber) {
   }
 }
 
-TEST_F(PluginBase, HandsOutTheLastErrorUntilItIsDeleted) {
-  const CFiMessagePtr message(new CFiIcuMessage("MSG_X", PYX_SEV_ERROR));
-  static_cast<CFiIcuMessage*>(message.get())->addArgument(icu::Formattable("x"));
-  m_errors->pushError(message);
-  pyx_msg_info* info = nullptr;
-  EXPECT_EQ(m_provider.getLastError(&info), 0);
-  ASSERT_NE(info, nullptr);
-  EXPECT_TRUE(std::string(info->text).starts_with("<SERIALIZED_MESSAGE MSGID=MSG_X SEVERITY=3>\n"));
-  EXPECT_EQ(m_provider.delLastError(&info), 0);
-  EXPECT_EQ(m_provider.getLastError(&info), 0);
-  EXPECT_EQ(info, nullptr);
-}
-
-TEST_F(PluginBase, ClearsTheStateThatItIsAskedFor) {
+TEST_F(PluginBase, HasNoStateToHandOut) {
   pyx_blob blob{5, m_name, 9};
-  m_provider.processProviderState(nullptr, &blob, static_cast<pyx_op_providerstate>(2));
-  EXPECT_EQ(blob.data, m_name);
   EXPECT_EQ(m_provider.processProviderState(nullptr, &blob, PYX_OPSTATE_GET), 0);
   EXPECT_TRUE(blob.length == 0 && blob.data == nullptr && blob.kind == 9);
 }
 
-TEST_F(PluginBase, FindsASessionByItsIdUntilItIsRemoved) {
-  CFiSessionManager sessions;
-  const CFiSessionPtr session = sessions.findOrCreate("s1");
-  EXPECT_TRUE(session->getId() == "s1" && sessions.find("s1").get() == session.get());
-  sessions.remove("s1");
-  EXPECT_FALSE(sessions.find("s1"));
-}
-
-TEST_F(PluginBase, PassesImportOptionsOnToTheNodesThatItKnows) {
+TEST_F(PluginBase, AddsTheNamedHostsOfImportOptionsToTheNodesThatItKnows) {
   pyx_domain unknown{};
   pyx_splitnode first{&unknown, nullptr}, second{&m_node, nullptr};
   pyx_splitnode* nodes[] = {&first, nullptr, &second};
-  pyx_host_infn host{m_name, nullptr};
+  pyx_host_infn last{m_name, nullptr}, nameless{nullptr, &last}, host{m_name, &nameless};
   const CFiPrivateDataPtr data = m_nodes->findOrCreate(&m_node, 0);
   EXPECT_EQ(m_provider.setImportOptions(nodes, 3, &host, 2, nullptr), 0);
-  EXPECT_EQ(data->getHostList(), std::vector<tstr>{"node"});
+  EXPECT_EQ(data->getHostList(), (std::vector<tstr>{"node", "node"}));
   EXPECT_TRUE(data->getTransportable());
   EXPECT_EQ(m_provider.setImportOptions(nodes, 3, nullptr, 0, nullptr), 0);
   EXPECT_FALSE(data->getTransportable());
@@ -79,13 +46,10 @@ TEST_F(PluginBase, ReaccessesANodeWithPrivateDataOfWhatIsGiven) {
   char first[] = "S1", second[] = "S2", split[] = "mirror";
   const auto state = [&] {
     const CFiPrivateDataPtr data = m_nodes->find(&m_node);
-    return data->getSessionId() + data->getSplitType() + std::to_string(data->getIntent()) +
-           (data->getIsAltNode() ? " alternate" : "");
+    return data->getSessionId() + data->getSplitType() + std::to_string(data->getIntent());
   };
   m_provider.reAccessTmpObj(&m_node, nullptr, split, nullptr, first, kIntent);
   EXPECT_EQ(state(), "S1mirror5");
-  m_provider.reAccessTmpObj(&m_node, nullptr, nullptr, nullptr, nullptr, PYX_INTENT_NONE);
-  EXPECT_EQ(state(), "S1mirror0");
   m_nodes->remove(&m_node);
   m_provider.reAccessAltNode(&m_node, nullptr, nullptr, second, nullptr, nullptr, 0, kIntent);
   EXPECT_EQ(state(), "S25");
@@ -94,9 +58,8 @@ TEST_F(PluginBase, ReaccessesANodeWithPrivateDataOfWhatIsGiven) {
 TEST_F(PluginBase, SwitchesOneFlagOfEachNodeOffAndOn) {
   pyx_domain first{}, second{};
   first.flags = 0x9;
-  pyx_node_subobj_list third{&second, nullptr, nullptr, nullptr};
-  pyx_node_subobj_list nodeless{nullptr, nullptr, nullptr, &third};
-  pyx_node_subobj_list list{&first, nullptr, nullptr, &nodeless};
+  pyx_node_subobj_list third{&second, nullptr, nullptr, nullptr},
+      nodeless{nullptr, nullptr, nullptr, &third}, list{&first, nullptr, nullptr, &nodeless};
   EXPECT_EQ(m_provider.disableAccess(&list, 0), 0);
   EXPECT_TRUE(first.flags == 0x49 && second.flags == 0x40);
   EXPECT_EQ(m_provider.enableAccess(&list, 0, 0, 0), 0);
@@ -116,20 +79,110 @@ TEST_F(PluginBase, ListsTheSubObjectsOfAKnownNode) {
   data->addSubObject(&m_id);
   EXPECT_EQ(m_provider.subobjList(&m_node, &list, &count), 0);
   EXPECT_TRUE(list == data->getSubObjectList() && count == 2);
-  EXPECT_EQ(m_recorder.takeBody().back(), "3 Info: subobjList, list element [1,node]");
 }
 
-TEST_F(PluginBase, EndsANodeWithoutItsFimList) {
-  m_nodes->findOrCreate(&m_node, 0);
-  for (int i = 0; i < 2; ++i) {
-    auto* fim = static_cast<pyx_node_fim*>(calloc(1, sizeof(pyx_node_fim)));
-    fim->next = std::exchange(m_node.fim_list, fim);
-    fim->detail = static_cast<pyx_node_fim_entry*>(calloc(1, sizeof(pyx_node_fim_entry)));
-    fim->detail->text = m_name;
+enum { kGet = 1, kSet = 2, kClear = 3, kGetParam = 4, kSetToo = 5 };
+
+// A known node, and a provider whose descriptions of index 1 hold "keep".
+class ConfigOperation : public ProviderTest {
+ protected:
+  // What config hands out, by default with the selectors of index 1.
+  std::string config(int mode, const char* text = nullptr, int result = 0, int first = 1) {
+    std::string input = text != nullptr ? text : "";
+    pyx_confspec spec{first, 1 - first, text != nullptr ? input.data() : nullptr};
+    EXPECT_EQ(m_provider.config(&m_node, mode, nullptr, &spec), result);
+    const std::string output = spec.text != nullptr ? spec.text : "(null)";
+    if (spec.text != input.data()) free(spec.text);
+    return output;
   }
-  m_provider.deInitNode(&m_node);
-  EXPECT_EQ(m_node.fim_list, nullptr);
-  EXPECT_FALSE(m_nodes->find(&m_node));
+
+  CFiPrivateDataPtr m_data = m_nodes->findOrCreate(&m_node, 0);
+  const std::string m_keep = describe(m_provider.firstConfigInfoList(1), {"keep"});
+};
+
+TEST_F(ConfigOperation, StoresTheSessionOfAKnownNodeWhateverFollows) {
+  char first[] = "S1", second[] = "S2";
+  pyx_domain unknown{};
+  pyx_confspec spec{0, 0, m_name};
+  EXPECT_EQ(m_provider.config(&unknown, kGet, first, &spec), 3);
+  EXPECT_EQ(spec.text, m_name);
+  EXPECT_EQ(m_provider.config(&m_node, kGet, first, nullptr), 3);
+  EXPECT_EQ(m_data->getSessionId(), "S1");
+  EXPECT_EQ(m_provider.config(&m_node, kClear, second, &spec), 0);
+  EXPECT_EQ(m_data->getSessionId(), "S2");
+  EXPECT_EQ(spec.text, nullptr);
+  for (int mode : {0, 6}) EXPECT_EQ(config(mode, "in"), "in") << "no such mode";
+}
+
+TEST_F(ConfigOperation, GetStoresTheDefaultsOfTheNodesOwnDescriptionsButNotTheProviders) {
+  EXPECT_EQ(config(kGet), values({"keep"}));
+  EXPECT_FALSE(m_data->hasConfigDataList(1) || m_data->hasConfigInfoList(1));
+  EXPECT_EQ(config(kGet, nullptr, 0, 0), values({}));
+  m_data->configInfoList(1);
+  EXPECT_EQ(config(kGet), "(null)");
+  EXPECT_FALSE(m_data->hasConfigDataList(1));
+  describe(*m_data->configInfoList(1), {"own"});
+  EXPECT_EQ(config(kGet), values({"own"}));
+  EXPECT_EQ(m_data->configDataList(1)->getXML(), values({"own"}).c_str());
+}
+
+TEST_F(ConfigOperation, SetCompletesTheValuesWithDefaultsAndClearTakesThem) {
+  for (int mode : {kSet, kSetToo}) {
+    EXPECT_EQ(config(mode, values({"dir"}).c_str()), values({"dir", "keep"}));
+    EXPECT_EQ(config(kGet), values({"dir", "keep"}));
+    EXPECT_EQ(config(kClear, "in"), "in");
+    EXPECT_EQ(m_data->configDataList(1)->getXML(), values({"dir", "keep"}).c_str());
+    EXPECT_EQ(config(kGet), "(null)");
+  }
+  describe(*m_data->configInfoList(1), {"own"});
+  EXPECT_EQ(config(kSet, values({"dir"}).c_str()), values({"dir", "own"}));
+}
+
+TEST_F(ConfigOperation, SetRefusesABadDocumentAndKeepsTheValues) {
+  EXPECT_EQ(config(kSet), "(null)");
+  EXPECT_EQ(m_recorder.takeBody().back(), "1 ERROR: SET: Mode[1], Invalid config string.\n");
+  EXPECT_EQ(config(kClear), "(null)");
+  EXPECT_FALSE(m_data->hasConfigDataList(1));
+  config(kSet, values({"dir"}).c_str());
+  EXPECT_EQ(config(kSet, "<bad>", 3), "(null)");
+  EXPECT_EQ(m_recorder.takeBody().back(), "1 ERROR: SET: Mode[1]: Invalid XML [<bad>] \n");
+  EXPECT_EQ(m_data->configDataList(1)->params.at("dir").value, "dir");
+}
+
+TEST_F(ConfigOperation, SetAnswersWithTheListThatADerivedClassMadeAnew) {
+  struct Denying : CFiPrivateData {
+    using CFiPrivateData::CFiPrivateData;
+    bool hasConfigDataList(int) override { return false; }
+  };
+  struct DenyingMap : CFiPrivateDataMap {
+    CFiPrivateData* create(pyx_domain* domain) override {
+      return domain->objid != nullptr ? new Denying(domain->objid) : nullptr;
+    }
+  };
+  const CFiPrivateDataManagerPtr nodes(new DenyingMap);
+  m_provider.registerPrivateDataManager(nodes);
+  pyx_domain unnamed{};
+  EXPECT_FALSE(nodes->findOrCreate(&unnamed, 1));
+  EXPECT_TRUE(nodes->findOrCreate(&m_node, 0));
+  EXPECT_EQ(config(kSet, values({"dir"}).c_str()), "");
+}
+
+TEST_F(ConfigOperation, GetParamPrefersTheNodesDescriptionsAndAsksAnOverriddenListAsGetDoesNot) {
+  const std::string second = describe(m_provider.secondConfigInfoList(1), {"second"});
+  EXPECT_EQ(config(kGetParam), m_keep);
+  pyx_domain* members[] = {&m_node};
+  m_node.members = members;
+  m_node.member_count = 1;
+  EXPECT_EQ(config(kGetParam), second);
+  EXPECT_EQ(config(kGetParam, nullptr, 0, 0), "(null)");
+  CFiConfigParamInfoList list;
+  m_provider.list = &list;
+  const std::string mine = describe(list, {"mine"});
+  EXPECT_EQ(config(kGet), values({"keep"}));
+  m_data->configInfoList(1);
+  EXPECT_EQ(config(kGetParam), mine);
+  const std::string own = describe(*m_data->configInfoList(1), {"own"});
+  EXPECT_EQ(config(kGetParam), own);
 }
 
 }  // namespace

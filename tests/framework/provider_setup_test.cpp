@@ -1,6 +1,5 @@
 #include "cfiprovidersetup.h"
 
-#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -12,17 +11,16 @@ namespace {
 
 using namespace orca_pdk;
 
-SFiProviderIdentity identityOf(const std::string& name, const std::string& language = "") {
+SFiProviderIdentity identityOf(const std::string& name) {
   SFiProviderIdentity identity;
   identity.providerName = name;
   identity.fimName = "copy";
-  identity.nativeLanguage = language;
   identity.messageIndexOffset = 100;
   return identity;
 }
 
 struct SetUpProvider : TestProvider {
-  explicit SetUpProvider(const SFiProviderIdentity& identity) : setup(*this, identity) {}
+  explicit SetUpProvider(const std::string& name) : setup(*this, identityOf(name)) {}
   CFiProviderSetup setup;
 };
 
@@ -46,7 +44,7 @@ class ProviderSetup : public ::testing::Test {
     }
   }
   std::unique_ptr<SetUpProvider> provider(const std::string& name) {
-    auto made = std::make_unique<SetUpProvider>(identityOf(name));
+    auto made = std::make_unique<SetUpProvider>(name);
     if (made->errorManager()->getCount() == 2) made->errorManager()->registerHandler(&m_recorder);
     return made;
   }
@@ -76,11 +74,12 @@ TEST_F(ProviderSetup, GivesTwoProvidersOneLogAndTheirOwnTextsAndNodes) {
   const std::string path = two->getTraceLog()->getTracePath().c_str();
   EXPECT_TRUE(path.starts_with(m_root.str() + "/one.")) << path;
   for (const auto* each : {one.get(), two.get()}) {
-    EXPECT_TRUE(isShared(each->getTraceLog()) && each->getTraceLog()->isInitialized());
-    EXPECT_TRUE(isShared(each->errorManager()) && isShared(each->sessionManager()));
+    EXPECT_TRUE(isShared(each->getTraceLog()) && isShared(each->errorManager()));
     EXPECT_EQ(isShared(each->catalogManager()), each == one.get());
     EXPECT_EQ(isShared(each->privateDataManager()), each == one.get());
   }
+  const CFiSessionPtr session = one->sessionManager()->findOrCreate("s1");
+  EXPECT_EQ(two->sessionManager()->find("s1").get(), session.get());
   pyx_domain node{};
   EXPECT_TRUE(isShared(two->privateDataManager()->findOrCreate(&node, 0)->getTraceLog()));
   one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {icu::Formattable(7)});
@@ -88,7 +87,7 @@ TEST_F(ProviderSetup, GivesTwoProvidersOneLogAndTheirOwnTextsAndNodes) {
   EXPECT_EQ(lastErrorIn(*two, "de"), "two: de 7");
 }
 
-TEST_F(ProviderSetup, PushesAMessageToTraceLogAndLastError) {
+TEST_F(ProviderSetup, PushesAMessageToTraceLogAndLastErrorUntilItIsDeleted) {
   const auto one = provider("one");
   for (const auto severity : {PYX_SEV_ERROR, PYX_SEV_WARNING, PYX_SEV_INFO, PYX_SEV_DETAIL}) {
     one->setup.pushMessage("MSG_A", severity, {icu::Formattable("x")});
@@ -98,19 +97,8 @@ TEST_F(ProviderSetup, PushesAMessageToTraceLogAndLastError) {
   EXPECT_EQ(m_recorder.takeBody(), (Texts{"1" + line, "2" + line, "3" + line, "6" + line}));
   one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {});
   EXPECT_EQ(lastErrorIn(*one, "de"), "one: de MSG_A");
-  EXPECT_EQ(m_recorder.messages, Texts(5, "MSG_A"));
-}
-
-TEST_F(ProviderSetup, TakesTheNativeLanguageFromTheEnvironment) {
-  const std::array<const char*, 5> cases[] = {
-      {"", "de_AT.UTF-8@euro", "fr", "", "de_AT"}, {nullptr, nullptr, "fr_FR", "", "fr_FR"},
-      {nullptr, "C.UTF-8", "fr", "", "en"},        {"POSIX", "de", "fr", "", "en"},
-      {nullptr, nullptr, nullptr, "", "en"},       {"de", "de", "de", "ja.x", "ja.x"}};
-  for (const auto& [all, messages, lang, given, native] : cases) {
-    const ScopedEnv first("LC_ALL", all), second("LC_MESSAGES", messages), third("LANG", lang);
-    EXPECT_EQ(SetUpProvider(identityOf("one", given)).catalogManager()->getNativeLanguage(),
-              native);
-  }
+  one->delLastError(nullptr);
+  EXPECT_EQ(lastErrorIn(*one, "de"), "(null)");
 }
 
 TEST_F(ProviderSetup, FeedsTheErrorManagerUntilTheLastSetUpEnds) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cfipluginbase.h"
+#include "cfiprivatedata.h"
 #include "cfitracelog.h"
 #include "support/temp_dir.h"
 
@@ -15,12 +16,26 @@ namespace orca_tests {
 
 using Texts = std::vector<std::string>;
 
-// Collects what an error manager receives: traced lines as "LEVEL text", and ids of messages.
+// Adds descriptions whose defaults are their names; answers the document of descriptions.
+inline std::string describe(orca_pdk::CFiConfigParamInfoList& list, const Texts& names) {
+  for (const std::string& name : names) {
+    list.params[name].key = list.params[name].defaultValue = name;
+  }
+  list.updateXML();
+  return list.getXML().c_str();
+}
+
+// The value document with these names, each its own value.
+inline std::string values(const Texts& names) {
+  orca_pdk::CFiConfigParamInfoList list;
+  describe(list, names);
+  return list.getDefaultDataList().getXML().c_str();
+}
+
+// Collects the traced lines that an error manager receives, as "LEVEL text".
 class Recorder : public orca_pdk::CFiErrorHandlerBase {
  public:
-  void handleMessage(orca_pdk::CFiMessagePtr message) override {
-    messages.push_back(message->getMessageId());
-  }
+  void handleMessage(orca_pdk::CFiMessagePtr) override {}
   void handleText(char* text, pyx_eseverity severity) override {
     static constexpr const char* kLevels[] = {"?", "3 ", "2 ", "1 ", "6 "};
     std::string line = text;
@@ -38,17 +53,33 @@ class Recorder : public orca_pdk::CFiErrorHandlerBase {
   }
 
   Texts lines;
-  Texts messages;
 };
 
-// A trace log of its own, whose lines reach a recorder.
-class TracedTest : public ::testing::Test {
+// Has the descriptions of the base until it is given a list of its own.
+class TestProvider : public orca_pdk::CFiPluginBase {
+ public:
+  using CFiPluginBase::firstConfigInfoList;
+  using CFiPluginBase::secondConfigInfoList;
+  orca_pdk::CFiConfigParamInfoList* globalConfigInfoList(int index, bool primary) override {
+    return list != nullptr ? list : CFiPluginBase::globalConfigInfoList(index, primary);
+  }
+  orca_pdk::CFiConfigParamInfoList* list = nullptr;
+};
+
+// A provider with a trace log, whose lines reach a recorder, and a private data map; and a node
+// named "node" that it does not know.
+template <typename Provider>
+class ProviderTestOf : public ::testing::Test {
  protected:
-  TracedTest() {
+  ProviderTestOf() {
     std::filesystem::create_directories(m_root.path() / "lib/orca/configfiles");
     m_errors->registerHandler(&m_recorder);
     m_log->registerErrorManager(m_errors.get());
     m_log->initialize("unit", m_root.str().c_str(), "unit.log", 6, false);
+    m_provider.registerTraceLog(m_log);
+    m_provider.registerErrorManager(m_errors);
+    m_provider.registerPrivateDataManager(m_nodes);
+    m_node.objid = &m_id;
   }
 
   TempDir m_root;
@@ -56,25 +87,6 @@ class TracedTest : public ::testing::Test {
   Recorder m_recorder;
   orca_pdk::CFiErrorManagerPtr m_errors{new orca_pdk::CFiErrorManager};
   orca_pdk::CFiTraceLogPtr m_log{new orca_pdk::CFiTraceLog};
-};
-
-class TestProvider : public orca_pdk::CFiPluginBase {
- public:
-  using CFiPluginBase::firstConfigInfoList;
-  using CFiPluginBase::secondConfigInfoList;
-};
-
-// A provider that traces and has a private data map, and a node named "node" that it does not know.
-template <typename Provider>
-class ProviderTestOf : public TracedTest {
- protected:
-  ProviderTestOf() {
-    m_provider.registerTraceLog(m_log);
-    m_provider.registerErrorManager(m_errors);
-    m_provider.registerPrivateDataManager(m_nodes);
-    m_node.objid = &m_id;
-  }
-
   Provider m_provider;
   orca_pdk::CFiPrivateDataManagerPtr m_nodes{new orca_pdk::CFiPrivateDataMap};
   char m_name[5] = "node";

@@ -29,23 +29,18 @@ TEST_F(Host, InterposesNodesAndClaimsWhatStandsInFront) {
 }
 
 TEST_F(Host, ImportsAndDeportsResources) {
-  const struct {
-    Words words;
-    int status;
-    std::string text;
-  } cases[] = {
+  const std::tuple<Words, int, std::string> cases[] = {
       {{"import", "UDID##a##b##c", "--host", "h1"}, 0, "imported UDID##a##b##c"},
       {{"deport", "UDID##a##b##c", "--host", "h1"}, 0, "deported UDID##a##b##c"},
       {{"import", "UDID##a##b##c"}, 1, "operation importResource, node UDID##a##b##c: 6"},
       {{"import", "UDID##a##b##c", "--host", "h1", "--flags", "0x4"}, 1, "not supported"},
       {{"import", "disk"}, 1, "importResource, node disk: raised orca_pdk_4_4::CFiUdidException"},
   };
-  for (const auto& c : cases) {
-    Words words = c.words;
+  for (auto [words, status, text] : cases) {
     words.insert(words.begin() + 1, {"--plugin", kInterposer});
     const CommandResult result = run(words);
-    EXPECT_EQ(result.status, c.status) << Json(words).dump();
-    EXPECT_THAT(result.out + result.err, HasSubstr(c.text));
+    EXPECT_EQ(result.status, status) << Json(words).dump();
+    EXPECT_THAT(result.out + result.err, HasSubstr(text));
   }
 }
 

@@ -97,30 +97,25 @@ TEST_F(LifeCycle, EndsWhatWasBegunAfterAFailureInAnyStep) {
 }
 
 TEST_F(LifeCycle, FailureLineSaysWhoWhatWhereWhyAndWhatChanged) {
-  runJson(withPlugin("snapshot", {"/data/a"}), 0);
-  const struct {
-    const char* operation;
-    Words words;
-    std::string changed;
-  } cases[] = {
-      {"prepare", withPlugin("snapshot", {"/data/a"}), "nothing was changed"},
-      {"make", withPlugin("snapshot", {"/data/a"}), "no snapshot was handed out"},
+  const Words snapshot = withPlugin("snapshot", {"/data/a"});
+  runJson(snapshot, 0);
+  const std::tuple<const char*, Words, std::string> cases[] = {
+      {"prepare", snapshot, "nothing was changed"},
+      {"make", snapshot, "no snapshot was handed out"},
       {"restore",
        {"restore", "snap:/data/a"},
        "whether the node's content has changed is not known to the host"},
       {"dispose", {"dispose", "snap:/data/a"}, "the snapshot stays in the list"},
   };
-  for (const auto& c : cases) {
-    const std::string where =
-        std::string("fihost: provider tester, operation ") + c.operation + ", node /data/a: ";
-    {
-      const ScopedEnv env("TEST_FAIL", c.operation);
-      EXPECT_EQ(run(c.words).err, where + "26 (file cannot be opened); last error: <MSG_BROKEN>; " +
-                                      c.changed + "\n");
+  for (const auto& [operation, words, changed] : cases) {
+    const std::pair<const char*, std::string> reasons[] = {
+        {"TEST_FAIL", "26 (file cannot be opened); last error: <MSG_BROKEN>; "},
+        {"TEST_THROW", std::string("raised std::runtime_error: thrown in ") + operation + "; "}};
+    for (const auto& [variable, reason] : reasons) {
+      const ScopedEnv env(variable, operation);
+      EXPECT_EQ(run(words).err, std::string("fihost: provider tester, operation ") + operation +
+                                    ", node /data/a: " + reason + changed + "\n");
     }
-    const ScopedEnv env("TEST_THROW", c.operation);
-    EXPECT_EQ(run(c.words).err, where + "raised std::runtime_error: thrown in " + c.operation +
-                                    "; " + c.changed + "\n");
   }
   EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 1u);
 }

@@ -32,7 +32,7 @@ inline std::string inProcess(const std::function<std::string()>& function) {
 }
 
 // Runs commands. No descriptor and no child may be left at the end of a test.
-class ExecTest : public TracedTest {
+class ExecTest : public ProviderTest {
  protected:
   using Pipe = orca_pdk::CFiExecPipePosix;
 

@@ -6,7 +6,6 @@
 
 #include "cfilasterror.h"
 #include "cfirefcount.h"
-#include "cfitracelog.h"
 
 namespace {
 
@@ -21,8 +20,6 @@ struct Object : virtual CFiRefCount {
     ++g_destroyed;
   }
 };
-struct Other : virtual CFiRefCount {};
-struct Both : Object, Other {};
 
 template <typename Pointer>
 struct Release : testing::Test {
@@ -55,13 +52,6 @@ TYPED_TEST(Release, OfTheOldObjectComesWithAssignmentButNotOfTheSameObject) {
   EXPECT_EQ(g_destroyed, 2);
 }
 
-TEST(Count, IsOneForAnObjectThatReachesItsBaseOnTwoPaths) {
-  auto* object = new Both;
-  const CFiSmartPtr<Object> one(object);
-  const CFiSmartPtr<Other> two(object);
-  EXPECT_EQ(object->getCount(), 2);
-}
-
 TEST(SingletonPolicy, KeepsOneInstanceUntilItsLastHolderLetsGo) {
   Shared holder(Singleton::allocate());
   Shared(new Object).release();
@@ -74,16 +64,6 @@ TEST(SingletonPolicy, KeepsOneInstanceUntilItsLastHolderLetsGo) {
 struct Failing : CFiLastError {
   using CFiLastError::setLastError;
 };
-
-TEST(Traceable, HoldsTheRegisteredLogAndLetsItGoAtItsEnd) {
-  const CFiTraceLogPtr log(new CFiTraceLog);
-  {
-    CFiTraceable object;
-    for (int i = 0; i < 2; ++i) object.registerTraceLog(log);
-    EXPECT_EQ(log->getCount(), 2);
-  }
-  EXPECT_EQ(log->getCount(), 1);
-}
 
 TEST(LastError, KeepsCopiesUntilTheNextFailure) {
   Failing object;

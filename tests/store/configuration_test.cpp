@@ -30,10 +30,8 @@ TEST_F(Store, AnswersMalformedFilesWithTheImportersCodeAndKeepsWhatStoodBefore) 
   const std::tuple<std::string, int, std::string> cases[] = {
       {good + "[B\n\"k\"=\"w\"\n", -3, "v"},
       {"\"k\"=\"w\"\n" + good, -4, ""},
-      {"[]\n\"k\"=\"w\"\n", -4, ""},
       {good + std::string(9000, ' ') + '\0', -4, ""},
       {good + "k=v\n\"k\n=\"w\"\n\"n\"=dword:\n]\n\n", 0, "v"},
-      {"[G]\r\n\"k\"=\"v\"\r\n", 0, "v"},
       {"; c\n[G]\n\"k\"=\"w \"x\" y\"\n", 0, "w \"x\" y"},
       {"[G]\n\"k\"=\"v\"", 0, ""}};
   for (const auto& [content, code, kept] : cases) {
@@ -61,25 +59,21 @@ TEST_F(Store, SaysWhyAFileIsNotImported) {
             "cficonfiguration:importConfig:Import of configuration file failed.-1");
 }
 
-TEST_F(Store, ImportsAtConstructionOnlyWhenAskedAndMakesANamedFile) {
+TEST_F(Store, ImportsAtConstructionOnlyWhenAsked) {
   import(config, "[A]\n\"k\"=\"v\"\n");
   EXPECT_EQ(CFiConfiguration(dir.c_str(), "a.conf", false).exportConfig(), 0);
   EXPECT_EQ(readFile(temp.file("a.conf")), "") << "nothing was read";
-  const ScopedEnv root("ORCA_INSTALL_ROOT", temp.str().c_str());
-  std::filesystem::create_directories(temp.file("lib/orca"));
-  EXPECT_EQ(CFiConfiguration(tstr("new")).lastError().code, -1);
-  EXPECT_TRUE(std::filesystem::is_regular_file(temp.file("lib/orca/configfiles/new.conf")));
 }
 
 TEST_F(Store, AddressesTheSectionThatWasOpenedLastAndKeepsTheOnesThatReadersMissed) {
   EXPECT_EQ(import(config, "[A]\n\"n\"=dword:000001bb\n"), 0);
   EXPECT_EQ(config.setStringValue("k", "v"), -1) << "no section yet";
-  EXPECT_EQ(config.openSection("A", key, 1) + config.openSection(key, "B", other, 1), 0);
+  ASSERT_EQ(config.openSection("A", key, 1), 0);
+  ASSERT_EQ(config.openSection(key, "B", other, 1), 0);
   EXPECT_EQ(config.setIntegerValue("n", 0xFFFFFFFF), 0);
   EXPECT_EQ(config.openSection("C", key, 0), -1);
   EXPECT_EQ(config.getIntegerValue("n", number), 0) << "a failed open moves nothing";
-  EXPECT_EQ(config.getIntegerValue("A", "n", number), 0);
-  EXPECT_EQ(number, 443U);
+  EXPECT_TRUE(config.getIntegerValue("A", "n", number) == 0 && number == 443);
   EXPECT_EQ(config.enumerateSections(), std::vector<tstr>{"B"}) << "the reader stays at A";
   EXPECT_EQ(config.getIntegerValue("S\\T", "n", number), -1);
   EXPECT_EQ(config.exportConfig(), 0);
@@ -90,14 +84,12 @@ TEST_F(Store, AddressesTheSectionThatWasOpenedLastAndKeepsTheOnesThatReadersMiss
 
 TEST_F(Store, RefusesWhatWouldNotReadBackAndReadsBackTheRest) {
   const char* const null = nullptr;
-  for (const char* name : {null, "", "\\a", "a\\", "a\\\\b", "a\\/", "[a", "a]", "a\nb"}) {
-    EXPECT_EQ(config.openSection(name, key, 1), -1) << (name != nullptr ? name : "null");
+  for (const char* name : {"", "\\a", "a\\", "a\\\\b", "[a", "a]", "a\nb", null}) {
+    EXPECT_EQ(config.openSection(name, key, 1), -1) << testing::PrintToString(name);
   }
-  ASSERT_EQ(import(config, "[A]\n"), 0);
-  ASSERT_EQ(config.openSection("A", key, 0), 0);
-  for (const char* name : {null, "a\\b", "a[", "a\"b", "a\nb"}) {
+  ASSERT_TRUE(import(config, "[A]\n") == 0 && config.openSection("A", key, 0) == 0);
+  for (const char* name : {"a\\b", "a[", "a\"b", "a\nb", null}) {
     EXPECT_EQ(config.setStringValue(name, "v") + config.setIntegerValue(name, 1), -2);
-    EXPECT_EQ(config.getStringValue(name, value), -1);
   }
   EXPECT_EQ(config.setStringValue("k", "v\n[Injected]"), -1);
   for (const char* item : {"", " a ", "\"", "x=\"y\"", "\t;#", "]a[2", "dword:1f", "C:\\x"}) {

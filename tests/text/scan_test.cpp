@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
@@ -8,7 +7,6 @@
 #include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 
 #include "V_sscanf.h"
 #include "V_strtoimax.h"
@@ -31,21 +29,16 @@ std::string scanned(const char* text, const std::string& conversion) {
 
 TEST(Scan, ConvertsNumbersByTheRulesOfTheirConversion) {
   const char* integers[][3] = {
-      {" 42x", "lld", "42@3"},    {"+0012", "lld", "12@5"},  {"0x1fg", "lli", "31@4"},
-      {"017", "lli", "15@3"},     {"0", "lli", "0@1"},       {"0xz", "lli", "0@1"},
-      {"08", "lli", "0@1"},       {"-0x10", "lli", "-16@5"}, {"ff", "llx", "255@2"},
-      {"0XFF", "llX", "255@4"},   {"778", "llo", "63@2"},    {"-1", "llu", "-1@2"},
-      {"12345", "3lld", "123@3"}, {"0x12", "2lli", "0@1"},   {"-12", "2lld", "-1@2"},
-      {"-9", "D", "-9@2"},        {"17", "O", "15@2"},       {"0xabc", "p", "2748@5"},
-      {"12", "qd", "12@2"},       {"12", "jd", "12@2"},      {"12", "td", "12@2"},
-      {"12", "zu", "12@2"},       {"x", "lld", "0"},         {"-", "lld", "0"},
-      {"-x", "lli", "0"},         {"8", "llo", "0"}};
+      {"+0012x", "td", "12@5"},   {"-0x1fg", "lli", "-31@5"}, {"017", "lli", "15@3"},
+      {"0xz", "lli", "0@1"},      {"08", "lli", "0@1"},       {"ff", "llx", "255@2"},
+      {"0XFF", "llX", "255@4"},   {"778", "llo", "63@2"},     {"-1", "zu", "-1@2"},
+      {"12345", "3lld", "123@3"}, {"0x12", "2lli", "0@1"},    {"-9", "D", "-9@2"},
+      {"17", "O", "15@2"},        {"0xabc", "p", "2748@5"},   {"-", "qd", "0"}};
   for (const auto& [text, conversion, expected] : integers) {
     EXPECT_EQ(scanned<int64_t>(text, conversion), expected) << text << " by " << conversion;
   }
   const char* reals[][2] = {{"3.25", "3.25@4"}, {" -.5e1z", "-5@6"}, {"7.", "7@2"},
-                            {"1E3", "1000@3"},  {"1e+x", "1@1"},     {"2ez", "2@1"},
-                            {".", "0"},         {"-.e5", "0"},       {"x", "0"}};
+                            {"1E3", "1000@3"},  {"1e+x", "1@1"},     {"-.e5", "0"}};
   for (const auto& [text, expected] : reals) EXPECT_EQ(scanned<double>(text, "lf"), expected);
   EXPECT_EQ(scanned<float>("1.5", "e") + scanned<long double>("2.5", "LG"), "1.5@32.5@3");
   EXPECT_EQ(scanned<int64_t>("-99999999999999999999", "jd"), "-9223372036854775808@21");
@@ -56,9 +49,8 @@ TEST(Scan, StoresAsManyBytesAsPrefixAndSizeBothAllow) {
   const struct {
     const char* format;
     unsigned size, stored;
-  } cases[] = {{"%hhx", 8, 1}, {"%hx", 8, 2}, {"%x", 8, 4}, {"%lx", 8, 8},
-               {"%lx", 4, 4},  {"%x", 2, 2},  {"%x", 0, 0}, {"%Lx", 8, 8},
-               {"%p", 4, 4},   {"%lf", 8, 8}, {"%lf", 4, 4}};
+  } cases[] = {{"%hhx", 8, 1}, {"%hx", 8, 2}, {"%x", 8, 4},  {"%lx", 8, 8},
+               {"%lx", 4, 4},  {"%x", 0, 0},  {"%lf", 8, 8}, {"%lf", 4, 4}};
   for (const auto& c : cases) {
     unsigned char bytes[8];
     memset(bytes, 0xEE, sizeof(bytes));
@@ -72,17 +64,14 @@ TEST(Scan, StoresWhatFitsOfARunButOneCharacterOnlyAndConsumesAllOfIt) {
     const char *text, *format;
     unsigned size;
     std::string outcome;  // what is stored and the next word, or the result
-  } cases[] = {{"abcd z", "%s", 3, "ab|z"},     {"abcd z", "%s", 5, "abcd|z"},
+  } cases[] = {{"abcd z", "%s", 4, "abc|z"},    {"abcd z", "%s", 5, "abcd|z"},
                {"abcd z", "%s", 1, "|z"},       {"abcd z", "%s", 0, "####|z"},
-               {"abcd", "%2s", 9, "ab|cd"},     {"abcd", "%3s", 3, "ab|d"},
-               {"abcd", "%[a-c]", 3, "ab|d"},   {"abcd", "%3c", 0, "a###|bcd"},
-               {"abcd", "%*2c%c", 1, "c###|d"}, {" bcd", "%*c%c", 1, "b###|cd"},
-               {"a b c", "%*s%s", 9, "b|c"},    {"cabx", "%[abc]", 9, "cab|x"},
+               {"abcd", "%3s", 3, "ab|d"},      {"abcd", "%[a-c]", 3, "ab|d"},
+               {"abcd", "%3c", 0, "a###|bcd"},  {"abcd", "%*2c%c", 1, "c###|d"},
                {" a b,", "%[^,]", 9, " a b|,"}, {"x]y", "%[]x]", 9, "x]|y"},
                {"ab]c", "%[^]x]", 9, "ab|]c"},  {"a-b", "%[a-]", 9, "a-|b"},
-               {"-ab", "%[-a]", 9, "-a|b"},     {"ca-b", "%[c-a]", 9, "ca-|b"},
-               {"dbf", "%[a-c-e]", 9, "db|f"},  {"\xA9z", "%[~-\xB9]", 9, "\xA9|z"},
-               {"xyz", "%[abc]", 9, "0"}};
+               {"ca-b", "%[c-a]", 9, "ca-|b"},  {"dbf", "%[a-c-e]", 9, "db|f"},
+               {"xyz", "%[abc]", 9, "0"},       {"\xA9z", "%[~-\xB9]", 9, "\xA9|z"}};
   for (const auto& c : cases) {
     char word[9] = "####", rest[9] = "";
     const std::string format = std::string(c.format) + "%s";
@@ -93,93 +82,68 @@ TEST(Scan, StoresWhatFitsOfARunButOneCharacterOnlyAndConsumesAllOfIt) {
 }
 
 TEST(Scan, MatchesLiteralsWhiteSpaceAndPercentSignsAndPassesOverNullTargets) {
-  char id[1024];
-  int severity = 0;
-  EXPECT_EQ(V_sscanf("<MSG  ID=V-5-1 SEV=\t3>", "<MSG ID=%s SEV=%d>", id, 1024, &severity, 4), 2);
-  EXPECT_STREQ(id, "V-5-1");
-  EXPECT_EQ(severity, 3);
-  EXPECT_EQ(V_sscanf("50%9", "%d%%%d", nullptr, 4, &severity, 4), 2);
-  EXPECT_EQ(severity, 9);
-  EXPECT_EQ(V_sscanf("a b 4", "%s %c %d", nullptr, 9, nullptr, 1, &severity, 4), 3);
-  EXPECT_EQ(severity, 4);
+  int number = 0;
+  EXPECT_EQ(V_sscanf("<ID=a\t %b 4>", "<ID=%[a] %%%c%d", nullptr, 9, nullptr, 1, &number, 4), 3);
+  EXPECT_EQ(number, 4);
 }
 
 TEST(Scan, ReturnsMinusOneOnlyWhenTheTextEndsBeforeAnyConversion) {
   const struct {
     const char *text, *format;
     int result;
-  } cases[] = {{"", "%d", -1},      {" \t", "%s", -1}, {"", "a", -1},     {"", "", 0},
-               {"x", "y", 0},       {"5", "%d%d", 1},  {"5", "%*d%d", 0}, {"5", "%d%", -1},
-               {"5", "%5l", -1},    {"5", "%y", 0},    {"5x", "%d%%", 1}, {"", "%n", 0},
-               {nullptr, "%d", -1}, {"1", nullptr, -1}};
+  } cases[] = {{" \t", "%s", -1}, {"", "a", -1},     {"", "", 0},        {"x", "y", 0},
+               {"5", "%d%d", 1},  {"5", "%*d%d", 0}, {"", "%n", 0},      {"5", "%d%", -1},
+               {"5", "%y", 0},    {"5x", "%d%%", 1}, {"1", nullptr, -1}, {nullptr, "%d", -1}};
   for (const auto& c : cases) {
     int first = 0, second = 0;
     EXPECT_EQ(V_sscanf(c.text, c.format, &first, 4, &second, 4), c.result) << c.format;
   }
 }
 
-struct FileScan : testing::Test {
-  struct Close {
-    void operator()(FILE* file) const { fclose(file); }
-  };
-  // A file with this content, looked at by the view.
-  void open(const char* content) {
-    m_file.reset(tmpfile());
-    fputs(content, m_file.get());
-    rewind(m_file.get());
-    m_stream = {nullptr, 0, 0, m_file.get(), __Vrefill};
-  }
-  int scan(const char* format, ...) {
-    va_list args;
-    va_start(args, format);
-    const int assigned = V_vfscanf(&m_stream, format, args);
-    va_end(args);
-    return assigned;
-  }
-  std::string rest() {
-    char text[16] = "";
-    return fgets(text, 16, m_file.get()) == nullptr ? "" : text;
-  }
+// A file with this content.
+std::unique_ptr<FILE, int (*)(FILE*)> fileOf(const char* content) {
+  std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
+  fputs(content, file.get());
+  rewind(file.get());
+  return file;
+}
 
-  std::unique_ptr<FILE, Close> m_file;
-  V_stream m_stream = {};
-};
+int scan(V_stream* stream, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const int assigned = V_vfscanf(stream, format, args);
+  va_end(args);
+  return assigned;
+}
 
-TEST_F(FileScan, LeavesTheFileBehindTheLastCharacterConsumedAndGoesOnThere) {
+TEST(FileScan, LeavesTheFileBehindTheLastCharacterConsumed) {
   const struct {
     const char *content, *format;
     int result;
     const char* rest;
-  } cases[] = {{"12 34", "%d", 1, " 34"}, {"12 34", "%d ", 1, "34"}, {"0xz", "%i", 1, "xz"},
-               {"0x", "%i", 1, "x"},      {"1e+z", "%f", 1, "e+z"},  {"1e+", "%f", 1, "e+"},
-               {"-.z", "%f", 0, "-.z"},   {"abc", "abd", 0, "c"},    {"x", "%d", 0, "x"},
+  } cases[] = {{"12 34", "%d ", 1, "34"}, {"0xz", "%i", 1, "xz"},  {"1e+z", "%f", 1, "e+z"},
+               {"1e+", "%f", 1, "e+"},    {"-.z", "%f", 0, "-.z"}, {"abc", "abd", 0, "c"},
                {"", "%d", -1, ""}};
   for (const auto& c : cases) {
-    open(c.content);
-    char target[16];
-    EXPECT_EQ(scan(c.format, target, 16), c.result) << c.content;
-    EXPECT_EQ(rest(), c.rest) << c.content << " by " << c.format;
+    const auto file = fileOf(c.content);
+    V_stream stream = {nullptr, 0, 0, file.get(), __Vrefill};
+    char target[16], rest[16] = "";
+    EXPECT_EQ(scan(&stream, c.format, target, 16), c.result) << c.content;
+    EXPECT_EQ(fgets(rest, 16, file.get()) != nullptr, *c.rest != '\0');
+    EXPECT_STREQ(rest, c.rest) << c.content << " by " << c.format;
   }
-  open("1 x2 0x");
-  int number = 0;
-  EXPECT_EQ(scan("%d ", &number, 4), 1);
-  EXPECT_EQ(getc(m_file.get()), 'x');
-  EXPECT_EQ(scan("%d%i", &number, 4, nullptr, 4), 2);
-  EXPECT_EQ(number, 2);
-  EXPECT_EQ(scan("%s", nullptr, 4), 1) << "a character handed back at the end can be read again";
-  EXPECT_EQ(scan("%d", &number, 4), -1);
 }
 
-TEST_F(FileScan, RefillShowsTheNextCharacterFlushesOutputAndStopsAtTheMarkOfTheEnd) {
-  open("ab");
-  const std::unique_ptr<FILE, Close> output(tmpfile());
-  fputs("out", output.get());
-  EXPECT_EQ(__Vrefill(&m_stream), 0);
-  EXPECT_EQ(lseek(fileno(output.get()), 0, SEEK_CUR), 3);
-  EXPECT_EQ(std::string(m_stream.p, m_stream.p + m_stream.r), "a");
-  m_stream.eof = 1;
-  EXPECT_EQ(__Vrefill(&m_stream), -1);
-  EXPECT_EQ(rest(), "ab");
+TEST(FileScan, GoesOnWhereTheFileStands) {
+  const auto file = fileOf("1 x2 0x");
+  V_stream stream = {nullptr, 0, 0, file.get(), __Vrefill};
+  int number = 0;
+  EXPECT_EQ(scan(&stream, "%d ", &number, 4), 1);
+  EXPECT_EQ(getc(file.get()), 'x');
+  EXPECT_EQ(scan(&stream, "%d%i", &number, 4, nullptr, 4), 2);
+  EXPECT_EQ(number, 2);
+  EXPECT_EQ(scan(&stream, "%s", nullptr, 4), 1) << "handed back at the end";
+  EXPECT_EQ(scan(&stream, "%d", &number, 4), -1);
 }
 
 TEST(IntegerTexts, EndBehindTheLastDigitAndReportABadBaseAndARangeLeft) {
@@ -188,10 +152,9 @@ TEST(IntegerTexts, EndBehindTheLastDigitAndReportABadBaseAndARangeLeft) {
   EXPECT_STREQ(end, "!");
   errno = 0;
   EXPECT_EQ(__Vstrtoimax("-9223372036854775808", nullptr, 10), INTMAX_MIN);
-  EXPECT_EQ(__Vstrtoumax("-2", nullptr, 10), UINTMAX_MAX - 1);
-  EXPECT_EQ(std::exchange(errno, 0), 0);
+  EXPECT_EQ(errno, 0);
   EXPECT_EQ(__Vstrtoimax("9223372036854775808", nullptr, 10), INTMAX_MAX);
-  EXPECT_EQ(std::exchange(errno, 0), ERANGE);
+  EXPECT_EQ(errno, ERANGE);
   EXPECT_EQ(__Vstrtoimax("12", nullptr, 37), 0);
   EXPECT_EQ(errno, EINVAL);
 }

@@ -7,8 +7,6 @@
 #include <climits>
 #include <cstdlib>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -19,10 +17,9 @@ using Tool = orca_pdk_4_4::CFiStringTool;
 TEST(StringTool, ConvertsBetweenAllKindsWithEmbeddedZerosWhateverTheLocale) {
   const std::string bytes("a\0\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", 11);
   const std::wstring wide(L"a\0\u00E9\u20AC\U0001F600", 5);
-  const tstr mixed(bytes.data(), bytes.size());
+  const tstr mixed = Tool::str2tstr(bytes);
   const icu::UnicodeString unicode(u"a\0\u00E9\u20AC\U0001F600", 6);
   EXPECT_EQ(Tool::tstr2str(mixed), bytes);
-  EXPECT_EQ(Tool::str2tstr(bytes), mixed);
   EXPECT_EQ(Tool::mbs2wcs(bytes), wide);
   EXPECT_EQ(Tool::tstr2wstr(mixed), wide);
   EXPECT_EQ(Tool::wstr2tstr(wide), mixed);
@@ -51,40 +48,30 @@ TEST(StringTool, MakesCopiesThatFreeReleasesAndListsThatAreNulledOnceFreed) {
 }
 
 TEST(StringTool, WritesNumbersAndReadsThemByTheRulesOfTheCLibrary) {
-  EXPECT_EQ(Tool::int2str(INT_MIN), "-2147483648");
   EXPECT_EQ(Tool::int2str(LONG_MIN), "-9223372036854775808");
-  EXPECT_EQ(Tool::uint2str(UINT_MAX), "4294967295");
   EXPECT_EQ(Tool::uint2wstr(ULONG_MAX), L"18446744073709551615");
-  EXPECT_EQ(Tool::int2wstr(-7), L"-7");
   EXPECT_EQ(Tool::double2str(1e20), "1e+20");
   EXPECT_EQ(Tool::float2str(-FLT_MAX), "-340282346638528859811704183484516925440.000000");
-  EXPECT_EQ(Tool::bool2str(true) + Tool::bool2str(false), "truefalse");
   int number = 0;
   unsigned long big = 0;
   Tool::str2int(" \t-012x", number);
   Tool::str2uint64("18446744073709551615", big);
-  EXPECT_TRUE(number == -12 && big == ULONG_MAX);
-  EXPECT_EQ(Tool::str2uint("-1"), UINT_MAX);
-  EXPECT_EQ(Tool::str2double(" 1.5e3kg"), 1500.0);
+  EXPECT_TRUE(number == -12 && big == ULONG_MAX && Tool::str2uint("-1") == UINT_MAX);
 }
 
 TEST(StringTool, TrimsTheCharactersOfTheSet) {
   EXPECT_EQ(Tool::ltrim(" \tab \n", " \n\t\r"), "ab \n");
   EXPECT_EQ(Tool::rtrim(" \tab \n", " \n\t\r"), " \tab");
-  EXPECT_EQ(Tool::trim("xxaxbxx", "x"), "axb");
   EXPECT_EQ(Tool::trim("   ", " ") + Tool::trim(" a ", nullptr), " a ");
 }
 
-TEST(StringTool, ChangesAndIgnoresLetterCase) {
-  EXPECT_EQ(Tool::tostrlower("aB1\xC3"), "ab1\xC3");
-  EXPECT_EQ(Tool::tostrupper("aB1["), "AB1[");
+TEST(StringTool, ChangesAndIgnoresLetterCaseOfAsciiOnly) {
+  EXPECT_EQ(Tool::tostrlower("aB[\xC3") + Tool::tostrupper("aB{"), "ab[\xC3\x41\x42{");
   EXPECT_TRUE(Tool::CompareNoCase("enC-1\xC3", "ENc-1\xC3"));
   EXPECT_FALSE(Tool::CompareNoCase("abc", "abcd") || Tool::CompareNoCase("[", "{"));
-  EXPECT_TRUE(Tool::CompareNoCase(std::wstring(L"aB"), std::wstring(L"Ab")));
 }
 
-TEST(StringTool, TellsDigitsAndAddresses) {
-  EXPECT_TRUE(Tool::isDigit("") && Tool::isDigit("0189") && !Tool::isDigit("1-"));
+TEST(StringTool, TakesFourRunsOfDigitsForAnAddress) {
   EXPECT_TRUE(Tool::isIpAddress(".1..2.3.999."));
   for (const char* bad : {"1.2.3", "1.2.3.4.5", "1.2.3.a"}) EXPECT_FALSE(Tool::isIpAddress(bad));
 }
@@ -100,51 +87,34 @@ TEST(StringTool, FindsTheFirstElementThatHoldsTheText) {
 
 TEST(StringTool, ReplacesInOnePassAndSplitsAtRunsOfDelimitersUpToTheFirstZero) {
   EXPECT_EQ(Tool::searchreplace("aaaa-a", "aa", "a"), "aa-a");
-  EXPECT_EQ(Tool::searchreplace("", "b", "x") + Tool::searchreplace("a.c", ".", ".."), "a..c");
+  EXPECT_EQ(Tool::searchreplace("a.c", ".", ".."), "a..c");
   EXPECT_THAT(Tool::tokenize(std::string(",;a,,b;\0c", 9), ",;"), ElementsAre("a", "b"));
 }
 
 TEST(StringTool, EscapesAndRestoresXmlText) {
-  const char* const cases[][2] = {
-      {"a&lt;b", "a&amp;lt;b"},
-      {"<a b=\"c\">'&'</a>", "&lt;a b=&quot;c&quot;&gt;&#39;&amp;&#39;&lt;/a&gt;"},
-      {"&amp;#39;", "&amp;amp;#39;"}};
-  for (const auto& [plain, escaped] : cases) {
-    EXPECT_EQ(Tool::convertToXmlSpecialCharacters(plain), escaped);
-    EXPECT_EQ(Tool::convertFromXmlSpecialCharacters(escaped), plain);
-  }
   for (std::size_t before = 0; before < 40; ++before) {
     const std::string lead(before, 'x'), tail(before % 20, 'y');
-    const std::string plain = lead + "&\"" + tail, escaped = lead + "&amp;&quot;" + tail;
+    const std::string plain = lead + "<\"'&lt;>" + tail;
+    const std::string escaped = lead + "&lt;&quot;&#39;&amp;lt;&gt;" + tail;
     EXPECT_EQ(Tool::convertToXmlSpecialCharacters(plain), escaped);
     EXPECT_EQ(Tool::convertFromXmlSpecialCharacters(escaped), plain);
   }
   EXPECT_EQ(Tool::convertFromXmlSpecialCharacters("&apos;&&LT;&amp"), "&apos;&&LT;&amp");
-  EXPECT_EQ(Tool::xmlBracket("a", true, true), "<a>\n");
   EXPECT_EQ(Tool::xmlBracketValue("name", "<1>"), "\t<name>&lt;1&gt;</name>\n");
 }
 
 TEST(Hex, ReadsPiecesOfTwoCharactersByTheRulesOfStrtol) {
-  using Bytes = std::vector<unsigned char>;
-  const std::pair<std::string, Bytes> cases[] = {{"7F80fF", {0x7F, 0x80, 0xFF}},
-                                                 {"12345", {0x12, 0x34}},
-                                                 {"1g -1", {0x01, 0x00}},
-                                                 {" a-1", {0x0A, 0xFF}}};
-  for (const auto& [text, wanted] : cases) {
-    Bytes narrow(8), wide(8);
-    int count = -1;
-    Tool::str2binary(narrow.data(), &count, text);
-    narrow.resize(std::exchange(count, -1));
-    Tool::wstr2binary(wide.data(), &count, std::wstring(text.begin(), text.end()), true);
-    wide.resize(count);
-    EXPECT_TRUE(narrow == wanted && wide == wanted) << text;
-  }
+  unsigned char bytes[8];
+  int count = -1;
+  Tool::str2binary(bytes, &count, "7F80fF1");
+  EXPECT_EQ(std::string(bytes, bytes + count), "\x7F\x80\xFF");
+  Tool::wstr2binary(bytes, &count, L"1g a-1", true);
+  EXPECT_EQ(std::string(bytes, bytes + count), "\x01\x0A\xFF");
 }
 
 TEST(Hex, HasTwoLowerCaseDigitsAByteExceptForSignedCharactersInUniqueIdsOfText) {
   const unsigned char bytes[] = {0x00, 0x7F, 0x80, 0xFF};
   EXPECT_EQ(Tool::binary2str(bytes, 4), "007f80ff");
-  EXPECT_EQ(Tool::binary2wstr(bytes, 4), L"007f80ff");
   EXPECT_EQ(Tool::binary2uid(0xAB, bytes, 4), "00ab007f80ff");
   EXPECT_EQ(Tool::wstr2uid(1, L"A\u00E9"), "000141c3a9");
   EXPECT_EQ(Tool::str2uid(0x12345, "A\xC3"), "1234541ffffffc3");

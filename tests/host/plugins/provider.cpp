@@ -104,13 +104,6 @@ class TestProvider : public CFiPluginBase {
                       std::string("snap:") + domain->name == second->name;
     return fits ? step("dispose") : FI_INVALID;
   }
-  int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char* session, long flags,
-                long* statuses) override {
-    const int result = step("getStatus");
-    return result == 0
-               ? CFiPluginBase::getStatus(sources, snapshots, count, session, flags, statuses)
-               : result;
-  }
 
  private:
   int step(const std::string& operation) {
