@@ -31,6 +31,11 @@ inline std::string inProcess(const std::function<std::string()>& function) {
   return answer;
 }
 
+// Valgrind knows no pidfd, and copies the process where it should be shared with a child.
+inline bool isUnderValgrind() {
+  return readFile("/proc/self/maps").find("/vgpreload_") != std::string::npos;
+}
+
 // Runs commands. No descriptor and no child may be left at the end of a test.
 class ExecTest : public ProviderTest {
  protected:
