@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 
@@ -48,8 +49,10 @@ class ORCA_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
 
   std::unique_ptr<xercesc::SAXParseException> m_savedError;
   bool m_errorSeen = false;
-  std::string m_ascii;     // the text gathered, while it is ASCII
-  std::u16string m_units;  // all of it, once it is not
+  // The text gathered: the first bytes here while it is ASCII, all of it there once it is not.
+  std::vector<char> m_ascii;
+  std::size_t m_asciiLength = 0;
+  std::u16string m_units;
 };
 
 }  // namespace orca_pdk_4_4

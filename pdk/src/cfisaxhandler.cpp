@@ -3,23 +3,19 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
-#include <algorithm>
 #include <xercesc/util/XMLString.hpp>
 
 namespace orca_pdk_4_4 {
 namespace {
 
-// Appends units as bytes; false, with nothing said of what was appended, when one is beyond ASCII.
-// One loop without a branch, for the vectoriser.
-bool appendAscii(std::string& text, const XMLCh* chars, size_t length) {
-  const size_t start = text.size();
-  text.resize(start + length);
+// Writes units as bytes; false when one is beyond ASCII. One loop without a branch, for the
+// vectoriser.
+bool writeAscii(const XMLCh* chars, size_t length, char* out) {
   unsigned int seen = 0;
-  std::transform(chars, chars + length, text.begin() + static_cast<ptrdiff_t>(start),
-                 [&](XMLCh unit) {
-                   seen |= unit;
-                   return static_cast<char>(unit);
-                 });
+  for (size_t i = 0; i < length; ++i) {
+    seen |= chars[i];
+    out[i] = static_cast<char>(chars[i]);
+  }
   return seen < 0x80;
 }
 
@@ -51,9 +47,12 @@ void CFiSaxParseHandler::endElement(const XMLCh*, const XMLCh*, const XMLCh*) {}
 void CFiSaxParseHandler::characters(const XMLCh* chars, const XMLSize_t length) {
   if (chars == nullptr) return;
   if (m_units.empty()) {
-    const size_t before = m_ascii.size();
-    if (appendAscii(m_ascii, chars, length)) return;
-    m_units.assign(m_ascii.begin(), m_ascii.begin() + static_cast<ptrdiff_t>(before));
+    if (m_ascii.size() - m_asciiLength < length) m_ascii.resize(2 * (m_asciiLength + length));
+    if (writeAscii(chars, length, m_ascii.data() + m_asciiLength)) {
+      m_asciiLength += length;
+      return;
+    }
+    m_units.assign(m_ascii.data(), m_ascii.data() + m_asciiLength);
   }
   m_units.append(chars, length);
 }
@@ -76,11 +75,13 @@ const xercesc::SAXParseException* CFiSaxParseHandler::getSavedError() const {
 }
 
 void CFiSaxParseHandler::clearText() {
-  m_ascii.clear();
+  m_asciiLength = 0;
   m_units.clear();
 }
 
-std::string CFiSaxParseHandler::text() const { return m_units.empty() ? m_ascii : utf8(m_units); }
+std::string CFiSaxParseHandler::text() const {
+  return m_units.empty() ? std::string(m_ascii.data(), m_asciiLength) : utf8(m_units);
+}
 
 void CFiSaxParseHandler::throwSavedError() const {
   if (!m_errorSeen || !m_savedError) return;
