@@ -52,6 +52,7 @@ void CFiConfiguration::importSections(const ACE_Configuration_Section_Key& key, 
             static_cast<int>(names.size()));
   std::set<std::string> hosts;
   for (const SFiCredential& known : result) hosts.insert(hostKey(known.hostname));
+  result.reserve(result.size() + names.size());  // records cannot be moved, only copied
   for (const tstr& name : names) importSection(key, name, openArray, hosts, result);
 }
 
