@@ -69,7 +69,9 @@ TYPED_TEST(ValueList, WritesItsEntriesInKeyOrder) {
 }
 
 TYPED_TEST(ValueList, ReadsBackWhatItWrote) {
-  const std::string hard = " a&amp;\t<>\"'\n]]><!--\x7F</value>\xC3\xA9\xF0\x9F\x98\x80\n";
+  const std::string hard =
+      std::string(" a&amp;\t<>\"'\n]]><!--\x7F</value>\xC3\xA9\xF0\x9F\x98\x80\n") +
+      std::string(5000, '"');
   this->add(hard, hard, {});
   this->add("list", "", {hard, ""});
   this->list.updateXML();

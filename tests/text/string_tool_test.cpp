@@ -92,13 +92,14 @@ TEST(StringTool, ReplacesInOnePassAndSplitsAtRunsOfDelimitersUpToTheFirstZero) {
 }
 
 TEST(StringTool, EscapesAndRestoresXmlText) {
-  for (std::size_t before = 0; before < 40; ++before) {
+  for (std::size_t before = 0; before < 1030; ++before) {
     const std::string lead(before, 'x'), tail(before % 20, 'y');
     const std::string plain = lead + "<\"'&lt;>" + tail;
     const std::string escaped = lead + "&lt;&quot;&#39;&amp;lt;&gt;" + tail;
     EXPECT_EQ(Tool::convertToXmlSpecialCharacters(plain), escaped);
     EXPECT_EQ(Tool::convertFromXmlSpecialCharacters(escaped), plain);
   }
+  EXPECT_EQ(Tool::convertToXmlSpecialCharacters(std::string(2050, '"')).size(), 12300U);
   EXPECT_EQ(Tool::convertFromXmlSpecialCharacters("&apos;&&LT;&amp"), "&apos;&&LT;&amp");
   EXPECT_EQ(Tool::xmlBracketValue("name", "<1>"), "\t<name>&lt;1&gt;</name>\n");
 }
