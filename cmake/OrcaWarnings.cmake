@@ -8,6 +8,12 @@ function(orca_strict target)
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endfunction()
 
+# A shared library in which nothing is undefined. clang's sanitizers leave their calls to the program.
+set(ORCA_NO_UNDEFINED -Wl,--no-undefined)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND (ORCA_SANITIZE OR ORCA_BUILD_FUZZ))
+  set(ORCA_NO_UNDEFINED)
+endif()
+
 if(ORCA_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=address,undefined)
