@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 
+#include "heldsignals.h"
 #include "names.h"
 #include "parameters.h"
 #include "session.h"
@@ -90,7 +91,7 @@ class Taking {
     bool good = false;
     {
       const Quiesced quiesced(m_driver, m_nodes, m_sessionId);
-      good = quiesced.isGood() && prePrepare() && prepare() && make();
+      good = quiesced.isGood() && prePrepare() && prepare() && !isInterrupted() && make();
     }
     if (m_records.empty()) return;
     fetchProviderStates();
@@ -99,6 +100,12 @@ class Taking {
   }
 
  private:
+  bool isInterrupted() {
+    if (!HeldSignals::isPending()) return false;
+    m_driver.report().error("interrupted before make; no snapshot was taken");
+    return true;
+  }
+
   void warnOfUnknown(const orca_pdk::CFiConfigParamDataList& values,
                      const Descriptions& descriptions) {
     for (const auto& entry : values.params) {
@@ -207,6 +214,7 @@ class Taking {
 }  // namespace
 
 Exit runSnapshot(const Options& options, Report& report) {
+  const HeldSignals held;
   const StateStore store(options.stateFolder);
   const auto values = wantedValues(options.parameterFile, options.settings);
   store.check();

@@ -96,6 +96,18 @@ TEST_F(LifeCycle, EndsWhatWasBegunAfterAFailureInAnyStep) {
   }
 }
 
+TEST_F(LifeCycle, LeavesNothingQuiescedAndLosesNoSnapshotWhenItIsInterrupted) {
+  for (const auto& [operation, kept] : {std::pair("prepare", 0U), std::pair("make", 1U)}) {
+    const ScopedEnv env("TEST_INTERRUPT", operation);
+    const CommandResult result = run(withPlugin("snapshot", {"/data/a"}));
+    EXPECT_EQ(result.status, 128 + SIGINT);
+    EXPECT_TRUE(result.out.find("\nunquiesce") < result.out.find("\nfini")) << result.out;
+    EXPECT_EQ(result.err.find("fihost: interrupted before make; no snapshot was taken") == 0,
+              kept == 0);
+    EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), kept);
+  }
+}
+
 TEST_F(LifeCycle, FailureLineSaysWhoWhatWhereWhyAndWhatChanged) {
   const Words snapshot = withPlugin("snapshot", {"/data/a"});
   runJson(snapshot, 0);

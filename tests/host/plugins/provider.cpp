@@ -1,3 +1,6 @@
+#include <signal.h>
+#include <unistd.h>
+
 #include <cfiproviderentry.h>
 #include <cfiprovidersetup.h>
 
@@ -109,6 +112,7 @@ class TestProvider : public CFiPluginBase {
   int step(const std::string& operation) {
     if (isSetTo("TEST_THROW", operation)) raise("thrown in " + operation);
     if (isSetTo("TEST_TERMINATE", operation)) []() noexcept { raise("never caught"); }();
+    if (isSetTo("TEST_INTERRUPT", operation)) kill(getpid(), SIGINT);
     if (!isSetTo("TEST_FAIL", operation)) return FI_OK;
     m_setup.pushMessage("MSG_BROKEN", PYX_SEV_ERROR, {icu::Formattable(42)});
     return FI_FILE_ERROR;
