@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <fiutil.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -12,11 +14,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "V_strings.h"
 #include "cficommandwords.h"
+#include "cfidescriptor.h"
 #include "cfiexecpipechild.h"
 #include "cfitracelog.h"
 
@@ -75,6 +79,31 @@ void appendLines(std::string_view text, std::vector<std::string>& output) {
   }
 }
 
+constexpr int kPeriods = 3;
+constexpr long kLongestLaterPeriod = 30;
+constexpr int kPollMs = 100;
+constexpr int kSignalBits = 0x7f;  // all of them set: the child is stopped, not ended
+
+// Waits up to 100 ms, but not past the end of a process.
+class ExitWatch {
+ public:
+  explicit ExitWatch(pid_t pid) : m_process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))) {}
+
+  void wait() {
+    if (m_process.get() < 0) {
+      millisleep(kPollMs);
+      return;
+    }
+    pollfd wanted{m_process.get(), POLLIN, 0};
+    // A process that has ended but cannot be reaped yet would make every further poll return at
+    // once.
+    if (poll(&wanted, 1, kPollMs) > 0) m_process.close();
+  }
+
+ private:
+  CFiDescriptor m_process;
+};
+
 }  // namespace
 
 // The line that ReadLine builds.
@@ -98,28 +127,112 @@ CFiExecPipePosix::~CFiExecPipePosix() {
   clearArguments();
 }
 
+int CFiExecPipePosix::ExecPipe(std::string command, std::string arg) {
+  clearArguments();
+  m_command = std::move(command);
+  m_argument = std::move(arg);
+  if (!ParseCommand(m_command.c_str())) {
+    setLastError(m_command, FI_EXEC_BAD_COMMAND);
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ParseCommand operation has failed.");
+    return FI_EXEC_BAD_COMMAND;
+  }
+  if (access(m_arguments[0], X_OK) != 0) {
+    setLastError(m_command, FI_EXEC_NOT_EXECUTABLE);
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe command [%s] does not exists.",
+              m_arguments[0]);
+    return FI_EXEC_NOT_EXECUTABLE;
+  }
+  return startCommand();
+}
+
+int CFiExecPipePosix::WaitPid(long timeout) {
+  if (m_pid <= 0) {
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: invalid child process pid");
+    return -1;
+  }
+  for (int period = 0; period < kPeriods; ++period) {
+    if (period > 0) {
+      sendSignal(period);
+      timeout = std::min(timeout, kLongestLaterPeriod);
+    }
+    int status = -1;
+    if (waitPeriod(timeout, status)) return status;
+  }
+  traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: child process appears to be hung");
+  return -1;
+}
+
+int CFiExecPipePosix::Close(long timeout) {
+  int result = FI_EXEC_OK;
+  if (m_pipe >= 0) {
+    const int pipe = m_pipe;
+    m_pipe = -1;
+    if (close(pipe) != 0) result = closeFailed(pipe, errno);
+  }
+  if (m_pid == -1) return result;
+  const int status = WaitPid(timeout);
+  if (status != -1) return statusResult(status, result);
+  traceLine(FI_TRACE_WARNING, "Unexpected error encountered.");
+  setLastError("Error in WaitPid()", FI_EXEC_WAIT_FAILED);
+  return FI_EXEC_WAIT_FAILED;
+}
+
+bool CFiExecPipePosix::ReadLine(char* buffer, int size, unsigned char* timedOut, long timeout) {
+  unsigned char isTimedOut = 0;
+  if (timedOut == nullptr) timedOut = &isTimedOut;
+  *timedOut = 0;
+  if (m_pipe < 0 || buffer == nullptr || size < 2) return false;
+  Output line{buffer, size - 1};
+  bool isDone = takeBuffered(line);
+  while (!isDone && refill(*timedOut, timeout)) isDone = takeBuffered(line);
+  if (!isDone) closeReadEnd();
+  if (line.used == 0) return false;
+  buffer[line.used] = '\0';
+  setLineLength(static_cast<std::size_t>(line.used));
+  return true;
+}
+
+bool CFiExecPipePosix::IsChildContext() { return orca_is_child_context() != 0; }
+
+int CFiExecPipePosix::ExecCommandInChildContext(std::string command,
+                                                std::vector<std::string>& output) {
+  char* data = nullptr;
+  int length = 0;
+  const int result = orca_exec_cmd_in_child_context(command.c_str(), &data, &length);
+  if (length <= 0 || data == nullptr) return result;
+  const FrameworkBuffer buffer(data, length);
+  appendLines(buffer.text(), output);
+  return result;
+}
+
 void CFiExecPipePosix::Init() {
   letGo();
   clearArguments();
 }
 
-void CFiExecPipePosix::letGo() {
-  if (m_pipe >= 0) close(m_pipe);
-  if (m_pid > 0) waitpid(m_pid, nullptr, WNOHANG);
-  m_pid = -1;
-  m_pipe = -1;
-  m_readCount = 0;
-  m_readPosition = 0;
-  m_aheadCount = 0;
-  m_aheadPosition = 0;
+bool CFiExecPipePosix::ParseCommand(const char* text) {
+  std::string_view word;
+  EFiWord found;
+  while ((found = findCommandWord(text, word)) == EFiWord::FOUND) {
+    if (!AddArgument(word.data(), word.size())) return false;
+  }
+  return found == EFiWord::END && m_argumentCount > 0 && AddArgument(nullptr, 0);
 }
 
-void CFiExecPipePosix::clearArguments() {
-  for (int i = 0; i < m_argumentCount; ++i) delete[] m_arguments[i];
-  std::free(m_arguments);
-  m_arguments = nullptr;
-  m_argumentCount = 0;
-  m_argumentCapacity = 0;
+bool CFiExecPipePosix::AddArgument(const char* start, std::size_t length) {
+  if (m_argumentCount == m_argumentCapacity && !growArguments()) return false;
+  char* argument = nullptr;
+  if (start != nullptr) {
+    argument = new (std::nothrow) char[length + 1];
+    if (argument == nullptr) {
+      traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::AddArgument() ERROR: new[%d] failed, errno %d",
+                static_cast<int>(length + 1), errno);
+      return false;
+    }
+    argument[unquoteCommandWord({start, length}, argument)] = '\0';
+  }
+  m_arguments[m_argumentCount++] = argument;
+  return true;
 }
 
 char* const* CFiExecPipePosix::getArguments() const { return m_arguments; }
@@ -140,47 +253,23 @@ bool CFiExecPipePosix::growArguments() {
   return true;
 }
 
-bool CFiExecPipePosix::AddArgument(const char* start, std::size_t length) {
-  if (m_argumentCount == m_argumentCapacity && !growArguments()) return false;
-  char* argument = nullptr;
-  if (start != nullptr) {
-    argument = new (std::nothrow) char[length + 1];
-    if (argument == nullptr) {
-      traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::AddArgument() ERROR: new[%d] failed, errno %d",
-                static_cast<int>(length + 1), errno);
-      return false;
-    }
-    argument[unquoteCommandWord({start, length}, argument)] = '\0';
-  }
-  m_arguments[m_argumentCount++] = argument;
-  return true;
+void CFiExecPipePosix::clearArguments() {
+  for (int i = 0; i < m_argumentCount; ++i) delete[] m_arguments[i];
+  std::free(m_arguments);
+  m_arguments = nullptr;
+  m_argumentCount = 0;
+  m_argumentCapacity = 0;
 }
 
-bool CFiExecPipePosix::ParseCommand(const char* text) {
-  std::string_view word;
-  EFiWord found;
-  while ((found = findCommandWord(text, word)) == EFiWord::FOUND) {
-    if (!AddArgument(word.data(), word.size())) return false;
-  }
-  return found == EFiWord::END && m_argumentCount > 0 && AddArgument(nullptr, 0);
-}
-
-int CFiExecPipePosix::ExecPipe(std::string command, std::string arg) {
-  clearArguments();
-  m_command = std::move(command);
-  m_argument = std::move(arg);
-  if (!ParseCommand(m_command.c_str())) {
-    setLastError(m_command, FI_EXEC_BAD_COMMAND);
-    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ParseCommand operation has failed.");
-    return FI_EXEC_BAD_COMMAND;
-  }
-  if (access(m_arguments[0], X_OK) != 0) {
-    setLastError(m_command, FI_EXEC_NOT_EXECUTABLE);
-    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe command [%s] does not exists.",
-              m_arguments[0]);
-    return FI_EXEC_NOT_EXECUTABLE;
-  }
-  return startCommand();
+void CFiExecPipePosix::letGo() {
+  if (m_pipe >= 0) close(m_pipe);
+  if (m_pid > 0) waitpid(m_pid, nullptr, WNOHANG);
+  m_pid = -1;
+  m_pipe = -1;
+  m_readCount = 0;
+  m_readPosition = 0;
+  m_aheadCount = 0;
+  m_aheadPosition = 0;
 }
 
 int CFiExecPipePosix::startCommand() {
@@ -231,21 +320,6 @@ int CFiExecPipePosix::forkFailed(const int (&ends)[2], int error) {
   }
   traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ExecPipe ERROR: fork() failed, errno %d", error);
   return failStart(FI_EXEC_FORK_FAILED, error);
-}
-
-bool CFiExecPipePosix::ReadLine(char* buffer, int size, unsigned char* timedOut, long timeout) {
-  unsigned char isTimedOut = 0;
-  if (timedOut == nullptr) timedOut = &isTimedOut;
-  *timedOut = 0;
-  if (m_pipe < 0 || buffer == nullptr || size < 2) return false;
-  Output line{buffer, size - 1};
-  bool isDone = takeBuffered(line);
-  while (!isDone && refill(*timedOut, timeout)) isDone = takeBuffered(line);
-  if (!isDone) closeReadEnd();
-  if (line.used == 0) return false;
-  buffer[line.used] = '\0';
-  setLineLength(static_cast<std::size_t>(line.used));
-  return true;
 }
 
 // True when the line is complete: it has its newline or fills the buffer.
@@ -313,16 +387,72 @@ void CFiExecPipePosix::closeReadEnd() {
   m_pipe = -1;
 }
 
-bool CFiExecPipePosix::IsChildContext() { return orca_is_child_context() != 0; }
+// True when the wait is over: the child was reaped, or there is none any more (status -1).
+bool CFiExecPipePosix::waitPeriod(long timeout, int& status) {
+  std::optional<ExitWatch> watch;
+  const time_t start = time(nullptr);
+  while (time(nullptr) - start <= timeout) {
+    if (isReaped(status)) return true;
+    if (!watch) watch.emplace(m_pid);
+    watch->wait();
+  }
+  return false;
+}
 
-int CFiExecPipePosix::ExecCommandInChildContext(std::string command,
-                                                std::vector<std::string>& output) {
-  char* data = nullptr;
-  int length = 0;
-  const int result = orca_exec_cmd_in_child_context(command.c_str(), &data, &length);
-  if (length <= 0 || data == nullptr) return result;
-  const FrameworkBuffer buffer(data, length);
-  appendLines(buffer.text(), output);
+bool CFiExecPipePosix::isReaped(int& status) {
+  const pid_t answer = waitpid(m_pid, &status, WNOHANG);
+  if (answer == m_pid) {
+    traceLine(FI_TRACE_DETAIL, "CFiExecPipePosix::WaitPid : waitpid got status %d", status);
+  } else if (answer == -1 && errno == ECHILD) {
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: waitpid got ECHILD");
+    status = -1;
+  } else {
+    return false;
+  }
+  // The number may belong to another process from now on.
+  m_pid = -1;
+  return true;
+}
+
+void CFiExecPipePosix::sendSignal(int period) {
+  if (period == 1) {
+    if (kill(m_pid, SIGTERM) == 0) return;
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: kill(%d, SIGTERM) failed, errno %d",
+              m_pid, errno);
+  } else {
+    if (kill(m_pid, SIGKILL) == 0) return;
+    traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::WaitPid ERROR: kill(%d, SIGKILL) failed, errno %d",
+              m_pid, errno);
+  }
+}
+
+int CFiExecPipePosix::closeFailed(int pipe, int error) {
+  char message[100];
+  V_snprintf(message, sizeof message, "close(%d) failed, errno %d", pipe, error);
+  setLastError(message, FI_EXEC_CLOSE_FAILED);
+  traceLine(FI_TRACE_WARNING, "CFiExecPipePosix::Close failed with error number [%d]", error);
+  return FI_EXEC_CLOSE_FAILED;
+}
+
+// What a wait status means; result is what Close has come to so far.
+int CFiExecPipePosix::statusResult(int status, int result) {
+  const int signalBits = status & kSignalBits;
+  const int exitCode = (status >> 8) & 0xff;
+  char message[100];
+  if (signalBits == kSignalBits) {
+    V_snprintf(message, sizeof message, "Command terminated with unexpected status: %d", status);
+    result = FI_EXEC_UNEXPECTED_STATUS;
+  } else if (signalBits != 0) {
+    V_snprintf(message, sizeof message, "Command terminated by signal %d", signalBits);
+    result = FI_EXEC_SIGNALLED;
+  } else if (exitCode != 0) {
+    V_snprintf(message, sizeof message, "Command exited with status %d", exitCode);
+    result = FI_EXEC_EXIT_STATUS;
+  } else {
+    return result;
+  }
+  traceLine(FI_TRACE_WARNING, "%s", message);
+  setLastError(message, result);
   return result;
 }
 

@@ -1,12 +1,16 @@
 #include "cfiplugininterposer.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <utility>
 
 #include "cfifimlist.h"
 #include "cfiobjid.h"
 #include "cfiscope.h"
 #include "cfistringtool.h"
+#include "cfiudid.h"
 
 namespace orca_pdk_4_4 {
 
@@ -38,64 +42,55 @@ void setReady(pyx_domain* domain) {
   if (domain != nullptr) domain->flags |= kReady;
 }
 
+struct FimListDeleter {
+  void operator()(pyx_node_fim* list) const { freeFimList(list); }
+};
+using OwnedFim = std::unique_ptr<pyx_node_fim, FimListDeleter>;
+
+// Zeroed memory from malloc, as the end of a node frees it.
+template <typename Record>
+Record* allocate() {
+  auto* record = static_cast<Record*>(std::calloc(1, sizeof(Record)));
+  if (record == nullptr) throw std::bad_alloc();
+  return record;
+}
+
+pyx_node_fim_entry* makeEntry(pyx_domain* node, pyx_domain* group) {
+  auto* entry = allocate<pyx_node_fim_entry>();
+  entry->node = node;
+  entry->group = group;
+  return entry;
+}
+
+// The texts are set last: freeing a list leaves them to whoever took it over.
+OwnedFim makeFim(const SFiFimInfo& info, pyx_domain* node, pyx_domain* group) {
+  OwnedFim fim(allocate<pyx_node_fim>());
+  fim->detail = makeEntry(node, group);
+  fim->name = makeEntry(node, group);
+  std::unique_ptr<char, decltype(&std::free)> detail(CFiStringTool::strdup(info.fimDetail.c_str()),
+                                                     &std::free);
+  std::unique_ptr<char, decltype(&std::free)> name(CFiStringTool::strdup(info.fimName.c_str()),
+                                                   &std::free);
+  if (detail == nullptr || name == nullptr) throw std::bad_alloc();
+  fim->detail->text = detail.release();
+  fim->name->text = name.release();
+  return fim;
+}
+
+constexpr int kResource = 2;
+
+std::vector<tstr> hostList(const char* hostName) {
+  std::vector<tstr> hosts;
+  if (hostName != nullptr) hosts.emplace_back(hostName);
+  return hosts;
+}
+
 }  // namespace
 
 CFiPluginInterposer::CFiPluginInterposer() = default;
 
 CFiPluginInterposer::~CFiPluginInterposer() {
   for (const auto& [name, group] : m_groups) releaseObjid(group.objid);
-}
-
-void CFiPluginInterposer::addFim(std::string claimPattern, std::string fimName,
-                                 std::string fimDetail, int flags, std::string group) {
-  if (claimPattern.empty()) {
-    traceLine(FI_TRACE_ERROR, "ERROR: Invalid arg to addFim(), invalid claim pattern");
-    return;
-  }
-  if (group.empty()) group = fimName + "_FIM_GROUP";
-  SFiGroupInfo& info = m_groups[group];
-  SFiGroupInfo fresh{group, claimPattern, nullptr, nullptr};
-  fresh.objid = makeObjid(group);
-  std::swap(info, fresh);
-  releaseObjid(fresh.objid);
-  m_fims[claimPattern].push_back(
-      {std::move(group), std::move(fimName), std::move(fimDetail), flags});
-}
-
-bool CFiPluginInterposer::isGroupNode(tstr name) const {
-  return m_groups.count(CFiStringTool::tstr2str(name)) != 0;
-}
-
-const std::map<std::string, SFiGroupInfo>& CFiPluginInterposer::groups() const { return m_groups; }
-
-const std::map<std::string, std::vector<SFiFimInfo>>& CFiPluginInterposer::fims() const {
-  return m_fims;
-}
-
-std::string CFiPluginInterposer::marker() const {
-  return "<" + CFiStringTool::tstr2str(getProviderName()) + ">";
-}
-
-CFiPluginInterposer::FimMap::const_iterator CFiPluginInterposer::findPattern(
-    const char* name) const {
-  auto entry = m_fims.begin();
-  while (entry != m_fims.end() && !contains(name, entry->first)) ++entry;
-  return entry;
-}
-
-std::vector<SFiFimInfo> CFiPluginInterposer::getFims(tstr nodeName) const {
-  const std::string name = CFiStringTool::tstr2str(nodeName);
-  if (isGroupNode(nodeName)) {
-    for (const auto& [pattern, fims] : m_fims) {
-      for (const SFiFimInfo& fim : fims) {
-        if (fim.group == name) return {fim};
-      }
-    }
-    return {};
-  }
-  if (!contains(name.c_str(), marker())) return {};
-  const auto entry = findPattern(name.c_str());
-  return entry == m_fims.end() ? std::vector<SFiFimInfo>() : entry->second;
 }
 
 int CFiPluginInterposer::claim(orca_objid* primary, orca_objid*** secondaries, int* count) {
@@ -113,6 +108,91 @@ int CFiPluginInterposer::claim(orca_objid* primary, orca_objid*** secondaries, i
   if (count != nullptr) *count = 0;
   traceLine(FI_TRACE_INFO, "Info, claiming node [%s] PYX_CLAIM_SECONDARY", name);
   return PYX_CLAIM_SECONDARY;
+}
+
+int CFiPluginInterposer::supportsFiType(pyx_domain* domain, char* fiType) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (fiType == nullptr) return FI_OK;
+  for (const SFiFimInfo& fim : getFims(nodeName(domain))) {
+    if (fim.fimName != fiType && std::strcmp(fiType, "any") != 0) continue;
+    const CFiPrivateDataPtr data = findPrivateData(domain);
+    int32_t unused = 0;
+    const bool answered = domain != nullptr && domain->capability != nullptr;
+    int32_t& capability = answered ? *domain->capability : unused;
+    if (!data || data->getHostList().empty()) {
+      capability |= fim.flags;
+    } else {
+      capability = data->getTransportable() ? 2 : 1;
+    }
+    return FI_YES;
+  }
+  return FI_OK;
+}
+
+int CFiPluginInterposer::importTreeNode(pyx_domain* domain, orca_objid**, orca_objid**, int,
+                                        orca_objid** imported) {
+  const OperationScope scope(*this, kInterposerSource);
+  orca_objid* id = domain == nullptr ? nullptr : domain->import_objid;
+  if (id == nullptr || id->name == nullptr) {
+    traceLine(FI_TRACE_ERROR, "Error: Invalid input arguments to importTreeNode");
+    return FI_INVALID;
+  }
+  const CFiPrivateDataPtr data = findPrivateData(domain);
+  const int result = data ? importNode(id->name, data->getHostList(), data->getTransportable(),
+                                       false, false, kTreeImport)
+                          : importNode(id->name, {}, false, false, false, kTreeImport);
+  if (imported != nullptr) *imported = id;
+  return result;
+}
+
+int CFiPluginInterposer::initNode(pyx_domain* domain, pyx_domain**, int, orca_objid*) {
+  const OperationScope scope(*this, kInterposerSource);
+  traceLine(FI_TRACE_INFO, "CFiPluginInterposer::initNode for Node [%s]", nodeName(domain));
+  if (domain == nullptr || domain->objid == nullptr) return FI_INVALID;
+  if (!recordGroupNode(domain)) return FI_OK;
+  try {
+    setUpNode(domain);
+  } catch (...) {
+    traceLine(FI_TRACE_ERROR, "ERROR: Caught unhandled exception at %s, %d", kInterposerSource,
+              __LINE__);
+    return FI_FAILED;
+  }
+  return FI_OK;
+}
+
+int CFiPluginInterposer::initAltNode(pyx_domain* primary, pyx_domain*, pyx_domain* target,
+                                     bool flag) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (target == nullptr) {
+    traceLine(FI_TRACE_ERROR, "ERROR: initAltNode(): target node is invalid.");
+    return FI_INVALID;
+  }
+  findOrCreatePrivateData(target, kAlternateNode);
+  target->node_type |= static_cast<uint32_t>(m_defaultNodeType);
+  const CFiPrivateDataPtr data = findPrivateData(primary);
+  if (flag || !data || data->getTransportable() || data->getIntent() != PYX_INTENT_NONE) {
+    return FI_OK;
+  }
+  return importNode(nodeName(target), data->getHostList(), false, false, false, kTreeImport);
+}
+
+void CFiPluginInterposer::deInitNode(pyx_domain* domain) {
+  const OperationScope scope(*this, kInterposerSource);
+  traceLine(FI_TRACE_INFO, "CFiPluginInterposer::deInitNode for Node [%s]", nodeName(domain));
+  if (domain == nullptr) return;
+  // The field keeps its value, as callers expect; only the base's operation clears it.
+  freeFimList(domain->fim_list);
+  if (privateDataManager()) privateDataManager()->remove(domain);
+}
+
+int CFiPluginInterposer::isReady(char*, pyx_splitnode** nodes, int count) {
+  const OperationScope scope(*this, kInterposerSource);
+  for (int i = 0; nodes != nullptr && i < count; ++i) {
+    if (nodes[i] == nullptr) continue;
+    setReady(nodes[i]->domain);
+    setReady(nodes[i]->second);
+  }
+  return FI_OK;
 }
 
 int CFiPluginInterposer::interpose(pyx_domain* domain, orca_objid** interposed,
@@ -136,25 +216,6 @@ int CFiPluginInterposer::interpose(pyx_domain* domain, orca_objid** interposed,
   return FI_OK;
 }
 
-int CFiPluginInterposer::supportsFiType(pyx_domain* domain, char* fiType) {
-  const OperationScope scope(*this, kInterposerSource);
-  if (fiType == nullptr) return FI_OK;
-  for (const SFiFimInfo& fim : getFims(nodeName(domain))) {
-    if (fim.fimName != fiType && std::strcmp(fiType, "any") != 0) continue;
-    const CFiPrivateDataPtr data = findPrivateData(domain);
-    int32_t unused = 0;
-    const bool answered = domain != nullptr && domain->capability != nullptr;
-    int32_t& capability = answered ? *domain->capability : unused;
-    if (!data || data->getHostList().empty()) {
-      capability |= fim.flags;
-    } else {
-      capability = data->getTransportable() ? 2 : 1;
-    }
-    return FI_YES;
-  }
-  return FI_OK;
-}
-
 int CFiPluginInterposer::checkNodeExistence(pyx_domain* domain, int* exists) {
   const OperationScope scope(*this, kInterposerSource);
   if (m_fims.empty()) return FI_NOT_SUPPORTED;
@@ -163,14 +224,44 @@ int CFiPluginInterposer::checkNodeExistence(pyx_domain* domain, int* exists) {
   return FI_OK;
 }
 
-int CFiPluginInterposer::isReady(char*, pyx_splitnode** nodes, int count) {
+int CFiPluginInterposer::importNode(tstr, std::vector<tstr>, bool, bool, bool, int) {
   const OperationScope scope(*this, kInterposerSource);
-  for (int i = 0; nodes != nullptr && i < count; ++i) {
-    if (nodes[i] == nullptr) continue;
-    setReady(nodes[i]->domain);
-    setReady(nodes[i]->second);
+  return FI_NOT_SUPPORTED;
+}
+
+// The only provider operation without a trace scope.
+int CFiPluginInterposer::importResource(char**, char* resource, char* hostName, char*, int flags,
+                                        char**, char*) {
+  if (resource == nullptr) return FI_INVALID;
+  const CFiUdid checked{tstr(resource)};
+  if (hostName == nullptr) {
+    traceLine(FI_TRACE_INFO, "No hostname was passed to the importResource API");
+  } else {
+    traceLine(FI_TRACE_INFO, "Hostname [%s] was passed to importResource API. Adding it hostList ",
+              hostName);
   }
-  return FI_OK;
+  if ((flags & 0x4) != 0) return FI_NOT_SUPPORTED;
+  const std::vector<tstr> hosts = hostList(hostName);
+  if ((flags & 0x1) != 0) return importNode(resource, hosts, false, false, false, kResource);
+  if ((flags & 0x2) != 0) return importNode(resource, hosts, false, true, false, kResource);
+  return FI_FAILED;
+}
+
+int CFiPluginInterposer::deportResource(char* resource, char* hostName, char*, char*, int flags) {
+  const OperationScope scope(*this, kInterposerSource);
+  if (resource == nullptr) return FI_INVALID;
+  const CFiUdid checked{tstr(resource)};
+  if ((flags & 0x400) != 0) return FI_OK;
+  if (hostName == nullptr) {
+    traceLine(FI_TRACE_INFO, "No hostname was passed to the deportResource API");
+  } else {
+    traceLine(FI_TRACE_INFO, "Hostname [%s] was passed to deportResource API. Adding it hostList ",
+              hostName);
+  }
+  const std::vector<tstr> hosts = hostList(hostName);
+  if ((flags & 0x10) != 0) return importNode(resource, hosts, false, true, true, kResource);
+  if ((flags & 0x20) != 0) return importNode(resource, hosts, false, false, true, kResource);
+  return (flags & 0x40) != 0 ? FI_NOT_SUPPORTED : FI_OK;
 }
 
 void CFiPluginInterposer::addIgnoreNodeType(int nodeType) {
@@ -179,50 +270,84 @@ void CFiPluginInterposer::addIgnoreNodeType(int nodeType) {
 
 void CFiPluginInterposer::setDefaultNodeType(int nodeType) { m_defaultNodeType = nodeType; }
 
-int CFiPluginInterposer::importNode(tstr, std::vector<tstr>, bool, bool, bool, int) {
-  const OperationScope scope(*this, kInterposerSource);
-  return FI_NOT_SUPPORTED;
+void CFiPluginInterposer::addFim(std::string claimPattern, std::string fimName,
+                                 std::string fimDetail, int flags, std::string group) {
+  if (claimPattern.empty()) {
+    traceLine(FI_TRACE_ERROR, "ERROR: Invalid arg to addFim(), invalid claim pattern");
+    return;
+  }
+  if (group.empty()) group = fimName + "_FIM_GROUP";
+  SFiGroupInfo& info = m_groups[group];
+  SFiGroupInfo fresh{group, claimPattern, nullptr, nullptr};
+  fresh.objid = makeObjid(group);
+  std::swap(info, fresh);
+  releaseObjid(fresh.objid);
+  m_fims[claimPattern].push_back(
+      {std::move(group), std::move(fimName), std::move(fimDetail), flags});
 }
 
-int CFiPluginInterposer::initAltNode(pyx_domain* primary, pyx_domain*, pyx_domain* target,
-                                     bool flag) {
-  const OperationScope scope(*this, kInterposerSource);
-  if (target == nullptr) {
-    traceLine(FI_TRACE_ERROR, "ERROR: initAltNode(): target node is invalid.");
-    return FI_INVALID;
+std::vector<SFiFimInfo> CFiPluginInterposer::getFims(tstr nodeName) const {
+  const std::string name = CFiStringTool::tstr2str(nodeName);
+  if (isGroupNode(nodeName)) {
+    for (const auto& [pattern, fims] : m_fims) {
+      for (const SFiFimInfo& fim : fims) {
+        if (fim.group == name) return {fim};
+      }
+    }
+    return {};
   }
-  findOrCreatePrivateData(target, kAlternateNode);
-  target->node_type |= static_cast<uint32_t>(m_defaultNodeType);
-  const CFiPrivateDataPtr data = findPrivateData(primary);
-  if (flag || !data || data->getTransportable() || data->getIntent() != PYX_INTENT_NONE) {
-    return FI_OK;
-  }
-  return importNode(nodeName(target), data->getHostList(), false, false, false, kTreeImport);
+  if (!contains(name.c_str(), marker())) return {};
+  const auto entry = findPattern(name.c_str());
+  return entry == m_fims.end() ? std::vector<SFiFimInfo>() : entry->second;
 }
 
-int CFiPluginInterposer::importTreeNode(pyx_domain* domain, orca_objid**, orca_objid**, int,
-                                        orca_objid** imported) {
-  const OperationScope scope(*this, kInterposerSource);
-  orca_objid* id = domain == nullptr ? nullptr : domain->import_objid;
-  if (id == nullptr || id->name == nullptr) {
-    traceLine(FI_TRACE_ERROR, "Error: Invalid input arguments to importTreeNode");
-    return FI_INVALID;
-  }
-  const CFiPrivateDataPtr data = findPrivateData(domain);
-  const int result = data ? importNode(id->name, data->getHostList(), data->getTransportable(),
-                                       false, false, kTreeImport)
-                          : importNode(id->name, {}, false, false, false, kTreeImport);
-  if (imported != nullptr) *imported = id;
-  return result;
+bool CFiPluginInterposer::isGroupNode(tstr name) const {
+  return m_groups.count(CFiStringTool::tstr2str(name)) != 0;
 }
 
-void CFiPluginInterposer::deInitNode(pyx_domain* domain) {
-  const OperationScope scope(*this, kInterposerSource);
-  traceLine(FI_TRACE_INFO, "CFiPluginInterposer::deInitNode for Node [%s]", nodeName(domain));
-  if (domain == nullptr) return;
-  // The field keeps its value, as callers expect; only the base's operation clears it.
-  freeFimList(domain->fim_list);
-  if (privateDataManager()) privateDataManager()->remove(domain);
+const std::map<std::string, SFiGroupInfo>& CFiPluginInterposer::groups() const { return m_groups; }
+
+const std::map<std::string, std::vector<SFiFimInfo>>& CFiPluginInterposer::fims() const {
+  return m_fims;
+}
+
+std::string CFiPluginInterposer::marker() const {
+  return "<" + CFiStringTool::tstr2str(getProviderName()) + ">";
+}
+
+CFiPluginInterposer::FimMap::const_iterator CFiPluginInterposer::findPattern(
+    const char* name) const {
+  auto entry = m_fims.begin();
+  while (entry != m_fims.end() && !contains(name, entry->first)) ++entry;
+  return entry;
+}
+
+// False when the node is that of a group and was set up before.
+bool CFiPluginInterposer::recordGroupNode(pyx_domain* domain) {
+  for (auto& [name, group] : m_groups) {
+    if (group.objid == nullptr || orca_objidcmp(group.objid, domain->objid) != 0) continue;
+    if (group.node == domain) return false;
+    group.node = domain;
+    break;
+  }
+  return true;
+}
+
+void CFiPluginInterposer::setUpNode(pyx_domain* domain) {
+  domain->name = domain->objid->name;
+  domain->fim_list = nullptr;
+  domain->fim_aux = nullptr;
+  domain->node_type = static_cast<uint32_t>(m_defaultNodeType);
+  hangFims(domain);
+  findOrCreatePrivateData(domain, 0);
+}
+
+void CFiPluginInterposer::hangFims(pyx_domain* domain) {
+  pyx_node_fim** end = &domain->fim_list;
+  for (const SFiFimInfo& fim : getFims(nodeName(domain))) {
+    *end = makeFim(fim, domain, m_groups[fim.group].node).release();
+    end = &(*end)->next;
+  }
 }
 
 }  // namespace orca_pdk_4_4

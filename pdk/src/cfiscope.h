@@ -18,7 +18,7 @@ class OperationScope : public CFiTraceLogFunction {
       : CFiTraceLogFunction(object.getTraceLog(), operation, line, source) {}
 };
 
-// Source names of families that stand in several files.
+// Source names as they go into traces.
 inline constexpr char kPluginBaseSource[] = "../cfipluginbase";
 inline constexpr char kInterposerSource[] = "../cfiplugininterposer";
 inline constexpr char kPrivateDataSource[] = "../cfiprivatedata";
