@@ -1,0 +1,23 @@
+#include "cfiobjid.h"
+
+// The one imported function that a framework's utility library need not have.
+extern "C" __attribute__((weak)) void orca_free_objid(orca_objid* id);
+
+namespace orca_pdk_4_4 {
+
+orca_objid* makeObjid(const std::string& name) {
+  constexpr int kNodeKind = 3;
+  return orca_get_objid(name.c_str(), name.size() + 1, kNodeKind);
+}
+
+void releaseObjid(orca_objid* id) {
+  if (id != nullptr && orca_free_objid != nullptr) orca_free_objid(id);
+}
+
+const char* nodeName(const pyx_domain* domain) {
+  const bool named =
+      domain != nullptr && domain->objid != nullptr && domain->objid->name != nullptr;
+  return named ? domain->objid->name : "";
+}
+
+}  // namespace orca_pdk_4_4
