@@ -289,7 +289,7 @@ class ORCA_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
   int changeOwner(const char* path, long ownerId, long groupId);
   int retryOwner(const char* path, long ownerId, long groupId, int pass, bool& matches);
 
-  tstr m_providerName;
+  std::string m_providerName;
   CFiErrorManagerPtr m_errorManager;
   CFiMessageCatalogManagerPtr m_catalogManager;
   CFiPrivateDataManagerPtr m_privateDataManager;

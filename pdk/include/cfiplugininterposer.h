@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cfiexport.h"
@@ -53,15 +55,16 @@ class ORCA_PDK_API CFiPluginInterposer : public CFiPluginBase {
   int importTreeNode(pyx_domain* domain, orca_objid** first, orca_objid** second, int count,
                      orca_objid** imported) override;
   // Hangs the node's FIM list onto it, gives it the default node type and private data, and notes
-  // the node of a group. The list belongs to the node until deInitNode, its texts stay allocated.
-  // Returns 0, 3 for a node without an id, 6 when an exception was raised.
+  // the node of a group; a group's node that is noted already is left as it is. The list belongs to
+  // the node until deInitNode, its texts stay allocated. Returns 0, 3 for a node without an id, 6
+  // when an exception was raised: the node then has no list and can be set up again.
   int initNode(pyx_domain* domain, pyx_domain** members, int count, orca_objid* parent) override;
   // Makes the target's private data as an alternate node's and imports it through importNode unless
   // flag is set or the primary is transportable, has an intent or no private data. 3 without a
   // target.
   int initAltNode(pyx_domain* primary, pyx_domain* second, pyx_domain* target, bool flag) override;
   // Frees the elements of the node's FIM list, the list field keeps its value; lets the private
-  // data go.
+  // data go, and forgets the node of a group, whose record may end after that.
   void deInitNode(pyx_domain* domain) override;
   // Sets flag 0x8 of both nodes of every split node. Returns 0.
   int isReady(char* sessionId, pyx_splitnode** nodes, int count) override;
@@ -94,6 +97,7 @@ class ORCA_PDK_API CFiPluginInterposer : public CFiPluginBase {
 
   // Registers a FIM under a claim pattern; an empty pattern is refused with a trace. An empty group
   // becomes the FIM's name followed by "_FIM_GROUP". Registering a group again forgets its node.
+  // Throws std::bad_alloc, having registered nothing, when memory is short.
   void addFim(std::string claimPattern, std::string fimName, std::string fimDetail, int flags,
               std::string group);
   // The FIMs of a node: for a group the first FIM that belongs to it, for a name with the marker
@@ -109,8 +113,12 @@ class ORCA_PDK_API CFiPluginInterposer : public CFiPluginBase {
   using FimMap = std::map<std::string, std::vector<SFiFimInfo>>;
 
   std::string marker() const;
-  FimMap::const_iterator findPattern(const char* name) const;
+  FimMap::const_iterator findPattern(std::string_view name) const;
+  std::span<const SFiFimInfo> findFims(const std::string& name) const;
+  std::span<const SFiFimInfo> findGroupFim(const std::string& group) const;
+  std::vector<tstr> hostsOf(const char* hostName, bool isImport) const;
   bool recordGroupNode(pyx_domain* domain);
+  void forgetGroupNode(const pyx_domain* domain);
   void setUpNode(pyx_domain* domain);
   void hangFims(pyx_domain* domain);
 

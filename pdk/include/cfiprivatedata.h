@@ -89,7 +89,10 @@ class ORCA_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
   enum class EEntry { other, found, failed };
 
   bool readResourceSpec(std::vector<std::string>& entries);
+  struct ResourceItem;
+
   EEntry readSourceEntry(const std::string& entry, const CFiUdid& udid);
+  bool readItem(const std::string& text, ResourceItem& item);
   int configureTarget(CFiUdid& udid);
 
   orca_objid* m_objid;
@@ -100,7 +103,7 @@ class ORCA_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
   std::string m_configuredTarget;
   std::vector<std::string> m_targets;
   bool m_transportable = false;
-  std::vector<tstr> m_hosts;
+  std::vector<std::string> m_hosts;
   pyx_intent m_intent = PYX_INTENT_NONE;
   std::unique_ptr<CFiConfigParamInfoList> m_infoLists[kModes];
   std::unique_ptr<CFiConfigParamDataList> m_dataLists[kModes];

@@ -15,7 +15,8 @@ namespace orca_pdk_4_4 {
 // thread. 8-bit text is UTF-8, wide text one code point a character, whatever the locale.
 class ORCA_PDK_API CFiStringTool {
  public:
-  // Between the standard string and tstr; bytes are kept as they are, embedded NULs included.
+  // Between the standard string and tstr; bytes are kept as they are, embedded NULs included. Both
+  // throw std::bad_alloc when memory is short, where tstr by itself would be empty.
   static std::string tstr2str(const tstr& text);
   static tstr str2tstr(const std::string& text);
 

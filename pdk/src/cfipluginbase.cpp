@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
+#include <utility>
 
 #include "V_strings.h"
 #include "cfifimlist.h"
@@ -36,22 +38,28 @@ bool isFirstOfItsMembers(const pyx_domain& domain) {
   return domain.members != nullptr && domain.member_count > 0 && domain.members[0] == &domain;
 }
 
+// A copy that the framework frees.
+char* copyOf(const tstr& xml) {
+  char* copy = CFiStringTool::tstrdup(xml);
+  if (copy == nullptr) throw std::bad_alloc();
+  return copy;
+}
+
 // A copy of a list's document; null for a list without entries.
 template <typename List>
 char* copyUnlessEmpty(const List* list) {
-  if (list == nullptr || list->params.empty()) return nullptr;
-  return CFiStringTool::tstrdup(list->getXML());
+  return list == nullptr || list->params.empty() ? nullptr : copyOf(list->getXML());
 }
 
 // Gives a node without values the defaults of its descriptions.
 char* storeDefaults(CFiPrivateData& data, int index) {
   const CFiConfigParamInfoList* descriptions = data.configInfoList(index);
   if (descriptions == nullptr || descriptions->params.empty()) return nullptr;
-  const CFiConfigParamDataList defaults = descriptions->getDefaultDataList();
+  CFiConfigParamDataList defaults = descriptions->getDefaultDataList();
   CFiConfigParamDataList* values = data.configDataList(index);
   if (values == nullptr) return nullptr;
-  *values = defaults;
-  return CFiStringTool::tstrdup(values->getXML());
+  *values = std::move(defaults);
+  return copyOf(values->getXML());
 }
 
 void clearValues(CFiPrivateData& data, int index) {
@@ -208,7 +216,7 @@ int CFiPluginBase::errMsg(int code, const char** text) {
   if (m_messageIndexOffset < code) number -= m_messageIndexOffset;
   char digits[64];
   V_snprintf(digits, sizeof(digits), "%04d", static_cast<int>(number));
-  const std::string name = CFiStringTool::tostrupper(CFiStringTool::tstr2str(m_providerName));
+  const std::string name = CFiStringTool::tostrupper(m_providerName);
   const std::string key = "MSG_ERROR_" + name + "_" + digits;
   char* found = nullptr;
   if (m_catalogManager) m_catalogManager->getLocalizedMessage(key.c_str(), "native", &found);
@@ -469,9 +477,11 @@ bool CFiPluginBase::isShuttingDown(bool shutDown) {
   return g_isShuttingDown;
 }
 
-void CFiPluginBase::setProviderName(const tstr& name) { m_providerName = name; }
+void CFiPluginBase::setProviderName(const tstr& name) {
+  m_providerName = CFiStringTool::tstr2str(name);
+}
 
-tstr CFiPluginBase::getProviderName() const { return m_providerName; }
+tstr CFiPluginBase::getProviderName() const { return CFiStringTool::str2tstr(m_providerName); }
 
 void CFiPluginBase::setFimName(const char* name) { m_fimName = name != nullptr ? name : "Orca"; }
 
@@ -555,8 +565,9 @@ int CFiPluginBase::configGet(CFiPrivateData& data, int index, pyx_confspec& spec
   } else if (data.hasConfigInfoList(index)) {
     spec.text = storeDefaults(data, index);
   } else {
-    const tstr xml = m_firstInfoLists[index].getDefaultDataList().getXML();
-    spec.text = xml.is_empty() ? nullptr : CFiStringTool::tstrdup(xml);
+    const CFiConfigParamDataList defaults = m_firstInfoLists[index].getDefaultDataList();
+    const tstr& xml = defaults.getXML();
+    spec.text = xml.is_empty() ? nullptr : copyOf(xml);
   }
   traceLine(FI_TRACE_ERROR, "GET: Mode[%d]: %s \n", index, textOf(&spec));
   return FI_OK;
@@ -578,7 +589,7 @@ int CFiPluginBase::configSet(CFiPrivateData& data, int index, pyx_confspec& spec
       index, data.hasConfigInfoList(index) ? nullptr : &m_firstInfoLists[index]);
   // A class that denies its list has replaced it meanwhile.
   values = data.configDataList(index);
-  spec.text = values != nullptr ? CFiStringTool::tstrdup(values->getXML()) : nullptr;
+  spec.text = values != nullptr ? copyOf(values->getXML()) : nullptr;
   return FI_OK;
 }
 

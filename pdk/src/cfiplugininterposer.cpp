@@ -4,12 +4,14 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "cfifimlist.h"
 #include "cfiobjid.h"
 #include "cfiscope.h"
 #include "cfistringtool.h"
+#include "cfitstr.h"
 #include "cfiudid.h"
 
 namespace orca_pdk_4_4 {
@@ -20,30 +22,39 @@ constexpr uint32_t kReady = 0x8;
 constexpr int kAlternateNode = 1;
 constexpr int kTreeImport = 1;
 
-bool contains(const char* name, const std::string& part) {
-  return std::strstr(name, part.c_str()) != nullptr;
+bool contains(std::string_view name, const std::string& part) {
+  return name.find(part) != std::string_view::npos;
 }
 
 // An array of new object ids, one a group name; null when memory ran short.
 orca_objid** makeGroupIds(const std::vector<SFiFimInfo>& fims) {
   const std::size_t size = fims.size() * sizeof(orca_objid*);
   auto** ids = static_cast<orca_objid**>(orca_alloc_buf(size));
-  for (std::size_t i = 0; ids != nullptr && i < fims.size(); ++i) {
-    ids[i] = makeObjid(fims[i].group);
-    if (ids[i] != nullptr) continue;
-    while (i-- > 0) releaseObjid(ids[i]);
-    orca_free_buf(ids, size);
-    return nullptr;
-  }
-  return ids;
+  if (ids == nullptr) return nullptr;
+  std::size_t made = 0;
+  while (made < fims.size() && (ids[made] = makeObjid(fims[made].group)) != nullptr) ++made;
+  if (made == fims.size()) return ids;
+  while (made > 0) releaseObjid(ids[--made]);
+  orca_free_buf(ids, size);
+  return nullptr;
 }
 
 void setReady(pyx_domain* domain) {
   if (domain != nullptr) domain->flags |= kReady;
 }
 
+// Frees a list that no framework has seen yet, with its texts.
+void freeOwnFimList(pyx_node_fim* list) {
+  for (const pyx_node_fim* fim = list; fim != nullptr; fim = fim->next) {
+    for (const pyx_node_fim_entry* entry : {fim->detail, fim->name}) {
+      if (entry != nullptr) std::free(entry->text);
+    }
+  }
+  freeFimList(list);
+}
+
 struct FimListDeleter {
-  void operator()(pyx_node_fim* list) const { freeFimList(list); }
+  void operator()(pyx_node_fim* list) const { freeOwnFimList(list); }
 };
 using OwnedFim = std::unique_ptr<pyx_node_fim, FimListDeleter>;
 
@@ -55,35 +66,29 @@ Record* allocate() {
   return record;
 }
 
-pyx_node_fim_entry* makeEntry(pyx_domain* node, pyx_domain* group) {
-  auto* entry = allocate<pyx_node_fim_entry>();
+void fillEntry(pyx_node_fim_entry* entry, const std::string& text, pyx_domain* node,
+               pyx_domain* group) {
+  entry->text = CFiStringTool::strdup(text.c_str());
+  if (entry->text == nullptr) throw std::bad_alloc();
   entry->node = node;
   entry->group = group;
-  return entry;
 }
 
-// The texts are set last: freeing a list leaves them to whoever took it over.
 OwnedFim makeFim(const SFiFimInfo& info, pyx_domain* node, pyx_domain* group) {
   OwnedFim fim(allocate<pyx_node_fim>());
-  fim->detail = makeEntry(node, group);
-  fim->name = makeEntry(node, group);
-  std::unique_ptr<char, decltype(&std::free)> detail(CFiStringTool::strdup(info.fimDetail.c_str()),
-                                                     &std::free);
-  std::unique_ptr<char, decltype(&std::free)> name(CFiStringTool::strdup(info.fimName.c_str()),
-                                                   &std::free);
-  if (detail == nullptr || name == nullptr) throw std::bad_alloc();
-  fim->detail->text = detail.release();
-  fim->name->text = name.release();
+  fim->detail = allocate<pyx_node_fim_entry>();
+  fim->name = allocate<pyx_node_fim_entry>();
+  fillEntry(fim->detail, info.fimDetail, node, group);
+  fillEntry(fim->name, info.fimName, node, group);
   return fim;
 }
 
 constexpr int kResource = 2;
 
-std::vector<tstr> hostList(const char* hostName) {
-  std::vector<tstr> hosts;
-  if (hostName != nullptr) hosts.emplace_back(hostName);
-  return hosts;
-}
+struct ObjidDeleter {
+  void operator()(orca_objid* id) const { releaseObjid(id); }
+};
+using ObjidOwner = std::unique_ptr<orca_objid, ObjidDeleter>;
 
 }  // namespace
 
@@ -113,7 +118,7 @@ int CFiPluginInterposer::claim(orca_objid* primary, orca_objid*** secondaries, i
 int CFiPluginInterposer::supportsFiType(pyx_domain* domain, char* fiType) {
   const OperationScope scope(*this, kInterposerSource);
   if (fiType == nullptr) return FI_OK;
-  for (const SFiFimInfo& fim : getFims(nodeName(domain))) {
+  for (const SFiFimInfo& fim : findFims(nodeName(domain))) {
     if (fim.fimName != fiType && std::strcmp(fiType, "any") != 0) continue;
     const CFiPrivateDataPtr data = findPrivateData(domain);
     int32_t unused = 0;
@@ -138,9 +143,10 @@ int CFiPluginInterposer::importTreeNode(pyx_domain* domain, orca_objid**, orca_o
     return FI_INVALID;
   }
   const CFiPrivateDataPtr data = findPrivateData(domain);
-  const int result = data ? importNode(id->name, data->getHostList(), data->getTransportable(),
-                                       false, false, kTreeImport)
-                          : importNode(id->name, {}, false, false, false, kTreeImport);
+  const bool transportable = data && data->getTransportable();
+  const int result =
+      importNode(makeTstr(id->name), data ? data->getHostList() : std::vector<tstr>(),
+                 transportable, false, false, kTreeImport);
   if (imported != nullptr) *imported = id;
   return result;
 }
@@ -155,6 +161,8 @@ int CFiPluginInterposer::initNode(pyx_domain* domain, pyx_domain**, int, orca_ob
   } catch (...) {
     traceLine(FI_TRACE_ERROR, "ERROR: Caught unhandled exception at %s, %d", kInterposerSource,
               __LINE__);
+    freeOwnFimList(std::exchange(domain->fim_list, nullptr));
+    forgetGroupNode(domain);
     return FI_FAILED;
   }
   return FI_OK;
@@ -173,15 +181,17 @@ int CFiPluginInterposer::initAltNode(pyx_domain* primary, pyx_domain*, pyx_domai
   if (flag || !data || data->getTransportable() || data->getIntent() != PYX_INTENT_NONE) {
     return FI_OK;
   }
-  return importNode(nodeName(target), data->getHostList(), false, false, false, kTreeImport);
+  return importNode(makeTstr(nodeName(target)), data->getHostList(), false, false, false,
+                    kTreeImport);
 }
 
 void CFiPluginInterposer::deInitNode(pyx_domain* domain) {
   const OperationScope scope(*this, kInterposerSource);
   traceLine(FI_TRACE_INFO, "CFiPluginInterposer::deInitNode for Node [%s]", nodeName(domain));
   if (domain == nullptr) return;
-  // The field keeps its value, as callers expect; only the base's operation clears it.
+  // The field keeps its value; only the base's operation clears it.
   freeFimList(domain->fim_list);
+  forgetGroupNode(domain);
   if (privateDataManager()) privateDataManager()->remove(domain);
 }
 
@@ -199,18 +209,22 @@ int CFiPluginInterposer::interpose(pyx_domain* domain, orca_objid** interposed,
                                    orca_objid*** groups, int* count) {
   const OperationScope scope(*this, kInterposerSource);
   if (m_fims.empty()) return FI_OK;
-  const char* name = nodeName(domain);
+  const std::string name = nodeName(domain);
   if (domain != nullptr && (domain->node_type & m_ignoredNodeTypes) != 0) return FI_OK;
+  const CFiTraceLogPtr& log = getTraceLog();
   for (const auto& [pattern, fims] : m_fims) {
-    traceLine(FI_TRACE_INFO, "CFiPluginInterposer::interpose - Looking for patten %s in %s.",
-              pattern.c_str(), name);
+    if (log) {
+      log->trace(FI_TRACE_INFO, "CFiPluginInterposer::interpose - Looking for patten %s in %s.",
+                 pattern.c_str(), name.c_str());
+    }
     if (!contains(name, pattern)) continue;
     const std::string ownName = marker() + name;
     if (interposed != nullptr) *interposed = makeObjid(ownName);
     orca_objid** ids = groups == nullptr ? nullptr : makeGroupIds(fims);
     if (groups != nullptr) *groups = ids;
     if (count != nullptr) *count = static_cast<int>(fims.size());
-    traceLine(FI_TRACE_INFO, "Info, interposing with node [%s] on [%s].", ownName.c_str(), name);
+    traceLine(FI_TRACE_INFO, "Info, interposing with node [%s] on [%s].", ownName.c_str(),
+              name.c_str());
     return FI_YES;
   }
   return FI_OK;
@@ -233,35 +247,23 @@ int CFiPluginInterposer::importNode(tstr, std::vector<tstr>, bool, bool, bool, i
 int CFiPluginInterposer::importResource(char**, char* resource, char* hostName, char*, int flags,
                                         char**, char*) {
   if (resource == nullptr) return FI_INVALID;
-  const CFiUdid checked{tstr(resource)};
-  if (hostName == nullptr) {
-    traceLine(FI_TRACE_INFO, "No hostname was passed to the importResource API");
-  } else {
-    traceLine(FI_TRACE_INFO, "Hostname [%s] was passed to importResource API. Adding it hostList ",
-              hostName);
-  }
+  const CFiUdid checked(makeTstr(resource));
+  std::vector<tstr> hosts = hostsOf(hostName, true);
   if ((flags & 0x4) != 0) return FI_NOT_SUPPORTED;
-  const std::vector<tstr> hosts = hostList(hostName);
-  if ((flags & 0x1) != 0) return importNode(resource, hosts, false, false, false, kResource);
-  if ((flags & 0x2) != 0) return importNode(resource, hosts, false, true, false, kResource);
-  return FI_FAILED;
+  if ((flags & 0x3) == 0) return FI_FAILED;
+  return importNode(makeTstr(resource), std::move(hosts), false, (flags & 0x1) == 0, false,
+                    kResource);
 }
 
 int CFiPluginInterposer::deportResource(char* resource, char* hostName, char*, char*, int flags) {
   const OperationScope scope(*this, kInterposerSource);
   if (resource == nullptr) return FI_INVALID;
-  const CFiUdid checked{tstr(resource)};
+  const CFiUdid checked(makeTstr(resource));
   if ((flags & 0x400) != 0) return FI_OK;
-  if (hostName == nullptr) {
-    traceLine(FI_TRACE_INFO, "No hostname was passed to the deportResource API");
-  } else {
-    traceLine(FI_TRACE_INFO, "Hostname [%s] was passed to deportResource API. Adding it hostList ",
-              hostName);
-  }
-  const std::vector<tstr> hosts = hostList(hostName);
-  if ((flags & 0x10) != 0) return importNode(resource, hosts, false, true, true, kResource);
-  if ((flags & 0x20) != 0) return importNode(resource, hosts, false, false, true, kResource);
-  return (flags & 0x40) != 0 ? FI_NOT_SUPPORTED : FI_OK;
+  std::vector<tstr> hosts = hostsOf(hostName, false);
+  if ((flags & 0x30) == 0) return (flags & 0x40) != 0 ? FI_NOT_SUPPORTED : FI_OK;
+  return importNode(makeTstr(resource), std::move(hosts), false, (flags & 0x10) != 0, true,
+                    kResource);
 }
 
 void CFiPluginInterposer::addIgnoreNodeType(int nodeType) {
@@ -277,28 +279,17 @@ void CFiPluginInterposer::addFim(std::string claimPattern, std::string fimName,
     return;
   }
   if (group.empty()) group = fimName + "_FIM_GROUP";
-  SFiGroupInfo& info = m_groups[group];
-  SFiGroupInfo fresh{group, claimPattern, nullptr, nullptr};
-  fresh.objid = makeObjid(group);
-  std::swap(info, fresh);
-  releaseObjid(fresh.objid);
-  m_fims[claimPattern].push_back(
-      {std::move(group), std::move(fimName), std::move(fimDetail), flags});
+  ObjidOwner id(makeObjid(group));
+  if (id == nullptr) throw std::bad_alloc();
+  SFiGroupInfo& info = m_groups.try_emplace(group).first->second;
+  m_fims[claimPattern].push_back({group, std::move(fimName), std::move(fimDetail), flags});
+  releaseObjid(info.objid);
+  info = {std::move(group), std::move(claimPattern), id.release(), nullptr};
 }
 
 std::vector<SFiFimInfo> CFiPluginInterposer::getFims(tstr nodeName) const {
-  const std::string name = CFiStringTool::tstr2str(nodeName);
-  if (isGroupNode(nodeName)) {
-    for (const auto& [pattern, fims] : m_fims) {
-      for (const SFiFimInfo& fim : fims) {
-        if (fim.group == name) return {fim};
-      }
-    }
-    return {};
-  }
-  if (!contains(name.c_str(), marker())) return {};
-  const auto entry = findPattern(name.c_str());
-  return entry == m_fims.end() ? std::vector<SFiFimInfo>() : entry->second;
+  const std::span<const SFiFimInfo> fims = findFims(CFiStringTool::tstr2str(nodeName));
+  return {fims.begin(), fims.end()};
 }
 
 bool CFiPluginInterposer::isGroupNode(tstr name) const {
@@ -316,10 +307,43 @@ std::string CFiPluginInterposer::marker() const {
 }
 
 CFiPluginInterposer::FimMap::const_iterator CFiPluginInterposer::findPattern(
-    const char* name) const {
+    std::string_view name) const {
   auto entry = m_fims.begin();
   while (entry != m_fims.end() && !contains(name, entry->first)) ++entry;
   return entry;
+}
+
+std::span<const SFiFimInfo> CFiPluginInterposer::findFims(const std::string& name) const {
+  if (m_groups.count(name) != 0) return findGroupFim(name);
+  if (!contains(name, marker())) return {};
+  const auto entry = findPattern(name);
+  if (entry == m_fims.end()) return {};
+  return entry->second;
+}
+
+std::span<const SFiFimInfo> CFiPluginInterposer::findGroupFim(const std::string& group) const {
+  for (const auto& [pattern, fims] : m_fims) {
+    for (const SFiFimInfo& fim : fims) {
+      if (fim.group == group) return {&fim, 1};
+    }
+  }
+  return {};
+}
+
+// The hosts of an import or a deport: the one that was passed, or none.
+std::vector<tstr> CFiPluginInterposer::hostsOf(const char* hostName, bool isImport) const {
+  std::vector<tstr> hosts;
+  if (hostName == nullptr) {
+    traceLine(FI_TRACE_INFO, isImport ? "No hostname was passed to the importResource API"
+                                      : "No hostname was passed to the deportResource API");
+    return hosts;
+  }
+  traceLine(FI_TRACE_INFO,
+            isImport ? "Hostname [%s] was passed to importResource API. Adding it hostList "
+                     : "Hostname [%s] was passed to deportResource API. Adding it hostList ",
+            hostName);
+  appendTstr(hosts, hostName);
+  return hosts;
 }
 
 // False when the node is that of a group and was set up before.
@@ -333,6 +357,12 @@ bool CFiPluginInterposer::recordGroupNode(pyx_domain* domain) {
   return true;
 }
 
+void CFiPluginInterposer::forgetGroupNode(const pyx_domain* domain) {
+  for (auto& [name, group] : m_groups) {
+    if (group.node == domain) group.node = nullptr;
+  }
+}
+
 void CFiPluginInterposer::setUpNode(pyx_domain* domain) {
   domain->name = domain->objid->name;
   domain->fim_list = nullptr;
@@ -344,7 +374,7 @@ void CFiPluginInterposer::setUpNode(pyx_domain* domain) {
 
 void CFiPluginInterposer::hangFims(pyx_domain* domain) {
   pyx_node_fim** end = &domain->fim_list;
-  for (const SFiFimInfo& fim : getFims(nodeName(domain))) {
+  for (const SFiFimInfo& fim : findFims(nodeName(domain))) {
     *end = makeFim(fim, domain, m_groups[fim.group].node).release();
     end = &(*end)->next;
   }

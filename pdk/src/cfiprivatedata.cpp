@@ -1,12 +1,15 @@
 #include "cfiprivatedata.h"
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include "cfiscope.h"
 #include "cfistringtool.h"
+#include "cfitstr.h"
 #include "cfiudid.h"
 
 namespace orca_pdk_4_4 {
@@ -25,47 +28,44 @@ bool isContainedInAName(const std::string& text, const std::vector<std::string>&
   return false;
 }
 
-// Adds the defaults whose names are contained in no name that was there before.
+// Adds the defaults whose names are contained in no name that was there before, all or none.
 void mergeDefaults(const CFiConfigParamDataList& defaults, CFiConfigParamDataList& values) {
   std::vector<std::string> names;
   for (const auto& [name, value] : values.params) names.push_back(name);
-  bool added = false;
+  std::map<std::string, CFiConfigParamData> added;
   for (const auto& [name, value] : defaults.params) {
     if (isContainedInAName(name, names)) continue;
-    CFiConfigParamData& data = values.params[name];
+    CFiConfigParamData& data = added[name];
     data.key = name;
     data.value = value.value;
-    added = true;
   }
-  if (added) values.updateXML();
+  if (added.empty()) return;
+  values.params.merge(added);
+  try {
+    values.updateXML();
+  } catch (...) {
+    std::erase_if(values.params, [&](const auto& entry) {
+      return !std::binary_search(names.begin(), names.end(), entry.first);
+    });
+    throw;
+  }
 }
 
 constexpr char kResourceSpec[] = "snapshot_resource_spec";
 constexpr int kSnapshotMode = 1;
 constexpr std::string_view kPartSeparator = "##";
 
-struct ResourceItem {
+}  // namespace
+
+struct CFiPrivateData::ResourceItem {
   std::string enclosure;
   std::string device;
-};
 
-// Takes an item apart; one without an enclosure keeps that of the item before it.
-void readItem(const std::string& text, ResourceItem& item) {
-  const std::size_t end = text.find(kPartSeparator);
-  if (end == std::string::npos) {
-    item.device = text;
-  } else {
-    item.enclosure = text.substr(0, end);
-    item.device = text.substr(end + kPartSeparator.size());
+  bool isSource(const CFiUdid& udid) const {
+    return CFiStringTool::CompareNoCase(device, udid.getDevice()) &&
+           CFiStringTool::CompareNoCase(enclosure, udid.getEnclosure());
   }
-}
-
-bool isSource(const ResourceItem& item, const CFiUdid& udid) {
-  return CFiStringTool::CompareNoCase(item.device, udid.getDevice()) &&
-         CFiStringTool::CompareNoCase(item.enclosure, udid.getEnclosure());
-}
-
-}  // namespace
+};
 
 CFiPrivateData::CFiPrivateData(orca_objid* id) : m_objid(id) {}
 
@@ -79,12 +79,12 @@ void CFiPrivateData::addDefaultConfigParamsToDataList(int mode, CFiConfigParamIn
   const OperationScope scope(*this, kPrivateDataSource);
   if (infoList == nullptr) infoList = configInfoList(mode);
   if (infoList == nullptr) return;
-  const CFiConfigParamDataList defaults = infoList->getDefaultDataList();
+  CFiConfigParamDataList defaults = infoList->getDefaultDataList();
   if (defaults.params.empty()) return;
   CFiConfigParamDataList* values = configDataList(mode);
   if (values == nullptr) return;
   if (values->params.empty()) {
-    *values = defaults;
+    *values = std::move(defaults);
   } else {
     mergeDefaults(defaults, *values);
   }
@@ -112,12 +112,19 @@ void CFiPrivateData::setSessionId(const char* sessionId) { assign(m_sessionId, s
 
 std::string CFiPrivateData::getSessionId() { return m_sessionId; }
 
-std::vector<tstr> CFiPrivateData::getHostList() { return m_hosts; }
+std::vector<tstr> CFiPrivateData::getHostList() {
+  std::vector<tstr> hosts;
+  hosts.reserve(m_hosts.size());
+  for (const std::string& host : m_hosts) appendTstr(hosts, host);
+  return hosts;
+}
 
 void CFiPrivateData::setHostList(pyx_host_infn* first) {
+  std::vector<std::string> hosts = m_hosts;
   for (const pyx_host_infn* host = first; host != nullptr; host = host->next) {
-    if (host->host != nullptr) m_hosts.emplace_back(host->host);
+    if (host->host != nullptr) hosts.emplace_back(host->host);
   }
+  m_hosts.swap(hosts);
 }
 
 bool CFiPrivateData::getTransportable() { return m_transportable; }
@@ -219,30 +226,38 @@ CFiPrivateData::EEntry CFiPrivateData::readSourceEntry(const std::string& entry,
     return EEntry::failed;
   }
   ResourceItem item;
-  for (const std::string& text : items) {
-    traceLine(FI_TRACE_INFO, "resourceSpec [%s] \n", text.c_str());
-    readItem(text, item);
-    traceLine(FI_TRACE_DETAIL, "RESINFO: [%s][%s]", item.enclosure.c_str(), item.device.c_str());
-    if (item.device.empty()) {
-      traceLine(FI_TRACE_ERROR,
-                "Source configuration \"%s\" has no device data specified for [%s].", text.c_str(),
-                getObjName());
-      return EEntry::failed;
-    }
-    if (&text != &items.front()) {
-      addTarget(item.device);
-      continue;
-    }
-    if (item.enclosure.empty()) {
-      traceLine(FI_TRACE_ERROR,
-                "Source configuration \"%s\" has no enclosure data specified for [%s].",
-                text.c_str(), getObjName());
-      return EEntry::failed;
-    }
-    if (!isSource(item, udid)) return EEntry::other;
-    traceLine(FI_TRACE_INFO, "Source found [%s] \n", udid.toString().c_str());
+  if (!readItem(items.front(), item)) return EEntry::failed;
+  if (item.enclosure.empty()) {
+    traceLine(FI_TRACE_ERROR,
+              "Source configuration \"%s\" has no enclosure data specified for [%s].",
+              items.front().c_str(), getObjName());
+    return EEntry::failed;
+  }
+  if (!item.isSource(udid)) return EEntry::other;
+  traceLine(FI_TRACE_INFO, "Source found [%s] \n", udid.toString().c_str());
+  for (std::size_t i = 1; i < items.size(); ++i) {
+    if (!readItem(items[i], item)) return EEntry::failed;
+    addTarget(item.device);
   }
   return EEntry::found;
+}
+
+// Takes an item apart; one without an enclosure keeps that of the item before it. False, with the
+// reason traced, for one without a device.
+bool CFiPrivateData::readItem(const std::string& text, ResourceItem& item) {
+  traceLine(FI_TRACE_INFO, "resourceSpec [%s] \n", text.c_str());
+  const std::size_t end = text.find(kPartSeparator);
+  if (end == std::string::npos) {
+    item.device = text;
+  } else {
+    item.enclosure = text.substr(0, end);
+    item.device = text.substr(end + kPartSeparator.size());
+  }
+  traceLine(FI_TRACE_DETAIL, "RESINFO: [%s][%s]", item.enclosure.c_str(), item.device.c_str());
+  if (!item.device.empty()) return true;
+  traceLine(FI_TRACE_ERROR, "Source configuration \"%s\" has no device data specified for [%s].",
+            text.c_str(), getObjName());
+  return false;
 }
 
 int CFiPrivateData::configureTarget(CFiUdid& udid) {

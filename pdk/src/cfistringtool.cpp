@@ -19,6 +19,7 @@
 #include <string_view>
 
 #include "cfiicuconvert.h"
+#include "cfitstr.h"
 #include "cfixmlescape.h"
 
 namespace orca_pdk_4_4 {
@@ -230,7 +231,7 @@ std::string CFiStringTool::tstr2str(const tstr& text) {
   return text.c_str() == nullptr ? std::string() : std::string(text.c_str(), text.length());
 }
 
-tstr CFiStringTool::str2tstr(const std::string& text) { return tstr(text.data(), text.size()); }
+tstr CFiStringTool::str2tstr(const std::string& text) { return makeTstr(text); }
 
 std::string CFiStringTool::wstr2str(const std::wstring& text) {
   std::string bytes;

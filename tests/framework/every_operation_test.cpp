@@ -1,4 +1,5 @@
 #include <cstring>
+#include <fstream>
 #include <functional>
 
 #include "cfioperationtable.h"
@@ -64,6 +65,19 @@ constexpr std::string_view kThrees =
     " config errMsg enumerateNodes enumerateAssociations enumerateGroupNodes getAssociatedNodes "
     "getLastError getLocaleMessage enableAccess disableAccess ";
 
+// The definition whose scope opens at a line of the base's source; empty when none does.
+std::string scopeAt(int line) {
+  std::ifstream source(PDK_SOURCES "/cfipluginbase.cpp");
+  std::string definition, text;
+  for (int number = 1; number <= line && std::getline(source, text); ++number) {
+    if (!text.empty() && text[0] != ' ' && text[0] != '}') definition.clear();
+    definition += text;
+  }
+  const bool isScope = text.find("OperationScope scope(*this") != std::string::npos ||
+                       text.find("answer(*this, ") != std::string::npos;
+  return isScope ? definition : std::string();
+}
+
 using EveryOperation = ProviderTest;
 
 TEST_F(EveryOperation, AnswersAtItsPositionBetweenAnEntryAndAnExitLineOfItsName) {
@@ -84,7 +98,10 @@ TEST_F(EveryOperation, AnswersAtItsPositionBetweenAnEntryAndAnExitLineOfItsName)
     const std::string place = m_recorder.lines[0].substr(m_recorder.lines[0].find(" ["));
     EXPECT_EQ(m_recorder.lines,
               (Texts{"6 Entering Function " + name + place, "6 Exiting Function " + name + place}));
-    EXPECT_TRUE(place.ends_with(", cfipluginbase]") && std::stoi(place.substr(2)) > 0) << place;
+    EXPECT_TRUE(place.ends_with(", cfipluginbase]")) << place;
+    EXPECT_NE(scopeAt(std::stoi(place.substr(2))).find("CFiPluginBase::" + name + "("),
+              std::string::npos)
+        << place << " is not where " << name << " opens its scope";
   }
   EXPECT_EQ(expected, 85);
 }
@@ -108,10 +125,15 @@ TEST_F(EveryOperation, ThatEnumeratesSetsTheListToNull) {
   EXPECT_EQ(m_provider.enumerateAssociations(&associations), 0);
   EXPECT_EQ(m_provider.enumerateGroupNodes(&groups), 0);
   EXPECT_EQ(m_provider.enumerateFims(&fims), 0);
-  EXPECT_FALSE(nodes || associated || associations || groups || fims);
+  const std::pair<const char*, const void*> outputs[] = {{"enumerateNodes", nodes},
+                                                         {"getAssociatedNodes", associated},
+                                                         {"enumerateAssociations", associations},
+                                                         {"enumerateGroupNodes", groups},
+                                                         {"enumerateFims", fims}};
+  for (const auto& [operation, output] : outputs) EXPECT_EQ(output, nullptr) << operation;
 }
 
-TEST_F(EveryOperation, ThatAnswersInANumberSetsItAndOthersLeaveTheirOutputs) {
+TEST_F(EveryOperation, SetsOnlyTheNumbersThatItAnswersIn) {
   int32_t capability = 7;
   int exists = 7;
   long count = 7;
@@ -123,7 +145,10 @@ TEST_F(EveryOperation, ThatAnswersInANumberSetsItAndOthersLeaveTheirOutputs) {
   m_provider.getStatus(nullptr, nullptr, 2, nullptr, 0, statuses.data());
   m_provider.claim(&m_id, &ids, &exists);
   m_provider.checkNodeExistence(&m_node, &exists);
-  EXPECT_TRUE(capability == 0 && count == 0 && exists == 7 && ids != nullptr);
+  EXPECT_EQ(capability, 0);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(exists, 7);
+  EXPECT_NE(ids, nullptr);
   EXPECT_EQ(statuses, (std::vector<long>{8, 8, 7}));
 }
 

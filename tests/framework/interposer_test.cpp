@@ -41,7 +41,8 @@ class Interposer : public ProviderTestOf<Importer> {
     Texts fims;
     for (const pyx_node_fim* fim = node.fim_list; fim != nullptr; fim = fim->next) {
       fims.push_back(std::string(fim->detail->text) + "/" + fim->name->text);
-      EXPECT_TRUE(fim->detail->node == &node && fim->name->node == &node);
+      EXPECT_EQ(fim->detail->node, &node);
+      EXPECT_EQ(fim->name->node, &node);
       std::free(fim->detail->text);
       std::free(fim->name->text);
     }
@@ -53,7 +54,7 @@ class Interposer : public ProviderTestOf<Importer> {
   pyx_host_infn m_hosts{m_host, nullptr};
 };
 
-TEST_F(Interposer, FindsTheFimsOfANodeAndClaimsThoseWithTheMarker) {
+TEST_F(Interposer, ClaimsNodesWithTheMarkerThatHaveFims) {
   m_provider.addFim("", "snap", "", 0, "group");
   EXPECT_FALSE(m_provider.isGroupNode("group"));
   const std::tuple<const char*, std::string, int> cases[] = {{"shared", "snapC ", 0},
@@ -69,12 +70,10 @@ TEST_F(Interposer, FindsTheFimsOfANodeAndClaimsThoseWithTheMarker) {
     orca_objid** secondaries = &some;
     int count = 9;
     name(node);
-    EXPECT_EQ(m_provider.claim(&m_id, &secondaries, &count), result);
-    EXPECT_EQ(secondaries, result == 2 ? nullptr : &some);
-    EXPECT_EQ(count, result == 2 ? 0 : 9);
+    EXPECT_EQ(m_provider.claim(&m_id, &secondaries, &count), result) << node;
+    EXPECT_EQ(secondaries, result == 2 ? nullptr : &some) << node;
+    EXPECT_EQ(count, result == 2 ? 0 : 9) << node;
   }
-  name(nullptr);
-  EXPECT_EQ(m_provider.claim(&m_id, nullptr, nullptr), 0);
 }
 
 TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
@@ -94,21 +93,28 @@ TEST_F(Interposer, InterposesANodeInFrontOfAMatchingOne) {
   EXPECT_EQ(m_provider.interpose(&m_node, nullptr, nullptr, nullptr), 0) << "an ignored type";
 }
 
-TEST_F(Interposer, AnswersExistenceAndReadinessOfItsNodes) {
+TEST_F(Interposer, AnswersWhetherANodeIsOneOfItsOwn) {
   int exists = 9;
   EXPECT_EQ(CFiPluginInterposer().checkNodeExistence(&m_node, &exists), 4);
-  EXPECT_TRUE(m_provider.checkNodeExistence(&m_node, &exists) == 0 && exists == 0);
-  name("<P>x");
-  EXPECT_TRUE(m_provider.checkNodeExistence(&m_node, &exists) == 0 && exists == 1);
+  EXPECT_EQ(exists, 9);
+  for (const auto& [text, answer] : {std::pair("/dev/x", 0), std::pair("<P>x", 1)}) {
+    name(text);
+    EXPECT_EQ(m_provider.checkNodeExistence(&m_node, &exists), 0) << text;
+    EXPECT_EQ(exists, answer) << text;
+  }
+}
+
+TEST_F(Interposer, SaysThatBothNodesOfAPairAreReady) {
   pyx_domain second{};
   m_node.flags = 1;
   pyx_splitnode pair{&m_node, &second}, alone{&m_node, nullptr};
   pyx_splitnode* nodes[] = {&alone, &pair};
   EXPECT_EQ(m_provider.isReady(nullptr, nodes, 2), 0);
-  EXPECT_TRUE(m_node.flags == 9 && second.flags == 8);
+  EXPECT_EQ(m_node.flags, 9U);
+  EXPECT_EQ(second.flags, 8U);
 }
 
-TEST_F(Interposer, AddsTheFlagsOfAFiTypeOrSetsTheCapabilityWhereThereAreHosts) {
+TEST_F(Interposer, AnswersTheCapabilityOfAFiType) {
   name("<P>disk");
   const auto expectCapability = [&](std::string type, int result, int capability) {
     EXPECT_EQ(m_provider.supportsFiType(&m_node, type.data()), result) << type;
@@ -124,7 +130,7 @@ TEST_F(Interposer, AddsTheFlagsOfAFiTypeOrSetsTheCapabilityWhereThereAreHosts) {
   expectCapability("snapA", 1, 2);
 }
 
-TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateDataUntilItsEnd) {
+TEST_F(Interposer, SetsANodeUpUntilItsEnd) {
   m_provider.setDefaultNodeType(0x6);
   pyx_domain group{};
   group.objid = m_provider.groups().at("shared").objid;
@@ -138,17 +144,75 @@ TEST_F(Interposer, SetsANodeUpWithTypeFimsAndPrivateDataUntilItsEnd) {
   m_node.node_type = 0x100;
   m_node.fim_aux = &group;
   EXPECT_EQ(initNode(m_node), 0);
-  EXPECT_TRUE(m_node.name == m_id.name && m_node.node_type == 0x6 && m_node.fim_aux == nullptr);
+  EXPECT_EQ(m_node.name, m_id.name);
+  EXPECT_EQ(m_node.node_type, 0x6U);
+  EXPECT_EQ(m_node.fim_aux, nullptr);
   EXPECT_EQ(takeFims(m_node), (Texts{"detail B/snapB", "detail A/snapA"}));
   EXPECT_EQ(m_node.fim_list->name->group, nullptr);
   const pyx_node_fim* shared = m_node.fim_list->next;
-  EXPECT_TRUE(shared->name->group == &group && shared->detail->group == &group);
+  EXPECT_EQ(shared->name->group, &group);
+  EXPECT_EQ(shared->detail->group, &group);
   EXPECT_TRUE(m_nodes->find(&m_node));
 
   m_provider.deInitNode(&m_node);
   m_provider.CFiPluginBase::deInitNode(&group);
-  EXPECT_TRUE(m_node.fim_list != nullptr && group.fim_list == nullptr);
-  EXPECT_FALSE(m_nodes->find(&m_node) || m_nodes->find(&group));
+  EXPECT_NE(m_node.fim_list, nullptr);
+  EXPECT_EQ(group.fim_list, nullptr) << "the base clears it";
+  EXPECT_FALSE(m_nodes->find(&m_node));
+  EXPECT_FALSE(m_nodes->find(&group));
+}
+
+TEST_F(Interposer, SetsTheNodeOfAGroupUpAnewAfterItsEnd) {
+  for (int life = 1; life <= 2; ++life) {
+    pyx_domain group{};
+    group.objid = m_provider.groups().at("shared").objid;
+    EXPECT_EQ(initNode(group), 0) << "life " << life;
+    EXPECT_EQ(takeFims(group), Texts{"detail C/snapC"}) << "life " << life;
+    EXPECT_EQ(m_provider.groups().at("shared").node, &group);
+    m_provider.deInitNode(&group);
+    EXPECT_EQ(m_provider.groups().at("shared").node, nullptr) << "its record may go";
+    group.fim_list = nullptr;
+  }
+}
+
+TEST_F(Interposer, CanSetANodeUpAgainAfterAFailure) {
+  struct FailingMap : CFiPrivateDataMap {
+    CFiPrivateData* create(pyx_domain* domain) override {
+      if (std::exchange(isFailing, false)) throw std::bad_alloc();
+      return CFiPrivateDataMap::create(domain);
+    }
+    bool isFailing = true;
+  };
+  m_provider.registerPrivateDataManager(CFiPrivateDataManagerPtr(new FailingMap));
+  pyx_domain group{};
+  group.objid = m_provider.groups().at("shared").objid;
+  EXPECT_EQ(initNode(group), 6);
+  EXPECT_EQ(group.fim_list, nullptr);
+  EXPECT_EQ(initNode(group), 0);
+  EXPECT_EQ(takeFims(group), Texts{"detail C/snapC"});
+  m_provider.deInitNode(&group);
+}
+
+TEST_F(Interposer, AnswersNullArguments) {
+  char any[] = "any";
+  orca_objid nameless{nullptr, 3};
+  pyx_domain bare{};
+  pyx_splitnode empty{nullptr, nullptr};
+  pyx_splitnode* nodes[] = {nullptr, &empty};
+  const std::pair<const char*, int> answers[] = {
+      {"claim null", m_provider.claim(nullptr, nullptr, nullptr)},
+      {"claim without a name", m_provider.claim(&nameless, nullptr, nullptr)},
+      {"supportsFiType null type", m_provider.supportsFiType(&m_node, nullptr)},
+      {"supportsFiType null node", m_provider.supportsFiType(nullptr, any)},
+      {"interpose null", m_provider.interpose(nullptr, nullptr, nullptr, nullptr)},
+      {"isReady null", m_provider.isReady(nullptr, nullptr, 2)},
+      {"isReady empty", m_provider.isReady(nullptr, nodes, 2)}};
+  for (const auto& [call, answer] : answers) EXPECT_EQ(answer, 0) << call;
+  EXPECT_EQ(m_provider.initNode(nullptr, nullptr, 0, nullptr), 3);
+  EXPECT_EQ(initNode(bare), 3);
+  EXPECT_EQ(m_provider.importTreeNode(nullptr, nullptr, nullptr, 0, nullptr), 3);
+  EXPECT_EQ(m_provider.checkNodeExistence(&m_node, nullptr), 3);
+  m_provider.deInitNode(nullptr);
 }
 
 TEST_F(Interposer, ImportsAnAlternateNodeForTheHostsOfThePrimary) {
@@ -165,13 +229,14 @@ TEST_F(Interposer, ImportsAnAlternateNodeForTheHostsOfThePrimary) {
   for (const auto& [flag, transportable, intent, result] : cases) {
     data->setTransportable(transportable);
     data->setIntent(static_cast<pyx_intent>(intent));
-    EXPECT_EQ(m_provider.initAltNode(&primary, nullptr, &m_node, flag), result);
+    EXPECT_EQ(m_provider.initAltNode(&primary, nullptr, &m_node, flag), result)
+        << "flag " << flag << " transportable " << transportable << " intent " << intent;
   }
   EXPECT_EQ(m_provider.imports, Texts{"node h1 0 0 0 1"});
   EXPECT_EQ(m_provider.initAltNode(&m_node, nullptr, nullptr, false), 3);
 }
 
-TEST_F(Interposer, ImportsATreeNodeAndHandsItsIdOutWhateverComesOfIt) {
+TEST_F(Interposer, HandsTheIdOfAnImportedTreeNodeOutWhateverComesOfIt) {
   orca_objid* imported = nullptr;
   EXPECT_EQ(m_provider.importTreeNode(&m_node, nullptr, nullptr, 0, &imported), 3);
   m_node.import_objid = &m_id;
@@ -199,8 +264,9 @@ TEST_F(Interposer, DecodesTheFlagsOfAResource) {
   char resource[] = "UDID##a##b##c";
   for (const auto& [import, flags, result, booleans] : cases) {
     m_provider.imports.clear();
-    EXPECT_EQ(move(m_provider, import, resource, m_host, flags), result) << flags;
-    EXPECT_EQ(move(m_provider, import, resource, nullptr, flags), result) << flags;
+    SCOPED_TRACE((import ? "import " : "deport ") + std::to_string(flags));
+    EXPECT_EQ(move(m_provider, import, resource, m_host, flags), result);
+    EXPECT_EQ(move(m_provider, import, resource, nullptr, flags), result);
     const std::string name = "UDID##a##b##c ", rest = booleans + std::string(" 2");
     EXPECT_EQ(m_provider.imports,
               result == 77 ? (Texts{name + "h1 " + rest, name + rest}) : Texts());

@@ -70,7 +70,7 @@ TEST_F(Ownership, ChangesTheOwnerTwiceWithoutAWaitWhenItShowsAtOnce) {
   EXPECT_EQ(m_calls, (Texts{"stat", "chown 7 8", "chown 7 8", "stat"}));
 }
 
-TEST_F(Ownership, WaitsTenTimesAndSucceedsWhenItNeverShows) {
+TEST_F(Ownership, SucceedsAfterTenWaitsWhenItNeverShows) {
   const std::tuple<uid_t, gid_t, long, long> cases[] = {
       {~0U, ~0U, -1, -1}, {7, 9, 7, 8}, {6, 8, 7, 8}};
   for (const auto& [owner, group, wantedOwner, wantedGroup] : cases) {
@@ -81,7 +81,7 @@ TEST_F(Ownership, WaitsTenTimesAndSucceedsWhenItNeverShows) {
   }
 }
 
-TEST_F(Ownership, EndsAtTheStepThatFailsAndNamesIt) {
+TEST_F(Ownership, EndsAtTheStepThatFails) {
   const std::string noChown =
       "1091 1 Error: set_owner_ids - chown: Unable to chown resource /dev/x, errno=[1].";
   const std::pair<std::size_t, std::string> cases[] = {
@@ -90,7 +90,7 @@ TEST_F(Ownership, EndsAtTheStepThatFailsAndNamesIt) {
       {3, noChown},
       {4, "18 1 Error: set_owner_ids - stat: Unable to stat resource /dev/x, errno=[1]."}};
   for (const auto& [step, text] : cases) {
-    EXPECT_EQ(setOwnerIds({.failing = step}, 7, 8), text);
+    EXPECT_EQ(setOwnerIds({.failing = step}, 7, 8), text) << "call " << step;
     EXPECT_EQ(m_calls.size(), step);
   }
   EXPECT_EQ(setOwnerIds({}, 7, 8, ""), "3 1 Error: setOwnerIds - invalid resource specified");

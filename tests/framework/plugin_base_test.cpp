@@ -7,7 +7,7 @@ using namespace orca_pdk;
 
 using PluginBase = ProviderTest;
 
-TEST_F(PluginBase, AsksForTheErrorTextUnderItsUpperCaseNameAndReducedNumber) {
+TEST_F(PluginBase, AsksForTheErrorTextUnderItsNameInUpperCase) {
   const std::tuple<const char*, long, int, const char*> cases[] = {
       {"demo", 1000, 1005, "<MSG_ERROR_DEMO_0005>"}, {"demo", 100, 100, "<MSG_ERROR_DEMO_0100>"}};
   const char* answer = m_name;
@@ -25,7 +25,9 @@ TEST_F(PluginBase, AsksForTheErrorTextUnderItsUpperCaseNameAndReducedNumber) {
 TEST_F(PluginBase, HasNoStateToHandOut) {
   pyx_blob blob{5, m_name, 9};
   EXPECT_EQ(m_provider.processProviderState(nullptr, &blob, PYX_OPSTATE_GET), 0);
-  EXPECT_TRUE(blob.length == 0 && blob.data == nullptr && blob.kind == 9);
+  EXPECT_EQ(blob.length, 0U);
+  EXPECT_EQ(blob.data, nullptr);
+  EXPECT_EQ(blob.kind, 9U);
 }
 
 TEST_F(PluginBase, AddsTheNamedHostsOfImportOptionsToTheNodesThatItKnows) {
@@ -55,30 +57,33 @@ TEST_F(PluginBase, ReaccessesANodeWithPrivateDataOfWhatIsGiven) {
   EXPECT_EQ(state(), "S25");
 }
 
-TEST_F(PluginBase, SwitchesOneFlagOfEachNodeOffAndOn) {
+TEST_F(PluginBase, SwitchesTheAccessFlagOfEachNode) {
   pyx_domain first{}, second{};
   first.flags = 0x9;
   pyx_node_subobj_list third{&second, nullptr, nullptr, nullptr},
       nodeless{nullptr, nullptr, nullptr, &third}, list{&first, nullptr, nullptr, &nodeless};
   EXPECT_EQ(m_provider.disableAccess(&list, 0), 0);
-  EXPECT_TRUE(first.flags == 0x49 && second.flags == 0x40);
+  EXPECT_EQ(first.flags, 0x49U);
+  EXPECT_EQ(second.flags, 0x40U);
   EXPECT_EQ(m_provider.enableAccess(&list, 0, 0, 0), 0);
-  EXPECT_TRUE(first.flags == 0x9 && second.flags == 0);
+  EXPECT_EQ(first.flags, 0x9U);
+  EXPECT_EQ(second.flags, 0U);
 }
 
 TEST_F(PluginBase, ListsTheSubObjectsOfAKnownNode) {
   orca_objid* some[1];
-  orca_objid** list = some;
-  int count = 7;
-  EXPECT_EQ(m_provider.subobjList(&m_node, &list, &count), 0);
-  EXPECT_TRUE(list == some && count == 7);
+  using Answer = std::pair<orca_objid**, int>;
+  const auto answer = [&] {
+    Answer output(some, 7);
+    EXPECT_EQ(m_provider.subobjList(&m_node, &output.first, &output.second), 0);
+    return output;
+  };
+  EXPECT_EQ(answer(), Answer(some, 7)) << "an unknown node";
   const auto data = m_nodes->findOrCreate(&m_node, 0);
-  m_provider.subobjList(&m_node, &list, &count);
-  EXPECT_TRUE(list == nullptr && count == 0);
+  EXPECT_EQ(answer(), Answer(nullptr, 0));
   data->addSubObject(&m_id);
   data->addSubObject(&m_id);
-  EXPECT_EQ(m_provider.subobjList(&m_node, &list, &count), 0);
-  EXPECT_TRUE(list == data->getSubObjectList() && count == 2);
+  EXPECT_EQ(answer(), Answer(data->getSubObjectList(), 2));
 }
 
 enum { kGet = 1, kSet = 2, kClear = 3, kGetParam = 4, kSetToo = 5 };
@@ -116,7 +121,8 @@ TEST_F(ConfigOperation, StoresTheSessionOfAKnownNodeWhateverFollows) {
 
 TEST_F(ConfigOperation, GetStoresTheDefaultsOfTheNodesOwnDescriptionsButNotTheProviders) {
   EXPECT_EQ(config(kGet), values({"keep"}));
-  EXPECT_FALSE(m_data->hasConfigDataList(1) || m_data->hasConfigInfoList(1));
+  EXPECT_FALSE(m_data->hasConfigDataList(1));
+  EXPECT_FALSE(m_data->hasConfigInfoList(1));
   EXPECT_EQ(config(kGet, nullptr, 0, 0), values({}));
   m_data->configInfoList(1);
   EXPECT_EQ(config(kGet), "(null)");
@@ -126,7 +132,7 @@ TEST_F(ConfigOperation, GetStoresTheDefaultsOfTheNodesOwnDescriptionsButNotThePr
   EXPECT_EQ(m_data->configDataList(1)->getXML(), values({"own"}).c_str());
 }
 
-TEST_F(ConfigOperation, SetCompletesTheValuesWithDefaultsAndClearTakesThem) {
+TEST_F(ConfigOperation, SetCompletesTheValuesWithDefaults) {
   for (int mode : {kSet, kSetToo}) {
     EXPECT_EQ(config(mode, values({"dir"}).c_str()), values({"dir", "keep"}));
     EXPECT_EQ(config(kGet), values({"dir", "keep"}));
@@ -138,7 +144,7 @@ TEST_F(ConfigOperation, SetCompletesTheValuesWithDefaultsAndClearTakesThem) {
   EXPECT_EQ(config(kSet, values({"dir"}).c_str()), values({"dir", "own"}));
 }
 
-TEST_F(ConfigOperation, SetRefusesABadDocumentAndKeepsTheValues) {
+TEST_F(ConfigOperation, SetKeepsTheValuesWhenTheDocumentIsBad) {
   EXPECT_EQ(config(kSet), "(null)");
   EXPECT_EQ(m_recorder.takeBody().back(), "1 ERROR: SET: Mode[1], Invalid config string.\n");
   EXPECT_EQ(config(kClear), "(null)");
@@ -167,7 +173,7 @@ TEST_F(ConfigOperation, SetAnswersWithTheListThatADerivedClassMadeAnew) {
   EXPECT_EQ(config(kSet, values({"dir"}).c_str()), "");
 }
 
-TEST_F(ConfigOperation, GetParamPrefersTheNodesDescriptionsAndAsksAnOverriddenListAsGetDoesNot) {
+TEST_F(ConfigOperation, GetParamPrefersTheNodesDescriptions) {
   const std::string second = describe(m_provider.secondConfigInfoList(1), {"second"});
   EXPECT_EQ(config(kGetParam), m_keep);
   pyx_domain* members[] = {&m_node};

@@ -12,7 +12,7 @@ using namespace orca_pdk;
 char g_name[] = "/dev/sdc";
 orca_objid g_id{g_name, 3};
 
-TEST(NodeState, IsThreeLinesInABufferOfTheirLengthAndTheNul) {
+TEST(NodeState, IsThreeLinesInABufferOfTheirLength) {
   CFiPrivateData data(&g_id);
   data.setSessionId("S<1>");
   data.setSessionId(nullptr);
@@ -27,10 +27,11 @@ TEST(NodeState, IsThreeLinesInABufferOfTheirLengthAndTheNul) {
   orca_free_buf(blob.data, blob.length);
 }
 
-TEST(PrivateData, MakesTheListsOfAModeOnFirstUseOrWhenADerivedClassDeniesThem) {
+TEST(PrivateData, MakesTheListsOfAModeWhenThereAreNone) {
   CFiPrivateData data;
   EXPECT_EQ(data.configInfoList(0), data.configInfoList(0));
-  EXPECT_FALSE(data.hasConfigInfoList(1) || data.hasConfigDataList(0));
+  EXPECT_FALSE(data.hasConfigInfoList(1));
+  EXPECT_FALSE(data.hasConfigDataList(0));
   struct : CFiPrivateData {
     bool hasConfigInfoList(int) override { return false; }
   } denying;
@@ -56,11 +57,13 @@ TEST(PrivateDataMap, KeepsOneRecordForEachNodeUntilItIsRemoved) {
   CFiPrivateDataMap map;
   pyx_domain node{};
   node.objid = &g_id;
-  EXPECT_FALSE(map.find(&node) || map.findOrCreate(nullptr, 0));
+  EXPECT_FALSE(map.find(&node));
+  EXPECT_FALSE(map.findOrCreate(nullptr, 0));
   const CFiPrivateDataPtr data = map.findOrCreate(&node, 0);
   EXPECT_STREQ(data->getObjName(), g_name);
   EXPECT_FALSE(data->getIsAltNode());
-  EXPECT_TRUE(map.findOrCreate(&node, 1)->getIsAltNode() && data->getIsAltNode());
+  EXPECT_EQ(map.findOrCreate(&node, 1).get(), data.get());
+  EXPECT_TRUE(data->getIsAltNode());
   map.remove(&node);
   EXPECT_FALSE(map.find(&node));
   EXPECT_EQ(data->getCount(), 1);
@@ -77,7 +80,7 @@ std::string partsOf(const char* text) {
   }
 }
 
-TEST(Udid, HasTheFieldsAfterTheMarkerAndIsWrittenInUpperCaseOrRefusedWithAReason) {
+TEST(Udid, HasTheFieldsAfterTheMarker) {
   const std::pair<const char*, std::string> cases[] = {
       {"UDID##A##B##C", "A,B,,C 3 UDID##A##B####C"},
       {"xyzUDID##a##b##e##d", "a,b,e,d 4 UDID##A##B##E##D"},
@@ -87,7 +90,7 @@ TEST(Udid, HasTheFieldsAfterTheMarkerAndIsWrittenInUpperCaseOrRefusedWithAReason
       {"a##b##c", "a##b##c 2"},
       {"xUDID##ab", "xUDID##ab 3"},
       {"UDID##a##b", "UDID##a##b 4"}};
-  for (const auto& [text, parts] : cases) EXPECT_EQ(partsOf(text), parts);
+  for (const auto& [text, parts] : cases) EXPECT_EQ(partsOf(text), parts) << text;
 }
 
 class TargetSelection : public ProviderTest {
@@ -128,7 +131,9 @@ TEST_F(TargetSelection, NamesTheReasonOfEachRefusal) {
        "Source configuration \"dev7\" has no enclosure data specified for"},
       {"[ENC1##DEV7]", "Source configuration found, but no targets are specified for"},
       {"[ENC1##D;a##][E##DEV7;a]", "No matching source specification found for"}};
-  for (const auto& [spec, reason] : cases) EXPECT_EQ(refusal(spec), "1 " + reason + node + ".");
+  for (const auto& [spec, reason] : cases) {
+    EXPECT_EQ(refusal(spec), "1 " + reason + node + ".") << spec;
+  }
   m_data.configDataList(1)->params.clear();
   EXPECT_EQ(refusal(nullptr),
             "1 Configuration data parameter \"snapshot_resource_spec\" unspecified for object" +

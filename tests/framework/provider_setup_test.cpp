@@ -67,14 +67,15 @@ bool isShared(const CFiSmartPtr<Manager, CFiContextSingletonAllocator<Manager>>&
   return manager && manager.get() == CFiContextSingletonAllocator<Manager>::instance();
 }
 
-TEST_F(ProviderSetup, GivesTwoProvidersOneLogAndTheirOwnTextsAndNodes) {
+TEST_F(ProviderSetup, GivesEachProviderItsOwnTextsAndNodes) {
   const auto one = provider("one"), two = provider("two");
   EXPECT_EQ(one->getFimName() + one->getProviderName().c_str(), "copyone");
   EXPECT_EQ(one->getMessageIndexOffset(), 100);
   const std::string path = two->getTraceLog()->getTracePath().c_str();
   EXPECT_TRUE(path.starts_with(m_root.str() + "/one.")) << path;
   for (const auto* each : {one.get(), two.get()}) {
-    EXPECT_TRUE(isShared(each->getTraceLog()) && isShared(each->errorManager()));
+    EXPECT_TRUE(isShared(each->getTraceLog()));
+    EXPECT_TRUE(isShared(each->errorManager()));
     EXPECT_EQ(isShared(each->catalogManager()), each == one.get());
     EXPECT_EQ(isShared(each->privateDataManager()), each == one.get());
   }
@@ -87,7 +88,7 @@ TEST_F(ProviderSetup, GivesTwoProvidersOneLogAndTheirOwnTextsAndNodes) {
   EXPECT_EQ(lastErrorIn(*two, "de"), "two: de 7");
 }
 
-TEST_F(ProviderSetup, PushesAMessageToTraceLogAndLastErrorUntilItIsDeleted) {
+TEST_F(ProviderSetup, MakesAPushedMessageTheLastErrorUntilItIsDeleted) {
   const auto one = provider("one");
   for (const auto severity : {PYX_SEV_ERROR, PYX_SEV_WARNING, PYX_SEV_INFO, PYX_SEV_DETAIL}) {
     one->setup.pushMessage("MSG_A", severity, {icu::Formattable("x")});

@@ -1,0 +1,33 @@
+#ifndef ORCA_PDK_CFITSTR_H
+#define ORCA_PDK_CFITSTR_H
+
+#include <new>
+#include <string_view>
+#include <vector>
+
+#include "cfitypes.h"
+
+namespace orca_pdk_4_4 {
+
+// An ACE string that gets no memory is silently empty. Strings made here throw std::bad_alloc; so
+// that no copy is made of them either, they are passed on as they are returned.
+
+inline const tstr& requireLength(const tstr& text, std::size_t length) {
+  if (text.length() != length) throw std::bad_alloc();
+  return text;
+}
+
+inline tstr makeTstr(std::string_view text) {
+  tstr made(text.data(), text.size());
+  requireLength(made, text.size());
+  return made;
+}
+
+// Appends a string; the list has room for it, since growing would copy those that it holds.
+inline void appendTstr(std::vector<tstr>& list, std::string_view text) {
+  requireLength(list.emplace_back(text.data(), text.size()), text.size());
+}
+
+}  // namespace orca_pdk_4_4
+
+#endif

@@ -1,0 +1,110 @@
+#include "support/short_memory.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void __libc_free(void* block);
+}
+
+namespace {
+
+thread_local bool t_counted = false;
+thread_local std::size_t t_count = 0;    // allocations since counting began
+thread_local std::size_t t_failing = 0;  // the one that fails; 0: none
+thread_local long t_held = 0;            // blocks allocated and not freed since counting began
+char g_place[200] = "";
+
+bool isFailing() {
+  if (!t_counted) return false;
+  if (++t_count == t_failing) errno = ENOMEM;
+  return t_count == t_failing;
+}
+
+void* counted(void* block) {
+  if (t_counted && block != nullptr) ++t_held;
+  return block;
+}
+
+void sayPlace(int signal) {
+  static_cast<void>(!write(STDERR_FILENO, g_place, sizeof(g_place)));
+  ::signal(signal, SIG_DFL);
+  raise(signal);
+}
+
+// Counts from its beginning to its end.
+struct Counting {
+  explicit Counting(std::size_t failing) {
+    t_count = 0;
+    t_held = 0;
+    t_failing = failing;
+    t_counted = true;
+  }
+  ~Counting() { t_counted = false; }
+  static bool isReached() { return t_count >= t_failing; }
+};
+
+}  // namespace
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+void* malloc(std::size_t size) { return isFailing() ? nullptr : counted(__libc_malloc(size)); }
+
+void* calloc(std::size_t count, std::size_t size) {
+  return isFailing() ? nullptr : counted(__libc_calloc(count, size));
+}
+
+void* realloc(void* block, std::size_t size) {
+  if (isFailing()) return nullptr;
+  void* const grown = __libc_realloc(block, size);
+  return block == nullptr ? counted(grown) : grown;
+}
+
+void free(void* block) {
+  if (t_counted && block != nullptr) --t_held;
+  __libc_free(block);
+}
+
+}  // extern "C"
+#pragma GCC visibility pop
+
+namespace orca_tests {
+
+void ShortMemory::sweep() const {
+  work();
+  const std::string whole = work();
+  for (const int number : {SIGSEGV, SIGABRT, SIGBUS}) signal(number, sayPlace);
+  for (std::size_t failing = 1;; ++failing) {
+    std::snprintf(g_place, sizeof(g_place), "%s: allocation %zu fails\n", name.c_str(), failing);
+    std::string result;
+    bool isReached = false;
+    long held = 0;
+    {
+      const Counting counting(failing);
+      try {
+        result = work();
+      } catch (const std::bad_alloc&) {
+      }
+      isReached = Counting::isReached();
+      held = t_held - (result.capacity() > std::string().capacity() ? 1 : 0);
+    }
+    if (!isReached) break;
+    EXPECT_EQ(held, 0) << g_place << "blocks are left";
+    if (result != whole && !isStated(result)) {
+      EXPECT_EQ(result, "") << g_place;
+    }
+    EXPECT_EQ(work(), whole) << "after " << g_place;
+    if (::testing::Test::HasFailure()) return;
+  }
+}
+
+}  // namespace orca_tests

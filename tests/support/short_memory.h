@@ -1,0 +1,30 @@
+#ifndef ORCA_TESTS_SHORT_MEMORY_H
+#define ORCA_TESTS_SHORT_MEMORY_H
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace orca_tests {
+
+// Every allocation of the process, that of libraries included, goes through short_memory.cpp, which
+// can let one of them fail. Only the calling thread is counted.
+
+// Runs a piece of work again and again, each time with another allocation failing, until all have
+// failed once. The work must come to its result or throw std::bad_alloc, leave nothing allocated,
+// and come to its result when it is run once more. A crash names the work and the allocation.
+struct ShortMemory {
+  std::string name;
+  // Does the work and answers with a text of what came of it; "" stands for std::bad_alloc.
+  std::function<std::string()> work;
+  // True when a result other than that of the whole work is right while memory is short.
+  std::function<bool(const std::string&)> isStated = [](const std::string&) { return false; };
+
+  void sweep() const;
+};
+
+}  // namespace orca_tests
+
+#endif
