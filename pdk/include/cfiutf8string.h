@@ -55,8 +55,10 @@ class ORCA_PDK_API UTF8String {
 
   // Appends n bytes. A null pointer or a negative n appends nothing.
   void append(const char* bytes, int n);
-  // Appends the digits of a number in a radix from 2 to 36; nothing in any other. Negative numbers
-  // are right in radix 10 only.
+  // Appends the digits of a number in a radix of 2 or more; nothing in any other. Digits above "z",
+  // in radices above 36, are the bytes that follow it; above radix 41 they are no UTF-8 any more,
+  // and a zero byte ends the number. Of negative numbers only those above INT_MIN are right, and in
+  // radix 10 only; the others give characters that are no digits.
   void append(int value, int radix);
   void append(const icu::UnicodeString& text);
   void append(const ACE_String_Base<wchar_t>& text);

@@ -30,9 +30,6 @@ const uint32_t pattern[6] = {0x0, 0xC0, 0xC80, 0xC880, 0xC8880, 0xC88880};
 
 namespace {
 
-constexpr int kMinRadix = 2;
-constexpr int kMaxRadix = 36;
-
 // Fails like assert, under a fixed name and line.
 [[noreturn]] void failAssertion(const char* expression, unsigned int line) {
   __assert_fail(expression, "../cfiutf8string", line, "bool UTF8String::next(UTF8Char_t**) const");
@@ -114,7 +111,8 @@ void UTF8String::appendBytes(const char* bytes, std::size_t n) {
 }
 
 void UTF8String::append(int value, int radix) {
-  if (radix < kMinRadix || radix > kMaxRadix) return;
+  // ACE would divide by 0, or without end by 1.
+  if (radix < 2) return;
   char digits[100] = "";
   ACE_OS::itoa_emulation(value, digits, radix);
   appendBytes(digits, std::char_traits<char>::length(digits));

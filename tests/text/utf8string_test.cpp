@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,6 +35,20 @@ TEST(Utf8String, IsTotallyEmptyThenKeepsExactlyOneTerminatorAfterEachAppend) {
   string.append(icu::UnicodeString::fromUTF8("\xE2\x82\xAC"));
   string.append(ACE_String_Base<wchar_t>(L"\x1F600"));
   EXPECT_EQ(allBytes(string), std::string("abcd-42\xE2\x82\xAC\xF0\x9F\x98\x80\0", 15));
+}
+
+TEST(Utf8String, AppendsNumbersInEveryRadixFromTwo) {
+  const struct {
+    int value, radix;
+    std::string digits;
+  } cases[] = {{5, 2, "101"}, {-42, 10, "-42"}, {INT_MAX, 16, "7fffffff"}, {35, 36, "z"},
+               {36, 37, "{"}, {999, 1000, ">"}, {INT_MAX, INT_MAX, "10"},  {5, 1, ""},
+               {5, 0, ""},    {5, INT_MIN, ""}};
+  for (const auto& c : cases) {
+    UTF8String string = text("=");
+    string.append(c.value, c.radix);
+    EXPECT_EQ(allBytes(string), "=" + c.digits + '\0') << c.value << " in " << c.radix;
+  }
 }
 
 TEST(Utf8String, CountsCharactersGivesTheirOffsetsAndConvertsThemToUtf16) {
