@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
@@ -14,6 +16,14 @@
 #include "V_vfscanf.h"
 
 namespace {
+
+// A file with this content.
+std::unique_ptr<FILE, int (*)(FILE*)> fileOf(const std::string& content) {
+  std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
+  fputs(content.c_str(), file.get());
+  rewind(file.get());
+  return file;
+}
 
 // Scans one value and the position behind it: "value@position", or the result alone.
 template <class Value>
@@ -87,6 +97,28 @@ TEST(Scan, MatchesLiteralsWhiteSpaceAndPercentSignsAndPassesOverNullTargets) {
   EXPECT_EQ(number, 4);
 }
 
+// Takes 4 GiB of addresses, but only 16 MiB of memory.
+TEST(Scan, LosesNothingOfATextOfGigabytes) {
+  constexpr size_t kSize = size_t{4} << 30, kPiece = size_t{1} << 24;
+  const auto piece = fileOf(std::string(kPiece, 'x'));
+  const auto map = [](char* at, size_t size, int flags, int file) {
+    void* const place = mmap(at, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | flags, file, 0);
+    return static_cast<char*>(place);
+  };
+  char* const text = map(nullptr, kSize + 1, MAP_ANONYMOUS | MAP_NORESERVE, -1);
+  for (size_t at = 0; at < kSize; at += kPiece) {
+    ASSERT_EQ(map(text + at, kPiece, MAP_FIXED | MAP_NORESERVE, fileno(piece.get())), text + at);
+  }
+  for (const size_t border : {size_t{INT_MAX}, size_t{3} << 30}) {
+    memcpy(text + border - 2, "1e+z", 4);
+  }
+  char first[9] = "", second[9] = "";
+  EXPECT_EQ(V_sscanf(text, "%*2147483645c%*f%5s%*1073741819c%*f%5s", first, 9, second, 9), 2);
+  EXPECT_STREQ(first, "e+zxx");
+  EXPECT_STREQ(second, "e+zxx");
+  munmap(text, kSize + 1);
+}
+
 TEST(Scan, ReturnsMinusOneOnlyWhenTheTextEndsBeforeAnyConversion) {
   const struct {
     const char *text, *format;
@@ -98,14 +130,6 @@ TEST(Scan, ReturnsMinusOneOnlyWhenTheTextEndsBeforeAnyConversion) {
     int first = 0, second = 0;
     EXPECT_EQ(V_sscanf(c.text, c.format, &first, 4, &second, 4), c.result) << c.format;
   }
-}
-
-// A file with this content.
-std::unique_ptr<FILE, int (*)(FILE*)> fileOf(const char* content) {
-  std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
-  fputs(content, file.get());
-  rewind(file.get());
-  return file;
 }
 
 int scan(V_stream* stream, const char* format, ...) {
