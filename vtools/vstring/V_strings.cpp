@@ -63,7 +63,8 @@ uint32_t verify(const Char* buf, size_t n, size_t* len) {
   return found ? 0 : kFailed;
 }
 
-// Apart from the exported functions, whose calls of each other would go through the linkage table.
+// V_snprintf and V_vsnprintf both inline this: a call of one exported function by the other would
+// go through the linkage table.
 inline __attribute__((always_inline, format(printf, 3, 0))) int formatBounded(char* s, size_t size,
                                                                               const char* format,
                                                                               va_list args) {
