@@ -33,58 +33,37 @@ inline uint32_t wordAt(const unsigned char* block, unsigned index) {
   return word;
 }
 
-// What tells one round from another: the order of the words, the shifts, and the addition of the
-// mixing function. Only b comes out of the step before, so the forms keep the path from b short.
-struct Round1 {
-  static constexpr unsigned kNumber = 0, kFactor = 1, kOffset = 0;
-  static constexpr int kShifts[4] = {7, 12, 17, 22};
-  static uint32_t add(uint32_t sum, uint32_t b, uint32_t c, uint32_t d) {
-    return sum + (d ^ (b & (c ^ d)));
-  }
-};
-struct Round2 {
-  static constexpr unsigned kNumber = 1, kFactor = 5, kOffset = 1;
-  static constexpr int kShifts[4] = {5, 9, 14, 20};
-  // The two halves share no bits: added one after the other they give the same as joined by "or".
-  static uint32_t add(uint32_t sum, uint32_t b, uint32_t c, uint32_t d) {
-    return (sum + (c & ~d)) + (b & d);
-  }
-};
-struct Round3 {
-  static constexpr unsigned kNumber = 2, kFactor = 3, kOffset = 5;
-  static constexpr int kShifts[4] = {4, 11, 16, 23};
-  static uint32_t add(uint32_t sum, uint32_t b, uint32_t c, uint32_t d) {
-    return sum + (b ^ (c ^ d));
-  }
-};
-struct Round4 {
-  static constexpr unsigned kNumber = 3, kFactor = 7, kOffset = 0;
-  static constexpr int kShifts[4] = {6, 10, 15, 21};
-  static uint32_t add(uint32_t sum, uint32_t b, uint32_t c, uint32_t d) {
-    return sum + (c ^ (b | ~d));
-  }
+// What tells one round from another, besides its mixing function.
+struct Round {
+  unsigned number;
+  unsigned factor, offset;  // the order in which the words of the block come in
+  int shifts[4];
 };
 
-template <class Round, unsigned step>
-[[gnu::always_inline]] inline void runStep(uint32_t (&state)[4], const unsigned char* block) {
+// mix adds its function of b, c and d to the sum. Only b comes out of the step before, so the forms
+// below keep the path from b short.
+template <Round round, unsigned step, class Mix>
+[[gnu::always_inline]] inline void runStep(uint32_t (&state)[4], const unsigned char* block,
+                                           Mix mix) {
   uint32_t& a = state[(16 - step) % 4];
   const uint32_t b = state[(17 - step) % 4];
   const uint32_t c = state[(18 - step) % 4];
   const uint32_t d = state[(19 - step) % 4];
-  const uint32_t sum = a + kSines[Round::kNumber * 16 + step] +
-                       wordAt(block, (Round::kFactor * step + Round::kOffset) % 16);
-  a = b + std::rotl(Round::add(sum, b, c, d), Round::kShifts[step % 4]);
+  const uint32_t sum = a + kSines[round.number * 16 + step] +
+                       wordAt(block, (round.factor * step + round.offset) % 16);
+  a = b + std::rotl(mix(sum, b, c, d), round.shifts[step % 4]);
 }
 
-template <class Round, unsigned... steps>
+template <Round round, class Mix, unsigned... steps>
 [[gnu::always_inline]] inline void runSteps(uint32_t (&state)[4], const unsigned char* block,
-                                            std::integer_sequence<unsigned, steps...>) {
-  (runStep<Round, steps>(state, block), ...);
+                                            Mix mix, std::integer_sequence<unsigned, steps...>) {
+  (runStep<round, steps>(state, block, mix), ...);
 }
 
-template <class Round>
-[[gnu::always_inline]] inline void runRound(uint32_t (&state)[4], const unsigned char* block) {
-  runSteps<Round>(state, block, std::make_integer_sequence<unsigned, 16>());
+template <Round round, class Mix>
+[[gnu::always_inline]] inline void runRound(uint32_t (&state)[4], const unsigned char* block,
+                                            Mix mix) {
+  runSteps<round>(state, block, mix, std::make_integer_sequence<unsigned, 16>());
 }
 
 }  // namespace
@@ -182,22 +161,31 @@ void CFiMessageDigest5::Transform(const unsigned char* block) { transformBlocks(
 
 [[gnu::always_inline]] inline void CFiMessageDigest5::Transform_Round1(uint32_t (&state)[4],
                                                                        const unsigned char* block) {
-  runRound<Round1>(state, block);
+  runRound<Round{0, 1, 0, {7, 12, 17, 22}}>(
+      state, block,
+      [](uint32_t sum, uint32_t b, uint32_t c, uint32_t d) { return sum + (d ^ (b & (c ^ d))); });
 }
 
 [[gnu::always_inline]] inline void CFiMessageDigest5::Transform_Round2(uint32_t (&state)[4],
                                                                        const unsigned char* block) {
-  runRound<Round2>(state, block);
+  // The two halves share no bits: added one after the other they give the same as joined by "or".
+  runRound<Round{1, 5, 1, {5, 9, 14, 20}}>(
+      state, block,
+      [](uint32_t sum, uint32_t b, uint32_t c, uint32_t d) { return (sum + (c & ~d)) + (b & d); });
 }
 
 [[gnu::always_inline]] inline void CFiMessageDigest5::Transform_Round3(uint32_t (&state)[4],
                                                                        const unsigned char* block) {
-  runRound<Round3>(state, block);
+  runRound<Round{2, 3, 5, {4, 11, 16, 23}}>(
+      state, block,
+      [](uint32_t sum, uint32_t b, uint32_t c, uint32_t d) { return sum + (b ^ (c ^ d)); });
 }
 
 [[gnu::always_inline]] inline void CFiMessageDigest5::Transform_Round4(uint32_t (&state)[4],
                                                                        const unsigned char* block) {
-  runRound<Round4>(state, block);
+  runRound<Round{3, 7, 0, {6, 10, 15, 21}}>(
+      state, block,
+      [](uint32_t sum, uint32_t b, uint32_t c, uint32_t d) { return sum + (c ^ (b | ~d)); });
 }
 
 // The state stays in 32-bit locals from the first block to the last.
