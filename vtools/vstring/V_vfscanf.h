@@ -12,8 +12,9 @@
  *
  * Over a file, use { NULL, 0, 0, file, __Vrefill }; the view then shows one character at a time.
  * Over memory, fp is null. Characters that were looked at in vain are handed back by moving p, so
- * the pieces that a read function shows must follow one another in memory. The engine never
- * writes through p. A view belongs to one thread and owns nothing.
+ * the pieces that a read function shows must follow one another in memory, and none may be longer
+ * than INT_MAX - 512. The engine never writes through p. A view belongs to one thread and owns
+ * nothing.
  */
 typedef struct V_stream {
   unsigned char* p;
@@ -42,9 +43,10 @@ typedef struct V_stream {
  * is consumed, the first size - 1 characters are stored with a terminator (nothing when size is 0),
  * and the target counts as assigned. For c the size is not used, and one character is stored
  * whatever the width. The type of a number follows from its prefix; its size is only a limit: never
- * more bytes are written than that. A null target is passed over in the same way. A number is at
+ * more bytes are written than that. Of an integer the low bytes are stored; a floating number is
+ * stored as the widest type that fits. A null target is passed over in the same way. A number is at
  * most 512 characters long, and an integer out of the range of intmax_t or uintmax_t becomes the
- * nearest value, with errno ERANGE.
+ * nearest value, with errno ERANGE. The decimal point is that of the locale.
  *
  * Returns the number of targets assigned up to the first mismatch or the end of the data; -1 when
  * the data ended before the first conversion, a pointer is null, or the format ends right after a
