@@ -1,4 +1,4 @@
-"""Every public header compiles alone: C++ ones with g++ as C++20, C ones as C11 too."""
+"""Every public header compiles alone: with g++ as C++20, C ones also as C of 1989 and of 2011."""
 
 import concurrent.futures
 import sys
@@ -13,8 +13,8 @@ INCLUDES = [f"-I{ROOT / folder}" for folder in FOLDERS]
 def compile_alone(job):
     header, compiler = job
     result = run(*compiler, "-Wall", "-Wextra", "-Werror", "-fsyntax-only", *INCLUDES, "-",
-                 input=f'#include "{header.name}"\n#include "{header.name}"\n')
-    return f"{header.relative_to(ROOT)} ({compiler[0]}):\n{result.stderr}" if result.returncode else None
+                 input=f'#include "{header.name}"\n#include "{header.name}"\nextern int notEmpty;\n')
+    return f"{header.relative_to(ROOT)} ({' '.join(compiler)}):\n{result.stderr}" if result.returncode else None
 
 
 jobs = []
@@ -22,7 +22,7 @@ for folder in FOLDERS:
     for header in sorted((ROOT / folder).glob("*.h")):
         jobs.append((header, ["g++", "-std=c++20", "-x", "c++"]))
         if folder in C_FOLDERS and header.name != "V_integer.h":
-            jobs.append((header, ["gcc", "-std=c11", "-x", "c"]))
+            jobs += [(header, ["gcc", std, "-pedantic", "-x", "c"]) for std in ("-std=gnu89", "-std=c11")]
 umbrella = (ROOT / "pdk/include/orca_pdk.h").read_text()
 findings = [f"{h.name} is not in orca_pdk.h" for h in sorted((ROOT / "pdk/include").glob("*.h"))
             if h.name != "orca_pdk.h" and f'"{h.name}"' not in umbrella]

@@ -56,17 +56,17 @@ V_API int V_vfscanf(V_stream* stream, const char* format, va_list args);
 
 /* The read function over a file: flushes all output, looks at the next character and leaves it in
  * the file. Returns 0 when there is one, -1 when there is none or eof is set. */
-V_API int __Vrefill(V_stream* stream);  // NOLINT(bugprone-reserved-identifier)
+V_API int __Vrefill(V_stream* stream); /* NOLINT(bugprone-reserved-identifier) */
 
 /* The read function over a text that is in the view as a whole: always the end of the data. */
 V_API int eofread(V_stream* stream);
 
 /* Copies the position of the file to the view: the view is emptied, so that the next character is
  * asked of the file, and eof is set when the file is at its end. */
-V_API void __Vposition_from_file(V_stream* stream);  // NOLINT(bugprone-reserved-identifier)
+V_API void __Vposition_from_file(V_stream* stream); /* NOLINT(bugprone-reserved-identifier) */
 
 /* Copies the position of the view to the file: a character that was shown and consumed is taken out
  * of the file, one that was shown only stays in it. */
-V_API void __Vposition_to_file(V_stream* stream);  // NOLINT(bugprone-reserved-identifier)
+V_API void __Vposition_to_file(V_stream* stream); /* NOLINT(bugprone-reserved-identifier) */
 
 #endif
