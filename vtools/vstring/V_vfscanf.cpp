@@ -132,18 +132,18 @@ class Source {
     m_consumed += count;
   }
 
-  // Hands back the character that was taken last. Over a file the view holds one character; those
-  // before it go back to the file.
+  // Hands back the character that was taken last; over a file it goes back into the file.
   void giveBack(unsigned char c) {
     --m_consumed;
-    const bool inFile = m_stream->fp != nullptr && (m_stream->r > 0 || m_stream->p == nullptr);
-    if (!inFile) {
+    if (m_stream->fp == nullptr) {
       --m_stream->p;
       ++m_stream->r;
-    } else if (ungetc(c, m_stream->fp) != EOF) {
-      show(m_stream, c);
-      m_stream->eof = 0;
+      return;
     }
+    __Vposition_to_file(m_stream);
+    if (ungetc(c, m_stream->fp) == EOF) return;
+    show(m_stream, c);
+    m_stream->eof = 0;
   }
 
   // Takes the run of accepted characters, limit of them at most, and copies the first room
