@@ -177,82 +177,62 @@ class Source {
   size_t m_consumed = 0;
 };
 
-// The characters of one number, read as far as they make sense.
+// The characters that may make up one number. Which of them do is up to the function that converts
+// the text; the others go back.
 class NumberText {
  public:
   NumberText(Source* source, size_t limit)
       : m_source(source), m_limit(std::min(limit, kMaxNumber)) {}
 
-  bool readInteger(int base) {
-    takeSign();
-    if ((base == 0 || base == 16) && peek() == '0') {
-      take();
-      if ((peek() | 0x20) == 'x') return readHexadecimal();
-      if (base == 0) base = 8;
-    }
-    takeDigits(base == 0 ? 10 : base);
-    return finish(hasDigits());
+  const char* takeInteger(int base) {
+    takeOneOf("+-");
+    if (take('0')) takeOneOf("xX");
+    takeDigits(base == 0 ? 16 : base);
+    return text();
   }
 
-  bool readFloat() {
-    takeSign();
-    size_t digits = takeDigits(10);
-    if (peek() == static_cast<unsigned char>(*localeconv()->decimal_point)) {
-      take();
-      digits += takeDigits(10);
+  const char* takeFloat() {
+    takeOneOf("+-");
+    takeDigits(10);
+    const char* point = localeconv()->decimal_point;
+    while (take(*point)) ++point;
+    takeDigits(10);
+    if (takeOneOf("eE")) {
+      takeOneOf("+-");
+      takeDigits(10);
     }
-    if (digits != 0 && (peek() | 0x20) == 'e') readExponent();
-    return finish(digits != 0);
+    return text();
   }
 
-  const char* text() const { return m_text; }
+  // Hands back what stands behind the number; false when there is no number.
+  bool endAt(const char* end) {
+    while (m_text + m_length > end) {
+      m_source->giveBack(static_cast<unsigned char>(m_text[--m_length]));
+    }
+    return m_length != 0;
+  }
 
  private:
-  int peek() { return m_length < m_limit ? m_source->peek() : -1; }
-
-  void take() {
-    m_text[m_length++] = static_cast<char>(*m_source->view());
+  bool take(char c) {
+    const bool next =
+        c != '\0' && m_length < m_limit && m_source->peek() == static_cast<unsigned char>(c);
+    if (!next) return false;
+    m_text[m_length++] = c;
     m_source->take();
+    return true;
   }
 
-  void takeSign() {
-    const int c = peek();
-    if (c == '+' || c == '-') take();
-  }
+  bool takeOneOf(const char* pair) { return take(pair[0]) || take(pair[1]); }
 
-  size_t takeDigits(int base) {
+  void takeDigits(int base) {
     const size_t room = m_limit - m_length;
     const auto isDigit = [base](unsigned char c) { return V_digitValue(c) < base; };
-    const size_t digits = m_source->takeRun(room, isDigit, m_text + m_length, room);
-    m_length += digits;
-    return digits;
+    m_length += m_source->takeRun(room, isDigit, m_text + m_length, room);
   }
 
-  bool hasDigits() const { return m_length != 0 && V_digitValue(m_text[m_length - 1]) < 36; }
-
-  // Stands at the "x" of "0x"; without a digit behind it the number is the 0 alone.
-  bool readHexadecimal() {
-    const size_t zero = m_length;
-    take();
-    if (takeDigits(16) == 0) giveBackTo(zero);
-    return finish(true);
-  }
-
-  void readExponent() {
-    const size_t mantissa = m_length;
-    take();
-    takeSign();
-    if (takeDigits(10) == 0) giveBackTo(mantissa);
-  }
-
-  void giveBackTo(size_t length) {
-    while (m_length > length) m_source->giveBack(static_cast<unsigned char>(m_text[--m_length]));
-  }
-
-  bool finish(bool isNumber) {
-    if (!isNumber) giveBackTo(0);
+  const char* text() {
     m_text[m_length] = '\0';
-    return isNumber;
+    return m_text;
   }
 
   Source* m_source;
@@ -396,10 +376,10 @@ class Scanner {
   Outcome integer(const Conversion& conversion, Value (*convertText)(const char*, char**, int),
                   int base, size_t size) {
     NumberText number(&m_source, conversion.limit());
-    if (!number.readInteger(base)) return Outcome::kMismatch;
-    if (!conversion.suppress) {
-      store(static_cast<uintmax_t>(convertText(number.text(), nullptr, base)), size);
-    }
+    char* end = nullptr;
+    const Value value = convertText(number.takeInteger(base), &end, base);
+    if (!number.endAt(end)) return Outcome::kMismatch;
+    if (!conversion.suppress) store(static_cast<uintmax_t>(value), size);
     return Outcome::kDone;
   }
 
@@ -412,11 +392,10 @@ class Scanner {
 
   Outcome floating(const Conversion& conversion) {
     NumberText number(&m_source, conversion.limit());
-    if (!number.readFloat()) return Outcome::kMismatch;
-    if (!conversion.suppress) {
-      const Target target = nextTarget();
-      storeFloat(strtod(number.text(), nullptr), conversion.floatSize, target);
-    }
+    char* end = nullptr;
+    const double value = strtod(number.takeFloat(), &end);
+    if (!number.endAt(end)) return Outcome::kMismatch;
+    if (!conversion.suppress) storeFloat(value, conversion.floatSize, nextTarget());
     return Outcome::kDone;
   }
 
