@@ -2,18 +2,20 @@
 #include <sys/mman.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
 #include <cstdarg>
-#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "V_sscanf.h"
 #include "V_strtoimax.h"
 #include "V_strtoumax.h"
 #include "V_vfscanf.h"
+#include "cfistringtool.h"
 
 namespace {
 
@@ -43,45 +45,55 @@ TEST(Scan, ConvertsNumbersByTheRulesOfTheirConversion) {
       {"0xz", "lli", "0@1"},      {"08", "lli", "0@1"},       {"ff", "llx", "255@2"},
       {"0XFF", "llX", "255@4"},   {"778", "llo", "63@2"},     {"-1", "zu", "-1@2"},
       {"12345", "3lld", "123@3"}, {"0x12", "2lli", "0@1"},    {"-9", "D", "-9@2"},
-      {"17", "O", "15@2"},        {"0xabc", "p", "2748@5"},   {"-", "qd", "0"}};
+      {"17", "O", "15@2"},        {"0xabc", "p", "2748@5"},   {"-", "qd", "0"},
+      {"017", "ld", "17@3"},      {"0x1", "D", "0@1"},        {"019", "lu", "19@3"},
+      {"19", "lli", "19@2"},      {"0xG", "lx", "0@1"}};
   for (const auto& [text, conversion, expected] : integers) {
     EXPECT_EQ(scanned<int64_t>(text, conversion), expected) << text << " by " << conversion;
   }
   const char* reals[][2] = {{"3.25", "3.25@4"}, {" -.5e1z", "-5@6"}, {"7.", "7@2"},
                             {"1E3", "1000@3"},  {"1e+x", "1@1"},     {"-.e5", "0"}};
-  for (const auto& [text, expected] : reals) EXPECT_EQ(scanned<double>(text, "lf"), expected);
-  EXPECT_EQ(scanned<float>("1.5", "e") + scanned<long double>("2.5", "LG"), "1.5@32.5@3");
+  for (const auto& [text, expected] : reals) {
+    EXPECT_EQ(scanned<double>(text, "lf"), expected) << text;
+  }
+  EXPECT_EQ(scanned<long double>("2.5", "LG"), "2.5@3");
   EXPECT_EQ(scanned<int64_t>("-99999999999999999999", "jd"), "-9223372036854775808@21");
-  EXPECT_EQ(scanned<uint64_t>("99999999999999999999", "ju"), "18446744073709551615@20");
+  EXPECT_EQ(scanned<int64_t>("123", "18446744073709551617ld"), "123@3") << "a width past SIZE_MAX";
+  EXPECT_EQ(scanned<int64_t>(std::string(513, '0').c_str(), "lld"), "0@512");
 }
 
 TEST(Scan, StoresAsManyBytesAsPrefixAndSizeBothAllow) {
   const struct {
     const char* format;
-    unsigned size, stored;
-  } cases[] = {{"%hhx", 8, 1}, {"%hx", 8, 2}, {"%x", 8, 4},  {"%lx", 8, 8},
-               {"%lx", 4, 4},  {"%x", 0, 0},  {"%lf", 8, 8}, {"%lf", 4, 4}};
+    unsigned size;
+    const char* stored;  // two hexadecimal digits a byte
+  } cases[] = {{"%hhx", 8, "01"},     {"%hx", 8, "0100"},     {"%x", 8, "01000000"},
+               {"%x", 0, ""},         {"%lx", 4, "01000000"}, {"%lx", 8, "0100000000000000"},
+               {"%f", 3, ""},         {"%e", 8, "0000803f"},  {"%lf", 8, "000000000000f03f"},
+               {"%lE", 7, "0000803f"}};
   for (const auto& c : cases) {
-    unsigned char bytes[8];
+    unsigned char bytes[8] = {};
+    const std::string stored = c.stored, whole = stored + std::string(16 - stored.size(), 'e');
     memset(bytes, 0xEE, sizeof(bytes));
-    EXPECT_EQ(V_sscanf("0", c.format, bytes, c.size), 1);
-    for (unsigned i = 0; i < 8; ++i) EXPECT_EQ(bytes[i], i < c.stored ? 0 : 0xEE) << c.format << i;
+    EXPECT_EQ(V_sscanf("1", c.format, bytes, c.size), 1) << c.format;
+    EXPECT_EQ(orca_pdk_4_4::CFiStringTool::binary2str(bytes, 8), whole) << c.format << c.size;
   }
 }
 
-TEST(Scan, StoresWhatFitsOfARunButOneCharacterOnlyAndConsumesAllOfIt) {
+TEST(Scan, StoresWhatFitsOfTheRunThatItConsumes) {
   const struct {
     const char *text, *format;
     unsigned size;
     std::string outcome;  // what is stored and the next word, or the result
-  } cases[] = {{"abcd z", "%s", 4, "abc|z"},    {"abcd z", "%s", 5, "abcd|z"},
-               {"abcd z", "%s", 1, "|z"},       {"abcd z", "%s", 0, "####|z"},
-               {"abcd", "%3s", 3, "ab|d"},      {"abcd", "%[a-c]", 3, "ab|d"},
-               {"abcd", "%3c", 0, "a###|bcd"},  {"abcd", "%*2c%c", 1, "c###|d"},
-               {" a b,", "%[^,]", 9, " a b|,"}, {"x]y", "%[]x]", 9, "x]|y"},
-               {"ab]c", "%[^]x]", 9, "ab|]c"},  {"a-b", "%[a-]", 9, "a-|b"},
-               {"ca-b", "%[c-a]", 9, "ca-|b"},  {"dbf", "%[a-c-e]", 9, "db|f"},
-               {"xyz", "%[abc]", 9, "0"},       {"\xA9z", "%[~-\xB9]", 9, "\xA9|z"}};
+  } cases[] = {{"abcd z", "%s", 4, "abc|z"},       {"abcd z", "%s", 5, "abcd|z"},
+               {"abcd z", "%s", 1, "|z"},          {"abcd z", "%s", 0, "####|z"},
+               {"abcd", "%3s", 3, "ab|d"},         {"abcd", "%[a-c]", 3, "ab|d"},
+               {"abcd", "%3c", 0, "a###|bcd"},     {"abcd", "%*2c%c", 1, "c###|d"},
+               {" a b,", "%[^,]", 9, " a b|,"},    {"x]y", "%[]x]", 9, "x]|y"},
+               {"ab]c", "%[^]x]", 9, "ab|]c"},     {"a-b", "%[a-]", 9, "a-|b"},
+               {"ca-b", "%[c-a]", 9, "ca-|b"},     {"dbf", "%[a-c-e]", 9, "db|f"},
+               {"b-d", "%[a-c-b]", 9, "b-|d"},     {"xyz", "%[abc]", 9, "0"},
+               {"\xA9z", "%[~-\xB9]", 9, "\xA9|z"}};
   for (const auto& c : cases) {
     char word[9] = "####", rest[9] = "";
     const std::string format = std::string(c.format) + "%s";
@@ -91,7 +103,7 @@ TEST(Scan, StoresWhatFitsOfARunButOneCharacterOnlyAndConsumesAllOfIt) {
   }
 }
 
-TEST(Scan, MatchesLiteralsWhiteSpaceAndPercentSignsAndPassesOverNullTargets) {
+TEST(Scan, PassesOverWhatTheFormatNamesWithoutATarget) {
   int number = 0;
   EXPECT_EQ(V_sscanf("<ID=a\t %b 4>", "<ID=%[a] %%%c%d", nullptr, 9, nullptr, 1, &number, 4), 3);
   EXPECT_EQ(number, 4);
@@ -168,19 +180,32 @@ TEST(FileScan, GoesOnWhereTheFileStands) {
   EXPECT_EQ(number, 2);
   EXPECT_EQ(scan(&stream, "%s", nullptr, 4), 1) << "handed back at the end";
   EXPECT_EQ(scan(&stream, "%d", &number, 4), -1);
+  rewind(file.get());
+  stream.eof = 1;
+  EXPECT_EQ(scan(&stream, "%d", &number, 4), -1) << "the end stays marked";
 }
 
-TEST(IntegerTexts, EndBehindTheLastDigitAndReportABadBaseAndARangeLeft) {
-  char* end = nullptr;
-  EXPECT_EQ(__Vstrtoimax(" \t-z9!", &end, 36), -1269);
-  EXPECT_STREQ(end, "!");
-  errno = 0;
-  EXPECT_EQ(__Vstrtoimax("-9223372036854775808", nullptr, 10), INTMAX_MIN);
-  EXPECT_EQ(errno, 0);
-  EXPECT_EQ(__Vstrtoimax("9223372036854775808", nullptr, 10), INTMAX_MAX);
-  EXPECT_EQ(errno, ERANGE);
-  EXPECT_EQ(__Vstrtoimax("12", nullptr, 37), 0);
-  EXPECT_EQ(errno, EINVAL);
+TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
+  std::istringstream texts(
+      " \t\n\v\f\r-z9!,\b1,\0161,1/,9:,A@,Z[,a`,z{,1\xE1,+102,-,0xfg,-0X1,0xg,0x,08,-1,"
+      "9223372036854775807,9223372036854775808,-9223372036854775808,-9223372036854775809,"
+      "18446744073709551615,18446744073709551616,184467440737095516160");
+  for (std::string text; std::getline(texts, text, ',');) {
+    for (const int base : {-1, 0, 1, 2, 8, 10, 16, 35, 36, 37}) {
+      SCOPED_TRACE(text + " in base " + std::to_string(base));
+      const auto expectSame = [&](auto ours, auto theirs) {
+        char *end = nullptr, *expectedEnd = text.data();
+        errno = 0;
+        const auto expected = theirs(text.c_str(), &expectedEnd, base);
+        const int expectedError = std::exchange(errno, 0);
+        EXPECT_EQ(ours(text.c_str(), &end, base), expected);
+        EXPECT_EQ(errno, expectedError);
+        EXPECT_STREQ(end, expectedEnd);
+      };
+      expectSame(__Vstrtoimax, strtoimax);
+      expectSame(__Vstrtoumax, strtoumax);
+    }
+  }
 }
 
 }  // namespace
