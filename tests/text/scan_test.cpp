@@ -152,6 +152,11 @@ int scan(V_stream* stream, const char* format, ...) {
   return assigned;
 }
 
+TEST(Scan, TakesAReadFunctionThatShowsNothingForTheEnd) {
+  V_stream stream = {nullptr, 0, 0, nullptr, [](V_stream*) { return 0; }};
+  EXPECT_EQ(scan(&stream, "%d", nullptr, 4), -1);
+}
+
 TEST(FileScan, LeavesTheFileBehindTheLastCharacterConsumed) {
   const struct {
     const char *content, *format;

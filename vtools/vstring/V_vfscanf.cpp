@@ -119,7 +119,7 @@ class Source {
   explicit Source(V_stream* stream) : m_stream(stream) {}
 
   // True when there is a next character; it is in the view then.
-  bool ready() { return m_stream->r > 0 || m_stream->read(m_stream) == 0; }
+  bool ready() { return m_stream->r > 0 || (m_stream->read(m_stream) == 0 && m_stream->r > 0); }
   // The next character, -1 at the end.
   int peek() { return ready() ? *m_stream->p : -1; }
   const unsigned char* view() const { return m_stream->p; }
