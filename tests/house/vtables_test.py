@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the virtual tables of the public classes against the lists in vtables/.
+"""Holds the virtual tables of the public classes, and the table of the operations' names, against the
+lists in vtables/.
 
 A list names a header and then, one slot a line, the position and the operation with its signature.
 "after CLASS" continues the list of the class's first base. The compiler's class dump gives the
@@ -64,14 +65,21 @@ def compile_dump(compiler, kit, includes, lists):
                               capture_output=True, text=True)
 
 
+def operation_names(kit):
+    """What the table of names in the headers says, by position."""
+    names = re.findall(r'"(~?)(\w+)"', pathlib.Path(kit, "cfioperationtable.h").read_text())
+    return {i: "destructor" if tilde else name for i, (tilde, name) in enumerate(names, 1)}
+
+
 def main(compiler, kit, *includes):
     lists = {path.stem: read_list(path.stem) for path in sorted(LISTS.glob("*.txt"))}
     result = compile_dump(compiler, kit, includes, lists)
     if result.returncode:
         return result.stderr.splitlines()
+    tables = [(name, dumped_slots(result.stdout, name), wanted) for name, (_, wanted, _) in lists.items()]
+    tables.append(("kProviderOperations", operation_names(kit), lists["CFiPluginBase"][1]))
     found = []
-    for name, (_, wanted, _) in lists.items():
-        slots = dumped_slots(result.stdout, name)
+    for name, slots, wanted in tables:
         found += [f"{name}: slot {position} is {slots.get(position)}, expected {wanted.get(position)}"
                   for position in sorted({*slots, *wanted})
                   if slots.get(position) != wanted.get(position)]
