@@ -2,6 +2,7 @@
 #define ORCA_TESTS_RUN_COMMAND_H
 
 #include <errno.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,8 +44,9 @@ inline std::string contentOf(std::FILE* file) {
 
 }  // namespace detail
 
-// Runs a program (its path, then its arguments) to its end, with this process's environment and
-// nothing on standard input.
+// Runs a program (its path, then its arguments) to its end, with this process's environment,
+// nothing on standard input, and signals as in a shell's foreground, whatever this process
+// inherited.
 inline CommandResult runCommand(const std::vector<std::string>& command) {
   std::vector<char*> argv;
   for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
@@ -56,8 +58,17 @@ inline CommandResult runCommand(const std::vector<std::string>& command) {
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", 0, 0);
   posix_spawn_file_actions_adddup2(&actions, fileno(out.get()), STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, fileno(err.get()), STDERR_FILENO);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  sigset_t signals;
+  sigemptyset(&signals);
+  posix_spawnattr_setsigmask(&attributes, &signals);
+  sigfillset(&signals);
+  posix_spawnattr_setsigdefault(&attributes, &signals);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   pid_t pid = -1;
-  const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+  const int failed = posix_spawnp(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (failed != 0) throw std::runtime_error("cannot run " + command[0]);
   int status = 0;
