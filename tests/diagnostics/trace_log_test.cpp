@@ -15,9 +15,12 @@ using namespace orca_tests;
 using ::testing::internal::CaptureStdout;
 using ::testing::internal::GetCapturedStdout;
 
+using TraceLog = PrivateUsrTest;
+using TraceScope = PrivateUsrTest;
+
 std::string traceFile(const CFiTraceLogPtr& log) { return readFile(log->getTracePath().c_str()); }
 
-TEST(TraceLog, WritesUpToItsLevelOrTheProductsVerbosityAndPushesEverything) {
+TEST_F(TraceLog, WritesUpToItsLevelOrTheProductsVerbosityAndPushesEverything) {
   const std::tuple<int, const char*, int, bool, char> cases[] = {
       {3, "0", 3, true, '1'}, {3, "8", 6, false, '4'}, {3, "9", 10, false, '4'},
       {3, "9", 6, true, '4'}, {1, "12", 2, true, '2'}, {2, "-1", -1, true, '4'}};
@@ -30,7 +33,7 @@ TEST(TraceLog, WritesUpToItsLevelOrTheProductsVerbosityAndPushesEverything) {
   }
 }
 
-TEST(TraceLog, WritesStampProcessAndMessageAndEchoesThemBehindTheComponent) {
+TEST_F(TraceLog, WritesStampProcessAndMessageAndEchoesThemBehindTheComponent) {
   TraceRecorder trace;
   CaptureStdout();
   trace.log->initialize("rec", "", "", 6, true);
@@ -45,7 +48,7 @@ TEST(TraceLog, WritesStampProcessAndMessageAndEchoesThemBehindTheComponent) {
             std::filesystem::perms(0600));
 }
 
-TEST(TraceLog, CutsAMessageOnlyAtItsGreatestLength) {
+TEST_F(TraceLog, CutsAMessageOnlyAtItsGreatestLength) {
   const size_t around = 53 + std::to_string(getpid()).size();
   for (const size_t length : {1022, 1023, 1024, 8191, 8192, 20000}) {
     TraceRecorder trace;
@@ -54,7 +57,7 @@ TEST(TraceLog, CutsAMessageOnlyAtItsGreatestLength) {
   }
 }
 
-TEST(TraceLog, ChangesItsFileWithTheDateAndRemovesALinkThere) {
+TEST_F(TraceLog, ChangesItsFileWithTheDateAndRemovesALinkThere) {
   TraceRecorder trace;
   const std::string first = trace.log->getTracePath().c_str();
   const ScopedEnv tomorrow("TZ", "DAY-24");
@@ -77,7 +80,7 @@ TEST(TraceLog, ChangesItsFileWithTheDateAndRemovesALinkThere) {
   EXPECT_EQ(readFile("/usr/tarn/target"), "kept") << "no link is followed, a later one neither";
 }
 
-TEST(TraceLog, SaysThatItsFileCannotBeOpenedAndStaysSilent) {
+TEST_F(TraceLog, SaysThatItsFileCannotBeOpenedAndStaysSilent) {
   TraceRecorder trace;
   CFiTraceLog log;
   log.registerErrorManager(&trace.manager);
@@ -93,7 +96,7 @@ TEST(TraceLog, SaysThatItsFileCannotBeOpenedAndStaysSilent) {
   EXPECT_EQ(trace.messages, "") << "it worked before";
 }
 
-TEST(TraceScope, WritesEntryAndExitUnderTheFilesBaseName) {
+TEST_F(TraceScope, WritesEntryAndExitUnderTheFilesBaseName) {
   TraceRecorder trace;
   const CFiTraceLogPtr none;
   { const CFiTraceLogFunction scope(trace.log, "make", 12, "../cfidemo"); }
@@ -128,7 +131,7 @@ std::string stored() {
   return all;
 }
 
-struct Settings : ::testing::Test {
+struct Settings : PrivateUsrTest {
   TraceRecorder world;  // makes the folders
   CFiTraceLog log;
 };

@@ -31,7 +31,7 @@ std::string shown(const std::vector<SFiCredential>& credentials) {
   return all.c_str();
 }
 
-struct Credentials : ::testing::Test {
+struct Credentials : PrivateUsrTest {
   std::string parse(const std::string& content, bool openArray = false,
                     const std::string& vendor = "", const std::string& product = "") {
     CFiCredentialsParser parser;

@@ -1,6 +1,8 @@
 #ifndef ORCA_TESTS_PRIVATE_USR_H
 #define ORCA_TESTS_PRIVATE_USR_H
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <string>
 
@@ -17,6 +19,14 @@ inline bool isUsrPrivate() {
   }
   return false;
 }
+
+// A test that writes below /usr/tarn: skipped where that would be the system's.
+class PrivateUsrTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!isUsrPrivate()) GTEST_SKIP() << "needs a /usr/tarn of its own";
+  }
+};
 
 }  // namespace orca_tests
 

@@ -11,10 +11,10 @@
 namespace orca_tests {
 
 // A trace log in an empty private /usr/tarn that keeps what reaches its error manager: a line for
-// each message, "severity message".
+// each message, "severity message". Without a private /usr/tarn it makes nothing and stays off.
 struct TraceRecorder : orca_pdk_4_4::CFiErrorHandlerBase {
   explicit TraceRecorder(const orca_pdk_4_4::tstr& component = "rec", int level = 6) {
-    if (!isUsrPrivate()) throw std::runtime_error("run below tests/support/private_usr.sh");
+    if (!isUsrPrivate()) return;
     for (const char* folder : {"keystone", "lib"}) {
       std::filesystem::remove_all(std::filesystem::path("/usr/tarn") / folder);
     }
