@@ -10,6 +10,19 @@
 
 namespace {
 
+std::time_t g_now = 0;  // stands in for the real time while it is set
+
+}  // namespace
+
+// The trace log's clock; the stamps of its lines come from another one.
+extern "C" time_t time(time_t*) noexcept {
+  timespec real{};
+  clock_gettime(CLOCK_REALTIME, &real);
+  return g_now == 0 ? real.tv_sec : g_now;
+}
+
+namespace {
+
 using namespace orca_pdk_4_4;
 using namespace orca_tests;
 using ::testing::internal::CaptureStdout;
@@ -57,27 +70,40 @@ TEST_F(TraceLog, CutsAMessageOnlyAtItsGreatestLength) {
   }
 }
 
+// The first second of a day, by the local clock.
+std::time_t midnightOf(int year, int month, int day) {
+  std::tm parts{};
+  parts.tm_year = year - 1900;
+  parts.tm_mon = month - 1;
+  parts.tm_mday = day;
+  parts.tm_isdst = -1;
+  return std::mktime(&parts);
+}
+
 TEST_F(TraceLog, ChangesItsFileWithTheDateAndRemovesALinkThere) {
-  TraceRecorder trace;
-  const std::string first = trace.log->getTracePath().c_str();
-  const ScopedEnv tomorrow("TZ", "DAY-24");
-  tzset();
-  const std::time_t now = std::time(nullptr);
-  std::string next = "/usr/tarn/keystone/logs/frzcmd//rec.log.";
-  char day[8];
-  std::strftime(day, sizeof(day), "%m%d", std::localtime(&now));
-  next += day + first.substr(first.size() - 2);
-  writeFile("/usr/tarn/target", "kept");
-  std::filesystem::create_symlink("/usr/tarn/target", next);
-  CaptureStdout();
-  trace.log->trace(1, "line");
-  EXPECT_EQ(GetCapturedStdout(),
-            "A symbolic link with the name " + next + " exists.Removing link\n");
-  EXPECT_EQ(trace.log->getTracePath().c_str(), next);
-  std::filesystem::remove(next);
-  std::filesystem::create_symlink("/usr/tarn/target", next);
-  trace.log->trace(1, "lost");
-  EXPECT_EQ(readFile("/usr/tarn/target"), "kept") << "no link is followed, a later one neither";
+  const std::tuple<std::time_t, std::string, std::string> cases[] = {
+      {midnightOf(2024, 1, 1), "123123", "010124"}, {midnightOf(2024, 2, 29), "022824", "022924"}};
+  for (const auto& [midnight, lastDay, nextDay] : cases) {
+    const std::string start = "/usr/tarn/keystone/logs/frzcmd//rec.log.";
+    g_now = midnight - 1;
+    TraceRecorder trace;
+    trace.log->trace(1, "line");
+    EXPECT_EQ(trace.log->getTracePath().c_str(), start + lastDay);
+    const std::string next = start + nextDay;
+    writeFile("/usr/tarn/target", "kept");
+    std::filesystem::create_symlink("/usr/tarn/target", next);
+    CaptureStdout();
+    g_now = midnight;
+    trace.log->trace(1, "line");
+    EXPECT_EQ(GetCapturedStdout(),
+              "A symbolic link with the name " + next + " exists.Removing link\n");
+    EXPECT_EQ(trace.log->getTracePath().c_str(), next);
+    std::filesystem::remove(next);
+    std::filesystem::create_symlink("/usr/tarn/target", next);
+    trace.log->trace(1, "lost");
+    EXPECT_EQ(readFile("/usr/tarn/target"), "kept") << "no link is followed, a later one neither";
+  }
+  g_now = 0;
 }
 
 TEST_F(TraceLog, SaysThatItsFileCannotBeOpenedAndStaysSilent) {
