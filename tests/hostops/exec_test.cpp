@@ -105,7 +105,7 @@ TEST_F(Exec, NamesTheStepOfItsStartThatFails) {
 }
 
 TEST_F(Exec, ReportsThatItsReadEndWasClosedByTheHost) {
-  const int end = dup(0);  // the number that the read end gets
+  const int end = dup(2);  // the number that the read end gets
   const std::string failure = "close(" + std::to_string(end) + ") failed, errno 9";
   const auto start = [&, this] {
     EXPECT_EQ(m_pipe.ExecPipe("/bin/true", ""), 0);

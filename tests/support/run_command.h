@@ -55,9 +55,10 @@ inline CommandResult runCommand(const std::vector<std::string>& command) {
   const detail::OwnedFile err = detail::temporaryFile();
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", 0, 0);
   posix_spawn_file_actions_adddup2(&actions, fileno(out.get()), STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, fileno(err.get()), STDERR_FILENO);
+  // Last: where standard input was closed, one of the files has its number.
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", 0, 0);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
   sigset_t signals;
