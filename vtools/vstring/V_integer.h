@@ -18,11 +18,11 @@ typedef struct V_integer {
 /* White space of the C locale, so that bytes of UTF-8 texts never count as such. */
 static inline bool V_isSpace(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-/* The value of a digit or letter, 36 for any other character and for -1. */
+/* The value of a digit or letter, 36 for any other character. */
 static inline int V_digitValue(int c) {
   if (c >= '0' && c <= '9') return c - '0';
   const int lower = c | 0x20;
-  return c > 0 && lower >= 'a' && lower <= 'z' ? lower - 'a' + 10 : 36;
+  return lower >= 'a' && lower <= 'z' ? lower - 'a' + 10 : 36;
 }
 
 /* Passes over "0x" when a hexadecimal digit follows and the base allows it, and settles base 0. */
