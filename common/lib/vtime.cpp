@@ -9,8 +9,9 @@ namespace {
 constexpr size_t kTextSize = 26;
 
 bool fits(size_t size) {
-  if (size < kTextSize) errno = ERANGE;
-  return size >= kTextSize;
+  if (size >= kTextSize) return true;
+  errno = ERANGE;
+  return false;
 }
 
 struct tm* deliver(const struct tm* result, struct tm* out) {
