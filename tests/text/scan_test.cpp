@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <climits>
@@ -44,10 +45,10 @@ TEST(Scan, ConvertsNumbersByTheRulesOfTheirConversion) {
       {"+0012x", "td", "12@5"},   {"-0x1fg", "lli", "-31@5"}, {"017", "lli", "15@3"},
       {"0xz", "lli", "0@1"},      {"08", "lli", "0@1"},       {"ff", "llx", "255@2"},
       {"0XFF", "llX", "255@4"},   {"778", "llo", "63@2"},     {"-1", "zu", "-1@2"},
-      {"12345", "3lld", "123@3"}, {"0x12", "2lli", "0@1"},    {"-9", "D", "-9@2"},
+      {"12345", "3lld", "123@3"}, {"0x12", "2lli", "0@1"},    {"-12", "D", "-12@3"},
       {"17", "O", "15@2"},        {"0xabc", "p", "2748@5"},   {"-", "qd", "0"},
       {"017", "ld", "17@3"},      {"0x1", "D", "0@1"},        {"019", "lu", "19@3"},
-      {"19", "lli", "19@2"},      {"0xG", "lx", "0@1"}};
+      {"19", "lli", "19@2"},      {"0xG", "lx", "0@1"},       {"-0", "1lld", "0"}};
   for (const auto& [text, conversion, expected] : integers) {
     EXPECT_EQ(scanned<int64_t>(text, conversion), expected) << text << " by " << conversion;
   }
@@ -85,15 +86,15 @@ TEST(Scan, StoresWhatFitsOfTheRunThatItConsumes) {
     const char *text, *format;
     unsigned size;
     std::string outcome;  // what is stored and the next word, or the result
-  } cases[] = {{"abcd z", "%s", 4, "abc|z"},       {"abcd z", "%s", 5, "abcd|z"},
-               {"abcd z", "%s", 1, "|z"},          {"abcd z", "%s", 0, "####|z"},
-               {"abcd", "%3s", 3, "ab|d"},         {"abcd", "%[a-c]", 3, "ab|d"},
-               {"abcd", "%3c", 0, "a###|bcd"},     {"abcd", "%*2c%c", 1, "c###|d"},
-               {" a b,", "%[^,]", 9, " a b|,"},    {"x]y", "%[]x]", 9, "x]|y"},
-               {"ab]c", "%[^]x]", 9, "ab|]c"},     {"a-b", "%[a-]", 9, "a-|b"},
-               {"ca-b", "%[c-a]", 9, "ca-|b"},     {"dbf", "%[a-c-e]", 9, "db|f"},
-               {"b-d", "%[a-c-b]", 9, "b-|d"},     {"xyz", "%[abc]", 9, "0"},
-               {"\xA9z", "%[~-\xB9]", 9, "\xA9|z"}};
+  } cases[] = {{"abcd z", "%s", 4, "abc|z"},    {"abcd z", "%s", 5, "abcd|z"},
+               {"abcd z", "%s", 1, "|z"},       {"abcd z", "%s", 0, "####|z"},
+               {"abcd", "%3s", 3, "ab|d"},      {"abcd", "%[a-c]", 3, "ab|d"},
+               {"abcd", "%3c", 0, "a###|bcd"},  {"abcd", "%*2c%c", 1, "c###|d"},
+               {" a b,", "%[^,]", 9, " a b|,"}, {"x]y", "%[]x]", 9, "x]|y"},
+               {"ab]c", "%[^]x]", 9, "ab|]c"},  {"a-b", "%[a-]", 9, "a-|b"},
+               {"ca-b", "%[c-a]", 9, "ca-|b"},  {"dbf", "%[a-c-e]", 9, "db|f"},
+               {"b-d", "%[a-c-b]", 9, "b-|d"},  {"a-a", "%[a-a]", 9, "a|-a"},
+               {"xyz", "%[abc]", 9, "0"},       {"\xA9z", "%[~-\xB9]", 9, "\xA9|z"}};
   for (const auto& c : cases) {
     char word[9] = "####", rest[9] = "";
     const std::string format = std::string(c.format) + "%s";
@@ -113,22 +114,18 @@ TEST(Scan, PassesOverWhatTheFormatNamesWithoutATarget) {
 TEST(Scan, LosesNothingOfATextOfGigabytes) {
   constexpr size_t kSize = size_t{4} << 30, kPiece = size_t{1} << 24;
   const auto piece = fileOf(std::string(kPiece, 'x'));
-  const auto map = [](char* at, size_t size, int flags, int file) {
-    void* const place = mmap(at, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | flags, file, 0);
-    return static_cast<char*>(place);
-  };
-  char* const text = map(nullptr, kSize + 1, MAP_ANONYMOUS | MAP_NORESERVE, -1);
+  void* const memory =
+      mmap(nullptr, kSize + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  char* const text = static_cast<char*>(memory);
   for (size_t at = 0; at < kSize; at += kPiece) {
-    ASSERT_EQ(map(text + at, kPiece, MAP_FIXED | MAP_NORESERVE, fileno(piece.get())), text + at);
+    const int access = PROT_READ | PROT_WRITE, flags = MAP_PRIVATE | MAP_FIXED | MAP_NORESERVE;
+    ASSERT_EQ(mmap(text + at, kPiece, access, flags, fileno(piece.get()), 0), text + at);
   }
-  for (const size_t border : {size_t{INT_MAX}, size_t{3} << 30}) {
-    memcpy(text + border - 2, "1e+z", 4);
-  }
-  char first[9] = "", second[9] = "";
-  EXPECT_EQ(V_sscanf(text, "%*2147483645c%*f%5s%*1073741819c%*f%5s", first, 9, second, 9), 2);
-  EXPECT_STREQ(first, "e+zxx");
-  EXPECT_STREQ(second, "e+zxx");
-  munmap(text, kSize + 1);
+  std::copy_n("1e+z", 4, text + INT_MAX - 2);
+  char rest[9] = "";
+  EXPECT_EQ(V_sscanf(text, "%*2147483645c%*f%5s", rest, 9), 1);
+  EXPECT_STREQ(rest, "e+zxx");
+  munmap(memory, kSize + 1);
 }
 
 TEST(Scan, ReturnsMinusOneOnlyWhenTheTextEndsBeforeAnyConversion) {
@@ -196,7 +193,7 @@ TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
       "9223372036854775807,9223372036854775808,-9223372036854775808,-9223372036854775809,"
       "18446744073709551615,18446744073709551616,184467440737095516160");
   for (std::string text; std::getline(texts, text, ',');) {
-    for (const int base : {-1, 0, 1, 2, 8, 10, 16, 35, 36, 37}) {
+    for (const int base : {0, 2, 8, 10, 16, 35, 36}) {
       SCOPED_TRACE(text + " in base " + std::to_string(base));
       const auto expectSame = [&](auto ours, auto theirs) {
         char *end = nullptr, *expectedEnd = text.data();
@@ -210,6 +207,14 @@ TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
       expectSame(__Vstrtoimax, strtoimax);
       expectSame(__Vstrtoumax, strtoumax);
     }
+  }
+}
+
+TEST(IntegerTexts, NeedABaseFromTwoToThirtySix) {
+  for (const int base : {-1, 1, 37}) {
+    errno = 0;
+    EXPECT_EQ(__Vstrtoimax("1", nullptr, base), 0) << base;
+    EXPECT_EQ(errno, EINVAL) << base;
   }
 }
 
