@@ -30,13 +30,12 @@ TEST(MessageDigest5, FollowsRfc1321HoweverTheDataIsCut) {
       {digits.substr(0, 64), "eb6c4179c0a7c82cc2828c1e6338e165"},
       {digits, "6c1907b1a78d427b0d8203d4d13b957e"}};
   for (const auto& [text, digest] : cases) {
-    SCOPED_TRACE(text.size());
     EXPECT_STREQ(CFiMessageDigest5(text.c_str()).GetAnsiMessageDigest(), digest);
     for (const std::size_t piece : {1, 63, 64, 129}) {
       CFiMessageDigest5 object;
       update(object, text, piece);
       object.Finalize();
-      EXPECT_STREQ(object.GetAnsiMessageDigest(), digest) << "in pieces of " << piece;
+      EXPECT_STREQ(object.GetAnsiMessageDigest(), digest) << text.size() << " by " << piece;
     }
   }
 }
@@ -48,9 +47,7 @@ TEST(MessageDigest5, TakesUtf16TextAsTwoBytesAUnitUpToTheZeroUnit) {
 
 TEST(MessageDigest5, TakesNullAsEmpty) {
   const char* const text = nullptr;
-  const unsigned short* const wide = nullptr;
   EXPECT_STREQ(CFiMessageDigest5(text).GetAnsiMessageDigest(), kOfNothing);
-  EXPECT_STREQ(CFiMessageDigest5(wide).GetAnsiMessageDigest(), kOfNothing);
   EXPECT_STREQ(CFiMessageDigest5(nullptr, 7).GetAnsiMessageDigest(), kOfNothing);
 }
 
