@@ -109,8 +109,8 @@ class ORCA_PDK_API CFiConfigurationPathTool {
   // The cache directory. Returns 0.
   static int getCacheLocationInfo(tstr& dir);
   // Path of the LUN cache file of a device. Returns 0, or -1 when the enclosure's directory had to
-  // be made; the key is valid in both cases. A malformed UDID, or one whose fields would lead out
-  // of the cache directory, throws CFiUdidException.
+  // be made; the key is valid in both cases. A malformed UDID, or one that would lead out
+  // of the cache directory, throws CFiUdidException, key then as it was.
   static int getLunKey(const tstr& udid, tstr& key);
   // The same for the device-handle file.
   static int getDevKey(const tstr& udid, tstr& key);

@@ -24,14 +24,19 @@ struct lunNum {
 // what lasts; the maps in memory are made from them. Only the first enclosure that is asked for is
 // read from its files, a later one starts empty.
 //
-// A file holds the number as decimal text. It is replaced as a whole: whoever reads it, also after
-// a process was killed in between, finds the old number or the new one.
+// A file holds the number as decimal text and is read by the rules of strtol: a text without a
+// digit is the number 0. It is replaced as a whole, owner, group and mode kept: whoever reads it,
+// also after a process was killed in between, finds the old number or the new one. What is on its
+// way there is named ".new-<pid>-<number>"; a walk of a directory passes over such a name and
+// removes the file when its process is gone. Every other name is a record.
 //
 // Results are 0 for success, 3 when there is nothing to do (no key, no enclosure id), 5 when memory
 // is short, 26 when a file cannot be opened, read, written or removed; a null argument counts as an
-// empty one. No exception leaves an operation, a malformed device identifier counts as a file that
-// cannot be opened; only a number above 255 given to resetLunNum, and a lowest number above 256
-// where a map is made, throw std::out_of_range.
+// empty one. A write or removal that the system refused traces its reason at level 1. Where memory
+// is short nothing was written, removed or appended, and a bool answer is false; a trace line that
+// finds none is left out. No exception leaves an operation, a malformed device identifier counts as
+// a file that cannot be opened; only a number above 255 given to resetLunNum, and a lowest number
+// above 256 where a map is made, throw std::out_of_range.
 //
 // Threads: one at a time. Two processes that allocate on one enclosure at the same time may pick
 // the same number.
@@ -78,8 +83,8 @@ class ORCA_PDK_API CFiPblmOps : public virtual CFiTraceable {
   // Walks the files of a directory, whose name ends in "/": with null, fills the map; else removes
   // the records that hold the number. False when the directory cannot be read.
   bool scanCache(std::string enclId, tstr dir, unsigned int* lunNumber);
-  // scanCache of an enclosure's directory. An id that is no plain file name is refused like one
-  // whose directory cannot be read.
+  // scanCache of an enclosure's directory. The id stands in the path as it is; one that would lead
+  // out of the cache directory is refused like one whose directory cannot be read.
   bool refreshCache(std::string enclId, unsigned int* lunNumber);
   // Finds or makes the map of an enclosure, letter case ignored; it stays the object's. False when
   // the directory of the first enclosure cannot be read.
@@ -96,13 +101,25 @@ class ORCA_PDK_API CFiPblmOps : public virtual CFiTraceable {
   void resetLunNum(char const* path, unsigned int lunNumber);
 
  private:
-  static bool parseNumber(const std::string& text, long& number);
+  static constexpr std::size_t kLineSize = 1024;
+
+  void traceLine(int level, const char* format, ...) const noexcept ORCA_PDK_PRINTF(3, 4);
+  void traceCause(const char* operation, const char* path) const;
   bool isInRange(long number) const;
   lunNum* addMap(const std::string& enclId, const char* failure);
+  lunNum* findOrMakeMap(const std::string& enclId);
+  void freeMaps();
+  int readRecord(const char* path, char (&line)[kLineSize]);
   int readNumber(const char* path, long& number);
-  int markNumber(const std::string& value, char const* enclId);
+  bool refresh(const std::string& enclId, const unsigned int* lunNumber);
+  bool walk(const std::string& enclId, const std::string& folder, const unsigned int* lunNumber);
+  bool visit(const std::string& enclId, const std::string& folder, const char* name,
+             const unsigned int* lunNumber);
+  bool markRecord(const std::string& path, const std::string& enclId);
+  int removeNumber(const std::string& folder, const std::string& file, unsigned int lunNumber);
+  int markNumber(const char* value, const std::string* enclId);
   void freeNumber(const char* path);
-  int removeDeviceHandle(const std::string& udid);
+  int removeDeviceHandle(const std::string& udid, const std::string& key);
 
   uint32_t m_minLun = 0;
   uint32_t m_maxLun = 255;

@@ -15,7 +15,7 @@ enum EFiUdidReason : int32_t {
   FI_UDID_NO_MARKER = 2,    // the marker "UDID##" is missing
   FI_UDID_ONE_FIELD = 3,    // no separator after the first field
   FI_UDID_TWO_FIELDS = 4,   // no separator after the second field
-  FI_UDID_UNSAFE_FIELD = 5  // a field cannot become a file name
+  FI_UDID_UNSAFE_FIELD = 5  // as a path it would lead out of the cache directory
 };
 
 // Thrown for a text that is no device identifier.

@@ -13,8 +13,10 @@
 #include <string>
 #include <string_view>
 
+#include "cficachepath.h"
 #include "cfiscope.h"
 #include "cfistringtool.h"
+#include "cfitstr.h"
 #include "cfiudid.h"
 
 namespace orca_pdk_4_4 {
@@ -92,25 +94,17 @@ int getDirectory(const char* suffix, tstr& dir) {
   return 0;
 }
 
-// The text becomes a file name and its enclosure field a directory name; neither may name a place
-// elsewhere.
-void checkFileName(const std::string& text, const std::string& enclosure) {
-  const bool leavesDirectory = text.find('/') != std::string::npos ||
-                               text.find('\0') != std::string::npos || enclosure == "." ||
-                               enclosure == "..";
-  if (leavesDirectory) throw CFiUdidException(text, FI_UDID_UNSAFE_FIELD);
-}
-
-// udid and key may be the same object.
-int getDeviceKey(tstr udid, const char* kind, tstr& key) {
-  CFiConfigurationPathTool::getCacheLocationInfo(key);
-  key += kind;
-  verifyOrMake(key);
-  const std::string enclosure = CFiUdid(udid).getEnclosure();
-  checkFileName(CFiStringTool::tstr2str(udid), enclosure);
-  key += CFiStringTool::str2tstr(enclosure + "/");
-  const int result = verifyOrMake(key);
-  key += udid;
+int getDeviceKey(const tstr& udid, const char* kind, tstr& key) {
+  tstr cache;
+  CFiConfigurationPathTool::getCacheLocationInfo(cache);
+  std::string path = CFiStringTool::tstr2str(cache) + kind;
+  verifyOrMake(makeTstr(path));
+  const std::string text = CFiStringTool::tstr2str(udid);
+  const std::string enclosure = CFiUdid(udid).getEnclosure() + "/";
+  if (leadsOutside(enclosure + text)) throw CFiUdidException(text, FI_UDID_UNSAFE_FIELD);
+  path += enclosure;
+  const int result = verifyOrMake(makeTstr(path));
+  assignTstr(key, path + text);
   return result;
 }
 

@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 namespace orca_pdk_4_4 {
 
 // Owns a file descriptor; a negative one is none.
@@ -14,11 +16,16 @@ class CFiDescriptor {
   CFiDescriptor& operator=(const CFiDescriptor&) = delete;
 
   int get() const { return m_fd; }
-  // The result of close(2), 0 when there was nothing to close.
+  // Owns another one from now on.
+  void reset(int fd) {
+    close();
+    m_fd = fd;
+  }
+  // The result of close(2), 0 when there was nothing to close. An interrupted close has closed.
   int close() {
     const int fd = m_fd;
     m_fd = -1;
-    return fd < 0 ? 0 : ::close(fd);
+    return fd < 0 || ::close(fd) == 0 || errno == EINTR ? 0 : -1;
   }
 
  private:

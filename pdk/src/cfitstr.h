@@ -17,10 +17,21 @@ inline const tstr& requireLength(const tstr& text, std::size_t length) {
   return text;
 }
 
+// An argument that was passed as a copy; one that got no memory has no text, not even an empty one.
+inline const tstr& requireCopied(const tstr& argument) {
+  if (argument.c_str() == nullptr) throw std::bad_alloc();
+  return argument;
+}
+
 inline tstr makeTstr(std::string_view text) {
   tstr made(text.data(), text.size());
   requireLength(made, text.size());
   return made;
+}
+
+inline void assignTstr(tstr& to, std::string_view text) {
+  to.set(text.data(), text.size(), true);
+  requireLength(to, text.size());
 }
 
 // Appends a string; the list has room for it, since growing would copy those that it holds.

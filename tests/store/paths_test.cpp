@@ -50,23 +50,30 @@ TEST_F(Paths, AnswerWhetherAnEnclosureWasKnown) {
   EXPECT_EQ(dir.c_str(), cache + "luns//UDID##V##P##d");
 }
 
-TEST_F(Paths, RefuseIdentifiersThatAreNoFileName) {
+TEST_F(Paths, RefuseIdentifiersThatLeadOutOfTheCache) {
   std::filesystem::create_directories(root + "/lib/orca");
   const auto code = [this](const std::string& udid) {
     try {
-      return Tool::getLunKey(tstr(udid.data(), udid.size()), dir);
+      Tool::getLunKey(tstr(udid.data(), udid.size()), dir = "old");
     } catch (const CFiUdidException& error) {
+      EXPECT_STREQ(dir.c_str(), "old");
+      EXPECT_EQ(error.text, udid);
       return static_cast<int>(error.code);
     }
+    return 0;
   };
   EXPECT_EQ(code("no marker"), FI_UDID_NO_MARKER);
   EXPECT_TRUE(std::filesystem::is_directory(cache + "luns")) << "made before it is read";
   const std::string start = "UDID##V##P##";
-  for (const std::string& udid : {start + "..##d", start + ".##d", start + "e##../d",
-                                  start + "a/b##d", "/" + start + "e##d", start + "e##d" + '\0'}) {
+  for (const std::string& udid : {start + "..##d", start + "e/../f##d", start + "e##d/..",
+                                  "../" + start + "e##d", start + "e##d" + '\0'}) {
     EXPECT_EQ(code(udid), FI_UDID_UNSAFE_FIELD) << udid;
   }
-  EXPECT_EQ(code(start + "...##.."), -1) << "the file's name starts with the marker";
+  for (const std::string& udid : {start + ".##d", start + "e##../d", start + "a/b##d",
+                                  "/" + start + "e##d", start + "...##.."}) {
+    EXPECT_EQ(code(udid), 0) << udid;
+    EXPECT_EQ(std::string(dir.c_str()).substr(dir.length() - udid.size()), udid);
+  }
 }
 
 }  // namespace
