@@ -172,7 +172,8 @@ ORCA_FIUTIL_API int orca_objidcmp(const orca_objid* a, const orca_objid* b);
 
 /*
  * Fills *root with the install root as a buffer that the caller returns with
- * orca_free_buf(*root, strlen(*root) + 1), or leaves it null. Returns 0.
+ * orca_free_buf(*root, strlen(*root) + 1), or leaves it null. Returns 0, or -1 with errno ENOMEM
+ * when there is one but no memory for it.
  */
 ORCA_FIUTIL_API int orca_get_install_root(char** root);
 

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +11,10 @@ int orca_get_install_root(char** root) {
   if (setting == nullptr || *setting == '\0') return 0;
   const size_t size = std::strlen(setting) + 1;
   *root = static_cast<char*>(orca_alloc_buf(size));
-  if (*root != nullptr) std::memcpy(*root, setting, size);
+  if (*root == nullptr) {
+    errno = ENOMEM;
+    return -1;
+  }
+  std::memcpy(*root, setting, size);
   return 0;
 }

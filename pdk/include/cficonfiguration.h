@@ -21,9 +21,10 @@ namespace orca_pdk_4_4 {
 //
 // Results are 0 for success unless said otherwise, -1 for a null name or a heap that could not be
 // opened; failures of opening and importing also fill the last error record. What would not read
-// back from the file is refused with -1: values and section names with a line break, section names
-// with brackets or an empty level (levels are separated by backslashes, and by slashes when a file
-// is read), value names with a bracket, a backslash, a double quote or a line break.
+// back from the file is refused with -1: values with a line break or a NUL, section names with a
+// line break, brackets, an empty level or more than 100 levels (they are separated by backslashes,
+// and by slashes when a file is read), value names that are empty or hold a bracket, a backslash, a
+// double quote or a line break. Short memory throws std::bad_alloc where nothing else is said.
 //
 // A configuration that the trace log itself reads has no trace log of its own.
 //
@@ -34,8 +35,9 @@ class ORCA_PDK_API CFiConfiguration : public virtual CFiLastError, public virtua
   CFiConfiguration();
   // Opens the heap and imports the file (import true), or only keeps directory and file name.
   CFiConfiguration(const char* path, const char* file, bool import);
-  // The configuration of that name at its usual place. A file that cannot be imported is replaced
-  // by one with what could be read of it. Never throws.
+  // The configuration of that name at its usual place. A file that is missing is made; one that
+  // cannot be imported is replaced, as exportConfig does, by one with what could be read of it.
+  // Never throws.
   explicit CFiConfiguration(const tstr& name);
   ~CFiConfiguration() override;
 
@@ -43,11 +45,14 @@ class ORCA_PDK_API CFiConfiguration : public virtual CFiLastError, public virtua
   ACE_Configuration_Heap& configHeap();
 
   // Imports a file into the heap: directory and file name are joined with nothing between them,
-  // null counts as empty. -1 when the directory or the file is missing, else the importer's code.
-  // What stood before a malformed line stays imported; a last line without a newline is not read.
+  // null counts as empty. -1 when the directory or the file is missing or no regular file, else the
+  // importer's code: -3 for a section line without "]" or with more than 100 levels. What stood
+  // before a malformed line stays imported; a last line without a newline is not read.
   int importConfig(const char* path, const char* file);
-  // Writes the whole heap to the file; else a code below 0, the file then possibly cut. Values
-  // outside any section are not written.
+  // Writes the whole heap to the file, which it replaces as a whole, owner, group and mode kept; a
+  // code below 0 when that fails, the file then as it was. A file that could not be imported is
+  // kept before as "<file>.rejected", mode 0600, in place of the last one that was. Values outside
+  // any section are not written.
   int exportConfig();
 
   // Opens a section below base, or below the root, and makes it the current one; with create
@@ -77,6 +82,13 @@ class ORCA_PDK_API CFiConfiguration : public virtual CFiLastError, public virtua
                                                tstr section, bool openArray);
 
  private:
+  // Refuses sections nested too deep: opening all levels of one costs the square of their number.
+  class Heap : public ACE_Configuration_Heap {
+   public:
+    int open_section(const ACE_Configuration_Section_Key& base, const ACE_TCHAR* name, bool create,
+                     ACE_Configuration_Section_Key& result) override;
+  };
+
   void openHeap();
   void setLocation(const char* path, const char* file);
   int fail(int code, const char* message, int line, const char* function);
@@ -87,17 +99,18 @@ class ORCA_PDK_API CFiConfiguration : public virtual CFiLastError, public virtua
                      std::set<std::string>& hosts, std::vector<SFiCredential>& result);
   void importRecord(std::set<std::string>& hosts, std::vector<SFiCredential>& result);
 
-  ACE_Configuration_Heap m_heap;
+  Heap m_heap;
   tstr m_configPath;
   tstr m_configFile;
   tstr m_configFullPath;
   ACE_Configuration_Section_Key m_currentSection;
   bool m_opened = false;
+  bool m_isRejected = false;  // the file is there but could not be imported
 };
 
 // Where the system keeps its files. Operations that answer with a directory make it when it is
 // missing (one level only, mode 0755); a directory that cannot be made is not reported. Directories
-// end in "/".
+// end in "/". Short memory throws std::bad_alloc.
 //
 // Threads: no state; safe from any thread.
 class ORCA_PDK_API CFiConfigurationPathTool {

@@ -21,7 +21,7 @@ struct ORCA_PDK_API SFiCredential {
 };
 
 // Reads array credentials from a credential text. Malformed lines and values are skipped with a
-// warning in the trace log; nothing is thrown.
+// warning in the trace log. Nothing is thrown but std::bad_alloc, the list then as it was.
 class ORCA_PDK_API CFiCredentialsParser : public virtual CFiTraceable {
  public:
   CFiCredentialsParser();

@@ -1,19 +1,26 @@
 #include "cficonfiguration.h"
 
 #include <ace/Configuration_Import_Export.h>
+#include <fcntl.h>
 #include <fiutil.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
+#include <new>
 #include <set>
 #include <string>
 #include <string_view>
 
 #include "cficachepath.h"
+#include "cficredentiallist.h"
+#include "cfidescriptor.h"
+#include "cfinewfile.h"
+#include "cfiretry.h"
 #include "cfiscope.h"
 #include "cfistringtool.h"
 #include "cfitstr.h"
@@ -24,22 +31,60 @@ namespace orca_pdk_4_4 {
 namespace {
 
 constexpr int kFailed = -1;
-// The importer's own code for a line that it cannot use.
-constexpr int kMalformed = -4;
 constexpr size_t kDefaultMapSize = 16;
+constexpr std::ptrdiff_t kMostLevels = 100;
 constexpr const char* kSourceFile = "cficonfiguration";
+constexpr const char* kTraceSource = "../cficonfiguration";
 
 const char* textOrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
-// The importer takes a file for text and steps out of its lines at a NUL. A file that cannot be
-// read holds none: the importer says what is wrong with it.
-bool holdsNul(const char* path) {
-  std::ifstream in(path, std::ios::binary);
+// Result of a call of ACE, which goes on, with parts missing, where it has no memory, and says so
+// in errno alone.
+template <class Call>
+int unlessShort(Call call) {
+  errno = 0;
+  const int result = call();
+  if (errno == ENOMEM) throw std::bad_alloc();
+  return result;
+}
+
+// The levels that a section name has when it is read from a file, where slashes separate them too;
+// those of the root, which has no name, are none.
+std::ptrdiff_t levelsOf(std::string_view name) {
+  const auto isSeparator = [](char c) { return c == '\\' || c == '/'; };
+  return name.empty() ? 0 : std::count_if(name.begin(), name.end(), isSeparator) + 1;
+}
+
+struct FreeMemory {
+  void operator()(char* memory) const { std::free(memory); }
+};
+
+// Where a file is to be written: a link's target, so that the link stays one. Empty when there is
+// something that cannot be replaced: a device or a FIFO, what may not be written.
+std::string writablePlace(const char* path) {
+  struct stat info;
+  if (stat(path, &info) != 0) return errno == ENOENT ? path : "";
+  if (!S_ISREG(info.st_mode) || access(path, W_OK) != 0) return {};
+  const std::unique_ptr<char, FreeMemory> place(realpath(path, nullptr));
+  return place != nullptr ? place.get() : "";
+}
+
+bool copyAll(int from, int to) {
   char block[4096];
-  while (in.read(block, sizeof(block)) || in.gcount() > 0) {
-    if (std::memchr(block, '\0', static_cast<size_t>(in.gcount())) != nullptr) return true;
+  for (;;) {
+    const ssize_t got = retryInterrupted([&] { return read(from, block, sizeof(block)); });
+    if (got <= 0) return got == 0;
+    if (!writeAll(to, block, static_cast<size_t>(got))) return false;
   }
-  return false;
+}
+
+// Keeps a file beside itself, for its owner alone.
+bool keepRejected(const std::string& path) {
+  const CFiDescriptor file(
+      retryInterrupted([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+  CFiNewFile kept(path + ".rejected");
+  return file.get() >= 0 && kept.openPrivate() && copyAll(file.get(), kept.fd()) && kept.sync() &&
+         kept.putInPlace();
 }
 
 // A section with an empty level cannot be opened again, and the export that meets it fails half way
@@ -56,14 +101,16 @@ bool isSectionName(const char* name) {
   return true;
 }
 
-// Names that are written to the file must read back.
+// Names and values that are written to the file must read back.
 bool isWritableKey(const char* name) {
-  return name != nullptr && std::strpbrk(name, "\"\n\r") == nullptr;
+  return name != nullptr && *name != '\0' && std::strpbrk(name, "\"\n\r") == nullptr;
 }
 
-bool isWritableValue(const tstr& value) { return std::strpbrk(value.c_str(), "\n\r") == nullptr; }
-
-constexpr const char* kTraceSource = "../cficonfiguration";
+bool isWritableValue(const tstr& value) {
+  constexpr std::string_view kForbidden("\n\r\0", 3);
+  return std::string_view(value.c_str(), value.length()).find_first_of(kForbidden) ==
+         std::string_view::npos;
+}
 
 bool isOpenArrayName(const tstr& name) { return name.find("OPENARRAY") != tstr::npos; }
 
@@ -81,29 +128,35 @@ struct BufferReturner {
 };
 
 // Answers whether the directory was there, as verify does, and makes it when it was not.
-int verifyOrMake(const tstr& dir) {
+int verifyOrMake(const std::string& dir) {
   const int result = CFiConfigurationPathTool::verify(dir.c_str());
   if (result != 0) static_cast<void>(mkdir(dir.c_str(), kDirectoryMode));
   return result;
 }
 
 int getDirectory(const char* suffix, tstr& dir) {
-  CFiConfigurationPathTool::getInstallPath(dir);
-  dir += suffix;
-  verifyOrMake(dir);
+  tstr root;
+  CFiConfigurationPathTool::getInstallPath(root);
+  const std::string path = CFiStringTool::tstr2str(root) + suffix;
+  verifyOrMake(path);
+  assignTstr(dir, path);
   return 0;
+}
+
+void setFileName(const char* before, const tstr& name, const char* after, tstr& file) {
+  assignTstr(file, before + CFiStringTool::tstr2str(name) + after);
 }
 
 int getDeviceKey(const tstr& udid, const char* kind, tstr& key) {
   tstr cache;
   CFiConfigurationPathTool::getCacheLocationInfo(cache);
   std::string path = CFiStringTool::tstr2str(cache) + kind;
-  verifyOrMake(makeTstr(path));
+  verifyOrMake(path);
   const std::string text = CFiStringTool::tstr2str(udid);
   const std::string enclosure = CFiUdid(udid).getEnclosure() + "/";
   if (leadsOutside(enclosure + text)) throw CFiUdidException(text, FI_UDID_UNSAFE_FIELD);
   path += enclosure;
-  const int result = verifyOrMake(makeTstr(path));
+  const int result = verifyOrMake(path);
   assignTstr(key, path + text);
   return result;
 }
@@ -139,6 +192,16 @@ CFiConfiguration::CFiConfiguration(const tstr& name) {
 
 CFiConfiguration::~CFiConfiguration() = default;
 
+int CFiConfiguration::Heap::open_section(const ACE_Configuration_Section_Key& base,
+                                         const ACE_TCHAR* name, bool create,
+                                         ACE_Configuration_Section_Key& result) {
+  const auto* above = dynamic_cast<const ACE_Configuration_Section_Key_Heap*>(
+      get_internal_key(const_cast<ACE_Configuration_Section_Key&>(base)));
+  const std::ptrdiff_t levels = above != nullptr ? levelsOf(above->path_) : 0;
+  if (levels + levelsOf(name) > kMostLevels) return kFailed;
+  return ACE_Configuration_Heap::open_section(base, name, create, result);
+}
+
 ACE_Configuration_Heap& CFiConfiguration::configHeap() { return m_heap; }
 
 int CFiConfiguration::importConfig(const char* path, const char* file) {
@@ -158,15 +221,25 @@ int CFiConfiguration::importConfig(const char* path, const char* file) {
 }
 
 int CFiConfiguration::exportConfig() {
-  if (!m_opened) return kFailed;
-  return ACE_Registry_ImpExp(m_heap).export_config(m_configFullPath.c_str());
+  if (!m_opened || m_configFullPath.empty()) return kFailed;
+  const std::string place = writablePlace(m_configFullPath.c_str());
+  if (place.empty() || (m_isRejected && !keepRejected(place))) return kFailed;
+  m_isRejected = false;
+  CFiNewFile file(place);
+  file.sweepFolder();
+  if (!file.openLikeOld()) return kFailed;
+  const char* const name = file.temporary().c_str();
+  const int result = unlessShort([&] { return ACE_Registry_ImpExp(m_heap).export_config(name); });
+  if (result != 0) return result;
+  return file.sync() && file.putInPlace() ? 0 : kFailed;
 }
 
 int CFiConfiguration::openSection(const ACE_Configuration_Section_Key& base, const char* name,
                                   ACE_Configuration_Section_Key& out, int create) {
   if (!m_opened || !isSectionName(name)) return kFailed;
   ACE_Configuration_Section_Key opened;
-  const int result = m_heap.open_section(base, name, create != 0, opened);
+  const int result =
+      unlessShort([&] { return m_heap.open_section(base, name, create != 0, opened); });
   if (result == 0) {
     out = opened;
     m_currentSection = opened;
@@ -181,7 +254,7 @@ int CFiConfiguration::openSection(const char* name, ACE_Configuration_Section_Ke
 
 int CFiConfiguration::getStringValue(const char* name, tstr& value) {
   if (!m_opened || name == nullptr) return kFailed;
-  return m_heap.get_string_value(m_currentSection, name, value);
+  return unlessShort([&] { return m_heap.get_string_value(m_currentSection, name, value); });
 }
 
 int CFiConfiguration::getStringValue(const char* section, const char* name, tstr& value) {
@@ -192,12 +265,12 @@ int CFiConfiguration::getStringValue(const char* section, const char* name, tstr
 
 int CFiConfiguration::setStringValue(const char* name, const tstr& value) {
   if (!m_opened || !isWritableKey(name) || !isWritableValue(value)) return kFailed;
-  return m_heap.set_string_value(m_currentSection, name, value);
+  return unlessShort([&] { return m_heap.set_string_value(m_currentSection, name, value); });
 }
 
 int CFiConfiguration::getIntegerValue(const char* name, unsigned int& value) {
   if (!m_opened || name == nullptr) return kFailed;
-  return m_heap.get_integer_value(m_currentSection, name, value);
+  return unlessShort([&] { return m_heap.get_integer_value(m_currentSection, name, value); });
 }
 
 int CFiConfiguration::getIntegerValue(const char* section, const char* name, unsigned int& value) {
@@ -208,16 +281,18 @@ int CFiConfiguration::getIntegerValue(const char* section, const char* name, uns
 
 int CFiConfiguration::setIntegerValue(const char* name, unsigned int value) {
   if (!m_opened || !isWritableKey(name)) return kFailed;
-  return m_heap.set_integer_value(m_currentSection, name, value);
+  return unlessShort([&] { return m_heap.set_integer_value(m_currentSection, name, value); });
 }
 
 std::vector<tstr> CFiConfiguration::enumerateSections(const ACE_Configuration_Section_Key& key) {
-  std::vector<tstr> names;
-  if (!m_opened) return names;
+  std::vector<std::string> found;
   tstr name;
-  for (int index = 0; m_heap.enumerate_sections(key, index, name) == 0; ++index) {
-    names.push_back(name);
-  }
+  int index = 0;
+  const auto next = [&] { return m_heap.enumerate_sections(key, index++, name); };
+  while (m_opened && unlessShort(next) == 0) found.push_back(CFiStringTool::tstr2str(name));
+  std::vector<tstr> names;
+  names.reserve(found.size());
+  for (const std::string& each : found) appendTstr(names, each);
   return names;
 }
 
@@ -235,7 +310,8 @@ std::vector<SFiCredential> CFiConfiguration::importCredentials(std::string vendo
   parser.parse(vendor, product, result, openArray);
 
   ACE_Configuration_Section_Key key;
-  if (openSection(section.c_str(), key, 1) == 0) importSections(key, openArray, result);
+  if (openSection(requireCopied(section).c_str(), key, 1) == 0)
+    importSections(key, openArray, result);
 
   if (result.empty()) {
     traceLine(FI_TRACE_WARNING, "WARNING: No credentials found for %s %s.", vendor.c_str(),
@@ -256,9 +332,11 @@ void CFiConfiguration::openHeap() {
 }
 
 void CFiConfiguration::setLocation(const char* path, const char* file) {
-  m_configPath = textOrEmpty(path);
-  m_configFile = textOrEmpty(file);
-  m_configFullPath = m_configPath + m_configFile;
+  m_isRejected = false;
+  m_configFullPath.clear();
+  assignTstr(m_configPath, textOrEmpty(path));
+  assignTstr(m_configFile, textOrEmpty(file));
+  assignTstr(m_configFullPath, std::string(textOrEmpty(path)) + textOrEmpty(file));
 }
 
 int CFiConfiguration::fail(int code, const char* message, int line, const char* function) {
@@ -267,9 +345,15 @@ int CFiConfiguration::fail(int code, const char* message, int line, const char* 
 }
 
 int CFiConfiguration::importFile() {
-  if (!m_opened) return kFailed;
-  if (holdsNul(m_configFullPath.c_str())) return kMalformed;
-  return ACE_Registry_ImpExp(m_heap).import_config(m_configFullPath.c_str());
+  struct stat info;
+  // A FIFO would be waited for, and a device need not end.
+  const bool isFile = stat(m_configFullPath.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+  if (!m_opened || !isFile) return kFailed;
+  m_isRejected = true;
+  const char* const name = m_configFullPath.c_str();
+  const int result = unlessShort([&] { return ACE_Registry_ImpExp(m_heap).import_config(name); });
+  m_isRejected = result != 0;
+  return result;
 }
 
 void CFiConfiguration::importSections(const ACE_Configuration_Section_Key& key, bool openArray,
@@ -280,7 +364,7 @@ void CFiConfiguration::importSections(const ACE_Configuration_Section_Key& key, 
             static_cast<int>(names.size()));
   std::set<std::string> hosts;
   for (const SFiCredential& known : result) hosts.insert(hostKey(known.hostname));
-  result.reserve(result.size() + names.size());  // records cannot be moved, only copied
+  makeRoom(result, result.size() + names.size());
   for (const tstr& name : names) importSection(key, name, openArray, hosts, result);
 }
 
@@ -318,7 +402,7 @@ void CFiConfiguration::importRecord(std::set<std::string>& hosts,
 
   traceLine(FI_TRACE_INFO, "Checking if credentails alreadt added for [%s]",
             record.hostname.c_str());
-  if (hosts.insert(hostKey(record.hostname)).second) result.push_back(record);
+  if (hosts.insert(hostKey(record.hostname)).second) appendRecord(result, record);
 }
 
 int CFiConfigurationPathTool::verify(const char* path) {
@@ -327,9 +411,12 @@ int CFiConfigurationPathTool::verify(const char* path) {
 
 int CFiConfigurationPathTool::getInstallPath(tstr& out) {
   char* text = nullptr;
+  errno = 0;
   orca_get_install_root(&text);
+  // The usual root in place of one for which memory was short would be another one.
+  if (text == nullptr && errno == ENOMEM) throw std::bad_alloc();
   const std::unique_ptr<char, BufferReturner> root(text);
-  out = root != nullptr ? root.get() : "/usr/tarn";
+  assignTstr(out, root != nullptr ? root.get() : "/usr/tarn");
   return 0;
 }
 
@@ -346,21 +433,21 @@ int CFiConfigurationPathTool::getDevKey(const tstr& udid, tstr& key) {
 }
 
 int CFiConfigurationPathTool::getMessageFileInfo(const tstr& name, tstr& dir, tstr& file) {
-  file = tstr("lib") + name;
+  setFileName("lib", name, "", file);
   return getDirectory("/resources/", dir);
 }
 
 int CFiConfigurationPathTool::getConfigFileInfo(const tstr& name, tstr& dir, tstr& file) {
-  file = name + ".conf";
+  setFileName("", name, ".conf", file);
   return getDirectory("/lib/orca/configfiles/", dir);
 }
 
 int CFiConfigurationPathTool::getTraceFileInfo(const tstr& name, tstr& dir, tstr& file) {
-  file = name + ".log";
-  getInstallPath(dir);
   // Trace files of all install roots are gathered in one place.
-  dir = "/usr/tarn/keystone/logs/frzcmd/";
-  verifyOrMake(dir);
+  constexpr const char* kTraceDirectory = "/usr/tarn/keystone/logs/frzcmd/";
+  setFileName("", name, ".log", file);
+  verifyOrMake(kTraceDirectory);
+  assignTstr(dir, kTraceDirectory);
   return 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include <fiutil.h>
 
+#include "cficredentiallist.h"
 #include "cfistringtool.h"
 
 namespace orca_pdk_4_4 {
@@ -98,13 +99,13 @@ class TextReader : public CFiTraceable {
 
   void store(const std::string& key, const std::string& value) {
     if (key == "HOSTNAME") {
-      m_record.hostname = CFiStringTool::str2tstr(value);
+      assignTstr(m_record.hostname, value);
     } else if (key == "USERNAME") {
-      m_record.username = CFiStringTool::str2tstr(value);
+      assignTstr(m_record.username, value);
     } else if (key == "PASSWORD") {
-      m_record.password = CFiStringTool::str2tstr(value);
+      assignTstr(m_record.password, value);
     } else if (key == "DATA") {
-      m_record.data = CFiStringTool::str2tstr(value);
+      assignTstr(m_record.data, value);
     } else if (key == "PORT") {
       storePort(key, value);
     }
@@ -126,7 +127,7 @@ class TextReader : public CFiTraceable {
               "INFO: adding array credentials for: vendor %s, product %s, server %s, username %s",
               m_vendor.c_str(), m_product.c_str(), m_record.hostname.c_str(),
               m_record.username.c_str());
-    m_out.push_back(m_record);
+    appendRecord(m_out, m_record);
     return true;
   }
 
@@ -159,7 +160,13 @@ int CFiCredentialsParser::parse(std::string vendor, std::string product,
 int CFiCredentialsParser::parse(std::string text, std::string vendor, std::string product,
                                 std::vector<SFiCredential>& out, bool openArray) {
   traceLine(FI_TRACE_DETAIL, "CFiCredentialsParser::parse - parsing credentails");
-  TextReader(*this, vendor, product, out, openArray).read(text);
+  const std::ptrdiff_t known = std::ssize(out);
+  try {
+    TextReader(*this, vendor, product, out, openArray).read(text);
+  } catch (...) {
+    out.erase(out.begin() + known, out.end());
+    throw;
+  }
   return FI_OK;
 }
 
