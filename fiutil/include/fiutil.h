@@ -179,7 +179,7 @@ ORCA_FIUTIL_API int orca_get_install_root(char** root);
 
 /*
  * Points *text at the NUL-terminated credential text, which stays the library's own, or leaves it
- * null when there is none. Returns 0.
+ * null when there is none. Returns 0, or -1 when there is one that cannot be read.
  */
 ORCA_FIUTIL_API int orca_get_credential_blob(char** text);
 

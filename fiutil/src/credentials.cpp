@@ -1,6 +1,10 @@
-#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdlib>
-#include <memory>
+#include <cstring>
 #include <mutex>
 #include <set>
 #include <string>
@@ -9,18 +13,52 @@
 
 namespace {
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+class File {
+ public:
+  // Not waiting for a FIFO, and not letting a terminal become the process's own.
+  explicit File(const char* path) {
+    do m_fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    while (m_fd < 0 && errno == EINTR);
+  }
+  ~File() {
+    if (m_fd >= 0) close(m_fd);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  bool isOpen() const { return m_fd >= 0; }
+  // A device or a FIFO need not end.
+  bool isRegular() const {
+    struct stat info;
+    return fstat(m_fd, &info) == 0 && S_ISREG(info.st_mode);
+  }
+  // The result of read(2), also when signals come.
+  ssize_t next(char* block, size_t size) const {
+    ssize_t got = read(m_fd, block, size);
+    while (got < 0 && errno == EINTR) got = read(m_fd, block, size);
+    return got;
+  }
+
+ private:
+  int m_fd = -1;
 };
 
-// The file's text up to its end or its first NUL. False when it cannot be read.
+// The file's text up to its end or its first NUL. False, with errno, when it cannot be read.
 bool readText(const char* path, std::string& text) {
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "re"));
-  if (file == nullptr) return false;
-  for (int c = std::getc(file.get()); c != EOF && c != '\0'; c = std::getc(file.get())) {
-    text.push_back(static_cast<char>(c));
+  const File file(path);
+  if (!file.isOpen()) return false;
+  if (!file.isRegular()) {
+    errno = EINVAL;
+    return false;
   }
-  return std::ferror(file.get()) == 0;
+  char block[4096];
+  ssize_t got = file.next(block, sizeof(block));
+  for (; got > 0; got = file.next(block, sizeof(block))) {
+    const size_t length = strnlen(block, static_cast<size_t>(got));
+    text.append(block, length);
+    if (length < static_cast<size_t>(got)) return true;
+  }
+  return got == 0;
 }
 
 // A text that stays valid for the rest of the process, the same one for the same content, so that a
@@ -41,9 +79,10 @@ int orca_get_credential_blob(char** text) {
   if (path == nullptr || *path == '\0') return 0;
   try {
     std::string content;
-    if (readText(path, content)) *text = keep(std::move(content));
+    if (!readText(path, content)) return errno == ENOENT ? 0 : -1;
+    *text = keep(std::move(content));
+    return 0;
   } catch (...) {
-    // Short of memory: no credential text.
+    return -1;  // short of memory
   }
-  return 0;
 }
