@@ -60,7 +60,7 @@ class ORCA_PDK_API CFiUdid {
   std::string m_second;
   std::string m_enclosure;
   std::string m_device;
-  std::string m_spare;
+  std::string m_spare;  // always empty; providers are compiled with its place in the object
   bool m_fourField = false;
 };
 

@@ -76,7 +76,7 @@ std::string CFiStoragestackTool::makeCompleteDevName(std::string const& name) {
   return std::string(kDevPrefix) + name;
 }
 
-// Callers rely on "/dev/" being tried first, which leaves nothing to the rules after it.
+// "/dev/" is tried first, which leaves nothing to the rules after it, here and below.
 void CFiStoragestackTool::makeRawToBlockPath(std::string const& in, std::string& out) {
   applyFirst({{kDevPrefix, kDevPrefix},
               {"/dev/qv/rdsk/", "/dev/qv/dsk/"},

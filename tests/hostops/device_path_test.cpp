@@ -29,7 +29,7 @@ TEST(DevicePath, TellsDisksSlicesAndPartitionsByTheirNames) {
   }
 }
 
-TEST(DevicePath, RemovesAndAddsTheDevPrefixAndConvertsNothing) {
+TEST(DevicePath, IsChangedByItsDevPrefixAlone) {
   const char* cases[][3] = {{"/dev/sda", "sda", "/dev/sda"},
                             {"/dev/", "", "/dev/"},
                             {"/dev/qv/rdsk/v", "qv/rdsk/v", "/dev/qv/rdsk/v"},
@@ -39,8 +39,10 @@ TEST(DevicePath, RemovesAndAddsTheDevPrefixAndConvertsNothing) {
     Tool::removeDevPrefix(text);
     Tool::makeRawToBlockPath(name, block);
     Tool::makeBlockToRawPath(name, raw);
-    EXPECT_EQ(text + "|" + block + "|" + raw,
-              std::string(removed) + "|" + converted + "|" + converted);
+    SCOPED_TRACE(name);
+    EXPECT_EQ(text, removed);
+    EXPECT_EQ(block, converted);
+    EXPECT_EQ(raw, converted);
     EXPECT_EQ(Tool::makeCompleteDevName(name), std::string("/dev/") + name);
     EXPECT_EQ(Tool::addDiskSliceToDisk(name), name);
   }
