@@ -101,16 +101,14 @@ ORCA_PDK_API void RemoveSymbolicLink(const char* path);
 class ORCA_PDK_API CFiTraceLogFunction {
  public:
   // function and file are not copied: both must outlive the scope (literals do). Of file the part
-  // after the last "/" is written; a name without "/" is replaced by this header's. An empty log or
-  // a null name writes nothing. With line 0 the exit line names the function only.
+  // after the last "/" is written; a name without "/" is replaced by "pdk/include/cfitracelog.h".
+  // An empty log or a null name writes nothing. With line 0 the exit line names the function only.
   CFiTraceLogFunction(const CFiTraceLogPtr& log, const char* function, int line, const char* file);
   virtual ~CFiTraceLogFunction();
   CFiTraceLogFunction(const CFiTraceLogFunction&) = delete;
   CFiTraceLogFunction& operator=(const CFiTraceLogFunction&) = delete;
 
  private:
-  static constexpr const char* kHeaderFile = __FILE__;
-
   CFiTraceLogPtr m_log;
   const char* m_function;
   int m_line;

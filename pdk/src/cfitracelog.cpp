@@ -23,6 +23,9 @@ namespace orca_pdk_4_4 {
 
 namespace {
 
+// Stands for a source name that is no path.
+constexpr char kScopeHeader[] = "pdk/include/cfitracelog.h";
+
 constexpr size_t kFirstSize = 1024;
 constexpr size_t kLastSize = 8192;
 constexpr size_t kManagerRoom = 255;
@@ -439,7 +442,7 @@ CFiTraceLogFunction::CFiTraceLogFunction(const CFiTraceLogPtr& log, const char* 
     : m_log(log), m_function(function), m_line(line), m_file(file) {
   if (m_file != nullptr) {
     const char* const slash = std::strrchr(m_file, '/');
-    m_file = slash != nullptr ? slash + 1 : kHeaderFile;
+    m_file = slash != nullptr ? slash + 1 : kScopeHeader;
   }
   if (m_log && m_function != nullptr && m_file != nullptr) {
     m_log->trace(FI_TRACE_DETAIL, "Entering Function %s [%d, %s]", m_function, m_line, m_file);
