@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <new>
 
 namespace orca_pdk_4_4 {
 
@@ -33,7 +34,7 @@ UErrorCode fillUnicode(Function convert, const Source* source, std::size_t lengt
   const int32_t needed = measure(convert, source, length, status);
   if (U_FAILURE(status)) return status;
   UChar* const buffer = text.getBuffer(needed + 1);
-  if (buffer == nullptr) return U_MEMORY_ALLOCATION_ERROR;
+  if (buffer == nullptr) throw std::bad_alloc();
   convert(buffer, needed + 1, nullptr, source, static_cast<int32_t>(length), &status);
   text.releaseBuffer(U_FAILURE(status) ? 0 : needed);
   return status;

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
+#include <new>
 #include <string_view>
 
 #include "cfiicuconvert.h"
@@ -228,7 +229,8 @@ char* writeXmlEscaped(char* out, std::string_view text) {
 }
 
 std::string CFiStringTool::tstr2str(const tstr& text) {
-  return text.c_str() == nullptr ? std::string() : std::string(text.c_str(), text.length());
+  if (text.c_str() == nullptr) throw std::bad_alloc();  // an ACE string that got no memory
+  return std::string(text.c_str(), text.length());
 }
 
 tstr CFiStringTool::str2tstr(const std::string& text) { return makeTstr(text); }
