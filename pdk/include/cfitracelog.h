@@ -54,7 +54,7 @@ class ORCA_PDK_API CFiTraceLog : public virtual CFiRefCount {
   // True when a line of the file holds "FRZCMD_VERBOSE", and when the file cannot be opened.
   bool findFrzcmdVerboseValue(std::string& path);
   // Reads the product's verbosity from a settings file. 0 when level was set, 26 when the file
-  // cannot be opened, else 1.
+  // cannot be opened, else 1. A FIFO is not waited for: it counts as an empty file.
   int getFrzcmdTraceLevel(tstr& dir, tstr& file, int& level);
 
   // Every traced line goes to this manager too; null detaches it. Not owned: the manager must

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +17,7 @@
 #include "cfidescriptor.h"
 #include "cfierrormgr.h"
 #include "cfiretry.h"
+#include "cfistringtool.h"
 
 namespace orca_pdk_4_4 {
 
@@ -144,79 +144,66 @@ class ComponentSettings {
   CFiConfiguration m_config;
 };
 
-// Looks for the verbosity in the product's settings, which arrive in blocks of any size. Lines are
-// taken in pieces of at most 254 characters, and a piece ends for the search at its first NUL.
-class VerbosityScan {
+// A file in pieces, as fgets gives them: each ends with its line, after 254 characters or with the
+// file. Without a stream, which would cost as much as opening the file. A FIFO is not waited for.
+class Pieces {
  public:
-  // False once the rest of the file no longer matters.
-  bool feed(const char* data, size_t size) {
-    while (size > 0 && !m_isExact) {
-      const size_t window = std::min(size, kPieceLength - m_length);
-      const void* const lineFeed = std::memchr(data, '\n', window);
-      const size_t count = lineFeed == nullptr
-                               ? window
-                               : static_cast<size_t>(static_cast<const char*>(lineFeed) - data) + 1;
-      std::memcpy(m_piece + m_length, data, count);
-      m_length += count;
-      data += count;
-      size -= count;
-      if (lineFeed != nullptr || m_length == kPieceLength) endPiece();
+  static constexpr size_t kSize = 255;
+
+  explicit Pieces(const char* path)
+      : m_file(retryInterrupted(
+            [path] { return open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); })) {}
+
+  bool isOpen() const { return m_file.get() >= 0; }
+
+  bool next(char (&piece)[kSize]) {
+    size_t length = 0;
+    while (length < kSize - 1 && (m_at < m_end || refill())) {
+      piece[length++] = m_block[m_at++];
+      if (piece[length - 1] == '\n') break;
     }
-    return !m_isExact;
-  }
-
-  // The end of the file ends its last line.
-  void finish() {
-    if (!m_isExact && m_length > 0) endPiece();
-  }
-
-  // True when a piece held the full key.
-  bool isExact() const { return m_isExact; }
-
-  // 0 when the deciding piece holds a number, which is stored; else 1.
-  int readLevel(int& level) const {
-    const char* const equals = std::strchr(m_found, '=');
-    if (equals == nullptr) return 1;
-    return V_sscanf(equals + 1, "%d", &level, static_cast<unsigned int>(sizeof(level))) == 1 ? 0
-                                                                                             : 1;
+    piece[length] = '\0';
+    return length > 0;
   }
 
  private:
-  static constexpr size_t kPieceLength = 254;
-
-  // The first piece with the full key decides, without any the first one with the short key, which
-  // is part of the full one.
-  void endPiece() {
-    m_piece[m_length] = '\0';
-    m_length = 0;
-    if (std::strstr(m_piece, "VERBOSE") == nullptr) return;
-    m_isExact = std::strstr(m_piece, "FRZCMD_VERBOSE") != nullptr;
-    if (m_isExact || m_found[0] == '\0') std::memcpy(m_found, m_piece, sizeof(m_found));
+  bool refill() {
+    m_at = 0;
+    m_end = retryInterrupted([this] { return read(m_file.get(), m_block, sizeof(m_block)); });
+    return m_end > 0;
   }
 
-  char m_piece[kPieceLength + 1] = "";
-  char m_found[kPieceLength + 1] = "";
-  size_t m_length = 0;
-  bool m_isExact = false;
+  CFiDescriptor m_file;
+  ssize_t m_at = 0;
+  ssize_t m_end = 0;
+  char m_block[4096];
 };
 
-// False when the file cannot be opened. A read that fails ends the file; the line it broke is lost.
-bool scanFile(const char* path, VerbosityScan& scan) {
-  const CFiDescriptor file(retryInterrupted([path] { return open(path, O_RDONLY | O_CLOEXEC); }));
-  if (file.get() < 0) return false;
-  char block[4096];
-  ssize_t count = 0;
-  do {
-    count = retryInterrupted([&] { return read(file.get(), block, sizeof(block)); });
-  } while (count > 0 && scan.feed(block, static_cast<size_t>(count)));
-  if (count == 0) scan.finish();
-  return true;
-}
+// What a settings file says of the verbosity.
+struct VerbositySetting {
+  explicit VerbositySetting(const char* path) {
+    Pieces pieces(path);
+    isOpened = pieces.isOpen();
+    char piece[Pieces::kSize];
+    while (!isExact && pieces.next(piece)) {
+      isExact = std::strstr(piece, "FRZCMD_VERBOSE") != nullptr;
+      const bool isFirst = found[0] == '\0' && std::strstr(piece, "VERBOSE") != nullptr;
+      if (isExact || isFirst) V_strlcpy(found, piece, sizeof(found));
+    }
+  }
 
-int readLevel(const char* path, int& level) {
-  VerbosityScan scan;
-  return scanFile(path, scan) ? scan.readLevel(level) : FI_FILE_ERROR;
-}
+  // 0 when the deciding piece holds a number, which is stored; 26 without a file; else 1.
+  int readLevel(int& level) const {
+    if (!isOpened) return FI_FILE_ERROR;
+    const char* const equals = std::strchr(found, '=');
+    const auto size = static_cast<unsigned int>(sizeof(level));
+    return equals != nullptr && V_sscanf(equals + 1, "%d", &level, size) == 1 ? 0 : 1;
+  }
+
+  bool isOpened;
+  bool isExact = false;            // a piece holds the full key
+  char found[Pieces::kSize] = "";  // that piece, or the first one with "VERBOSE"
+};
 
 }  // namespace
 
@@ -341,12 +328,13 @@ int CFiTraceLog::getFrzcmdTraceConfigFileInfo(tstr& dir, tstr& file) {
 }
 
 bool CFiTraceLog::findFrzcmdVerboseValue(std::string& path) {
-  VerbosityScan scan;
-  return !scanFile(path.c_str(), scan) || scan.isExact();
+  const VerbositySetting setting(path.c_str());
+  return !setting.isOpened || setting.isExact;
 }
 
 int CFiTraceLog::getFrzcmdTraceLevel(tstr& dir, tstr& file, int& level) {
-  return readLevel((dir + file).c_str(), level);
+  const std::string path = CFiStringTool::tstr2str(dir) + CFiStringTool::tstr2str(file);
+  return VerbositySetting(path.c_str()).readLevel(level);
 }
 
 void CFiTraceLog::registerErrorManager(CFiErrorManager* manager) { m_errorManager = manager; }
@@ -366,7 +354,7 @@ int CFiTraceLog::readVerbosity() {
     return new tstr(dir + file);
   }();
   int verbosity = -1;
-  readLevel(path->c_str(), verbosity);
+  VerbositySetting(path->c_str()).readLevel(verbosity);
   return verbosity;
 }
 

@@ -1,6 +1,7 @@
 #include "cfitracelog.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -203,17 +204,27 @@ TEST_F(Settings, OfTheProductAreReadInPiecesOf254BytesThatEndAtANul) {
   const std::string key = "FRZCMD_VERBOSE", nul(1, '\0');
   const auto after = [](size_t length) { return std::string(length, '#'); };
   const std::tuple<std::string, bool, int, int> cases[] = {
-      {"VERBOSE=1\n" + key + " = 2\n", true, 0, 2}, {"=4 " + key + "=2", true, 0, 4},
-      {key + "\n" + key + "=2", true, 1, -7},       {key + nul + "=9", true, 1, -7},
-      {"# MyVERBOSEs=-3\nVERBOSE=5", false, 0, -3}, {after(238) + key + "=9", true, 0, 9},
-      {after(240) + key + "=9", true, 1, -7},       {after(241) + key + "=9", false, 1, -7},
-      {after(247) + key + "=9", false, 0, 9}};
+      {"VERBOSE=1\n" + key + " = 2\n", true, 0, 2},
+      {"=4 " + key + "=2", true, 0, 4},
+      {key + "\n" + key + "=2", true, 1, -7},
+      {key + nul + "=9", true, 1, -7},
+      {"# MyVERBOSEs=-3\nVERBOSE=5", false, 0, -3},
+      {after(238) + key + "=9", true, 0, 9},
+      {after(240) + key + "=9", true, 1, -7},
+      {after(241) + key + "=9", false, 1, -7},
+      {after(247) + key + "=9", false, 0, 9},
+      {after(5000) + "\n" + key + "=9", true, 0, 9},
+      {"=5\n", false, 1, -7}};
   tstr dir, file;
-  log.getFrzcmdTraceConfigFileInfo(dir, file);
+  EXPECT_EQ(log.getFrzcmdTraceConfigFileInfo(dir, file), 0);
   std::string path = (dir + file).c_str();
+  EXPECT_EQ(path, "/usr/tarn/keystone/kq.conf");
   int level = -7;
   EXPECT_TRUE(log.findFrzcmdVerboseValue(path)) << "missing";
   EXPECT_EQ(log.getFrzcmdTraceLevel(dir, file, level), 26);
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(log.getFrzcmdTraceLevel(dir, file, level), 1) << "a FIFO is not waited for";
+  std::filesystem::remove(path);
   for (const auto& [content, isExact, result, wanted] : cases) {
     writeFile(path, content);
     level = -7;
