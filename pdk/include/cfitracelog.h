@@ -17,8 +17,9 @@ class CFiErrorManager;
 
 // The trace log of a provider process. Its settings live in section "DEBUG_TRACE_INFO" of the
 // component's configuration file; it writes one file a day, opened and closed for every line, and
-// takes changed settings up with the next line. Nothing is thrown and nothing is returned: what
-// goes wrong is printed on standard output, and tracing carries on or stays silent.
+// takes changed settings up with the next line. What goes wrong is printed on standard output, and
+// tracing carries on or stays silent: initialize, trace and scopes throw nothing, also when memory
+// is short. The operations on settings throw std::bad_alloc then.
 //
 // Threads: no lock. Lines of several processes interleave whole.
 class ORCA_PDK_API CFiTraceLog : public virtual CFiRefCount {
@@ -32,9 +33,9 @@ class ORCA_PDK_API CFiTraceLog : public virtual CFiRefCount {
   // where no level is stored yet; 0 leaves the log off. toStdout echoes each written line.
   void initialize(const tstr& name, tstr dir, tstr file, int level, bool toStdout);
 
-  // Writes one line, formatted with printf rules and cut at 8192 bytes, when its level is at most
-  // the configured one or the product's verbosity (9 and above) lets it through. The error manager
-  // receives every line, also one that is not written.
+  // Writes one line, formatted with printf rules and cut after 8191 bytes, when its level is at
+  // most the configured one or the product's verbosity (9 and above) lets it through. The error
+  // manager receives every line, also one that is not written.
   void trace(int level, const char* format, ...) ORCA_PDK_PRINTF(3, 4);
   // The same with an argument list, which is left as it was.
   void vtrace(int level, const char* format, va_list args) ORCA_PDK_PRINTF(3, 0);

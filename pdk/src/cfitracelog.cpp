@@ -6,9 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "V_sscanf.h"
@@ -18,24 +16,38 @@
 #include "cfierrormgr.h"
 #include "cfiretry.h"
 #include "cfistringtool.h"
+#include "cfitstr.h"
 
 namespace orca_pdk_4_4 {
 
 namespace {
-
-// Stands for a source name that is no path.
-constexpr char kScopeHeader[] = "pdk/include/cfitracelog.h";
 
 constexpr size_t kFirstSize = 1024;
 constexpr size_t kLastSize = 8192;
 constexpr size_t kManagerRoom = 255;
 constexpr size_t kTimeStampSize = 129;
 constexpr size_t kDateSize = 32;
+// Room for the fixed part of a text, its numbers and its time stamp.
+constexpr size_t kFixedRoom = 512;
 constexpr mode_t kFileMode = 0600;
 // Lines carry the field of a thread id, always with this number.
 constexpr unsigned int kThreadId = 1;
 // Verbosities below this one let nothing through.
 constexpr int kLowestVerbosity = 9;
+constexpr char kProductFolder[] = "/usr/tarn/keystone";
+constexpr char kProductFile[] = "kq.conf";
+// Stands for a source name that is no path.
+constexpr char kScopeHeader[] = "pdk/include/cfitracelog.h";
+
+// Formats into the text and cuts at the length that it had. The arguments stay as they were.
+void fill(std::string& text, const char* format, va_list args) ORCA_PDK_PRINTF(2, 0);
+
+void fill(std::string& text, const char* format, va_list args) {
+  va_list copy;
+  va_copy(copy, args);
+  text.resize(static_cast<size_t>(V_vsnprintf(text.data(), text.size() + 1, format, copy)));
+  va_end(copy);
+}
 
 // A formatted text of at most room bytes.
 std::string formatted(size_t room, const char* format, ...) ORCA_PDK_PRINTF(2, 3);
@@ -44,14 +56,26 @@ std::string formatted(size_t room, const char* format, ...) {
   std::string text(room, '\0');
   va_list args;
   va_start(args, format);
-  const int length = V_vsnprintf(text.data(), room + 1, format, args);
+  fill(text, format, args);
   va_end(args);
-  text.resize(static_cast<size_t>(length));
   return text;
 }
 
-// Standard output is shared with the host: a text leaves in one write, in its place among the rest.
-void print(const std::string& text) {
+// Prints a formatted text of at most room bytes; nothing when memory is short. Standard output is
+// shared with the host: the text leaves in one write, in its place among the rest.
+void print(size_t room, const char* format, ...) ORCA_PDK_PRINTF(2, 3);
+
+void print(size_t room, const char* format, ...) {
+  std::string text;
+  try {
+    text.resize(room);
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+  va_list args;
+  va_start(args, format);
+  fill(text, format, args);
+  va_end(args);
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);
 }
@@ -86,13 +110,6 @@ void appendText(const char* path, const std::string& text) {
   }
 }
 
-// The buffer size of the next attempt; the same size when the text fits.
-size_t nextSize(int result, size_t size) {
-  const size_t length = static_cast<size_t>(result);
-  if (result < 0 || length == size || length == size - 1) return 2 * size;
-  return length > size ? length + 2 : size;
-}
-
 pyx_eseverity severityOf(int level) {
   switch (level) {
     case FI_TRACE_ERROR:
@@ -106,6 +123,12 @@ pyx_eseverity severityOf(int level) {
   }
 }
 
+// An ACE string that gets no memory keeps what it had and says nothing: an assignment that throws.
+void store(const tstr& source, tstr& target) {
+  tstr copy = makeTstr(CFiStringTool::tstr2str(source));
+  target.swap(copy);
+}
+
 // The settings of a component, read from its configuration file. The configuration has no trace
 // log: its lines would ask for settings again, without end.
 class ComponentSettings {
@@ -114,7 +137,8 @@ class ComponentSettings {
     tstr dir;
     tstr file;
     CFiConfigurationPathTool::getConfigFileInfo(component, dir, file);
-    m_config.importConfig(dir.c_str(), file.c_str());
+    m_config.importConfig(CFiStringTool::tstr2str(dir).c_str(),
+                          CFiStringTool::tstr2str(file).c_str());
   }
 
   bool open(int create) {
@@ -207,34 +231,21 @@ struct VerbositySetting {
 
 }  // namespace
 
-// One message with the time of its line. Without text when memory is short.
+// One message with the time of its line.
 struct CFiTraceLog::Line {
   Line(const char* format, va_list args) ORCA_PDK_PRINTF(2, 0) {
-    grow(format, args);
+    for (size = kFirstSize;; size *= 2) {
+      text.assign(size - 1, '\0');
+      fill(text, format, args);
+      if (text.size() < size - 1 || size == kLastSize) break;
+    }
     if (ACE::timestamp(stamp, static_cast<int>(kTimeStampSize), true) == nullptr) {
       V_strlncpy(stamp, "<time error>", kTimeStampSize - 1, kTimeStampSize);
     }
   }
-  ~Line() { std::free(buffer); }
-  Line(const Line&) = delete;
-  Line& operator=(const Line&) = delete;
 
-  void grow(const char* format, va_list args) ORCA_PDK_PRINTF(2, 0) {
-    size_t wanted = kFirstSize;
-    while (wanted != size && wanted <= kLastSize) {
-      if (V_dumb_realloc(&buffer, wanted) == nullptr) return;
-      size = wanted;
-      va_list attempt;
-      va_copy(attempt, args);
-      wanted = nextSize(V_vsnprintf(static_cast<char*>(buffer), size, format, attempt), size);
-      va_end(attempt);
-    }
-  }
-
-  const char* text() const { return static_cast<const char*>(buffer); }
-
-  void* buffer = nullptr;
-  size_t size = 0;
+  std::string text;
+  size_t size;  // of the buffer that the text needed
   char stamp[kTimeStampSize] = "";
 };
 
@@ -243,20 +254,25 @@ CFiTraceLog::CFiTraceLog() = default;
 CFiTraceLog::~CFiTraceLog() = default;
 
 void CFiTraceLog::initialize(const tstr& name, tstr dir, tstr file, int level, bool toStdout) {
+  static constexpr char kFailed[] = "ERROR: CFiTraceLog: Failed to initialize log settings\n";
   const Day today(std::time(nullptr));
   m_initialized = false;
-  m_component = name;
   m_echo = toStdout;
   try {
-    initTraceSettings(dir, file, level);
+    store(name, m_component);
+    try {
+      initTraceSettings(dir, file, level);
+    } catch (...) {
+      print(sizeof(kFailed), "%s", kFailed);
+    }
+    store(file, m_traceFile);
+    store(dir, m_traceDir);
+    m_level = level;
+    setDay(today.stamp);
+    if (level != 0) openFirstDay();
   } catch (...) {
-    print("ERROR: CFiTraceLog: Failed to initialize log settings\n");
+    print(sizeof(kFailed), "%s", kFailed);
   }
-  m_traceFile = file;
-  m_traceDir = dir;
-  m_level = level;
-  setDay(today.stamp);
-  if (level != 0) openFirstDay();
 }
 
 void CFiTraceLog::trace(int level, const char* format, ...) {
@@ -320,10 +336,8 @@ void CFiTraceLog::updateTraceLevelFromConfigFile() {
 }
 
 int CFiTraceLog::getFrzcmdTraceConfigFileInfo(tstr& dir, tstr& file) {
-  char path[1025];
-  V_snprintf(path, sizeof(path), "%s%s", "/usr/tarn/keystone", "/");
-  dir = path;
-  file = "kq.conf";
+  dir = formatted(kFixedRoom, "%s%s", kProductFolder, "/").c_str();
+  file = kProductFile;
   return 0;
 }
 
@@ -347,14 +361,10 @@ const tstr& CFiTraceLog::getTracePath() const { return m_tracePath; }
 
 int CFiTraceLog::readVerbosity() {
   // Never destroyed: objects trace until the very end of the process.
-  static const tstr* const path = [this] {
-    tstr dir;
-    tstr file;
-    getFrzcmdTraceConfigFileInfo(dir, file);
-    return new tstr(dir + file);
-  }();
+  static const std::string& path =
+      *new std::string(std::string(kProductFolder) + "/" + kProductFile);
   int verbosity = -1;
-  VerbositySetting(path->c_str()).readLevel(verbosity);
+  VerbositySetting(path.c_str()).readLevel(verbosity);
   return verbosity;
 }
 
@@ -370,7 +380,6 @@ void CFiTraceLog::traceNow(int level, const char* format, va_list args) {
   const bool written = isWritten(level, verbosity);
   if (!written && m_errorManager == nullptr) return;
   const Line line(format, args);
-  if (line.text() == nullptr) return;
   if (written) writeLine(line, now);
   if (m_errorManager != nullptr) pushToErrorManager(line, level);
 }
@@ -379,24 +388,22 @@ void CFiTraceLog::openFirstDay() {
   RemoveSymbolicLink(m_tracePath.c_str());
   const CFiDescriptor file(openForAppend(m_tracePath.c_str()));
   if (file.get() < 0) {
-    static constexpr char kFormat[] =
-        "[CFiTraceLog] Error: Tracefile [%s] initialization failed.[%s][%s]\n";
     const size_t names = m_tracePath.length() + m_traceFile.length() + m_traceDir.length();
-    print(formatted(sizeof(kFormat) + names, kFormat, m_tracePath.c_str(), m_traceFile.c_str(),
-                    m_traceDir.c_str()));
+    print(kFixedRoom + names,
+          "[CFiTraceLog] Error: Tracefile [%s] initialization failed.[%s][%s]\n",
+          m_tracePath.c_str(), m_traceFile.c_str(), m_traceDir.c_str());
     return;
   }
-  m_initialized = true;
   updateTraceLevelFromConfigFile();
+  m_initialized = true;
 }
 
 void CFiTraceLog::setDay(const char* stamp) {
-  m_dateStamp = stamp;
-  m_tracePath = m_traceDir;
-  m_tracePath += "/";
-  m_tracePath += m_traceFile;
-  m_tracePath += ".";
-  m_tracePath += m_dateStamp;
+  tstr day = makeTstr(stamp);
+  tstr path = makeTstr(CFiStringTool::tstr2str(m_traceDir) + "/" +
+                       CFiStringTool::tstr2str(m_traceFile) + "." + stamp);
+  m_dateStamp.swap(day);
+  m_tracePath.swap(path);
 }
 
 void CFiTraceLog::writeLine(const Line& line, std::time_t now) {
@@ -406,23 +413,21 @@ void CFiTraceLog::writeLine(const Line& line, std::time_t now) {
     RemoveSymbolicLink(m_tracePath.c_str());
   }
   const auto pid = static_cast<unsigned long>(getpid());
-  const size_t room = 2 * kTimeStampSize + std::strlen(line.text());
+  const size_t room = kFixedRoom + line.text.size();
   appendText(m_tracePath.c_str(), formatted(room, "%s <Pid - %lu / Thread id - %u> %s\n",
-                                            line.stamp, pid, kThreadId, line.text()));
+                                            line.stamp, pid, kThreadId, line.text.c_str()));
   if (m_echo) {
-    print(formatted(room + m_component.length(), "%s:%s <Pid - %lu / Thread id - %u> %s\n",
-                    m_component.c_str(), line.stamp, pid, kThreadId, line.text()));
+    print(room + m_component.length(), "%s:%s <Pid - %lu / Thread id - %u> %s\n",
+          m_component.c_str(), line.stamp, pid, kThreadId, line.text.c_str());
   }
 }
 
 void CFiTraceLog::pushToErrorManager(const Line& line, int level) {
-  const bool isRoomy = line.size - std::strlen(line.text()) > kManagerRoom;
+  const bool isRoomy = line.size - line.text.size() > kManagerRoom;
   const size_t size = isRoomy ? line.size : line.size + kManagerRoom + 1;
-  const std::unique_ptr<char[]> text(new (std::nothrow) char[size]);
-  if (text == nullptr) return;
-  V_snprintf(text.get(), size, "%s:%s <Thread id - %u> %s\n", m_component.c_str(), line.stamp,
-             kThreadId, line.text());
-  m_errorManager->pushError(text.get(), severityOf(level));
+  std::string text = formatted(size - 1, "%s:%s <Thread id - %u> %s\n", m_component.c_str(),
+                               line.stamp, kThreadId, line.text.c_str());
+  m_errorManager->pushError(text.data(), severityOf(level));
 }
 
 CFiTraceLogFunction::CFiTraceLogFunction(const CFiTraceLogPtr& log, const char* function, int line,
@@ -450,16 +455,15 @@ bool IsSymbolicLink(const char* path) {
   const char* const name = path != nullptr ? path : "";
   struct stat status = {};
   if (lstat(name, &status) == 0) return S_ISLNK(status.st_mode);
-  static constexpr char kFormat[] = "Failed to lstat %s\n";
-  print(formatted(sizeof(kFormat) + std::strlen(name), kFormat, name));
+  print(kFixedRoom + std::strlen(name), "Failed to lstat %s\n", name);
   return false;
 }
 
 void RemoveSymbolicLink(const char* path) {
   if (!IsSymbolicLink(path)) return;
-  static constexpr char kFormat[] = "A symbolic link with the name %s exists.Removing link\n";
-  print(formatted(sizeof(kFormat) + std::strlen(path), kFormat, path));
-  if (unlink(path) != 0) print("Failed to unlink trace file");
+  print(kFixedRoom + std::strlen(path), "A symbolic link with the name %s exists.Removing link\n",
+        path);
+  if (unlink(path) != 0) print(kFixedRoom, "Failed to unlink trace file");
 }
 
 template class CFiContextSingletonAllocator<CFiTraceLog>;
