@@ -21,6 +21,9 @@ class CFiErrorManager;
 // tracing carries on or stays silent: initialize, trace and scopes throw nothing, also when memory
 // is short. The operations on settings throw std::bad_alloc then.
 //
+// A trace file is used only when it is a plain file with one name that belongs to the process's
+// user; anything else counts as a file that cannot be opened, and its lines are lost.
+//
 // Threads: no lock. Lines of several processes interleave whole.
 class ORCA_PDK_API CFiTraceLog : public virtual CFiRefCount {
  public:

@@ -93,22 +93,37 @@ struct Day {
 };
 #pragma GCC diagnostic pop
 
-int openForAppend(const char* path) {
-  return retryInterrupted([path] {
-    return open(path, O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kFileMode);
-  });
-}
-
-void appendText(const char* path, const std::string& text) {
-  const CFiDescriptor file(openForAppend(path));
-  size_t done = 0;
-  while (file.get() >= 0 && done < text.size()) {
-    const ssize_t count =
-        retryInterrupted([&] { return write(file.get(), text.data() + done, text.size() - done); });
-    if (count <= 0) return;
-    done += static_cast<size_t>(count);
+// A trace file, open for the length of a line. The folder may be writable for others, who could lay
+// a FIFO, a device, or a second name of some file there: used is only what is plain, has one name
+// and belongs to this process's user.
+class TraceFile {
+ public:
+  explicit TraceFile(const char* path)
+      : m_file(retryInterrupted([path] { return open(path, kFlags, kFileMode); })) {
+    struct stat status = {};
+    m_isUsable = m_file.get() >= 0 && fstat(m_file.get(), &status) == 0 &&
+                 S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_uid == geteuid();
   }
-}
+
+  bool isUsable() const { return m_isUsable; }
+
+  void append(const std::string& text) {
+    size_t done = 0;
+    while (m_isUsable && done < text.size()) {
+      const ssize_t count = retryInterrupted(
+          [&] { return write(m_file.get(), text.data() + done, text.size() - done); });
+      if (count <= 0) return;
+      done += static_cast<size_t>(count);
+    }
+  }
+
+ private:
+  static constexpr int kFlags =
+      O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+  CFiDescriptor m_file;
+  bool m_isUsable;
+};
 
 pyx_eseverity severityOf(int level) {
   switch (level) {
@@ -386,8 +401,7 @@ void CFiTraceLog::traceNow(int level, const char* format, va_list args) {
 
 void CFiTraceLog::openFirstDay() {
   RemoveSymbolicLink(m_tracePath.c_str());
-  const CFiDescriptor file(openForAppend(m_tracePath.c_str()));
-  if (file.get() < 0) {
+  if (!TraceFile(m_tracePath.c_str()).isUsable()) {
     const size_t names = m_tracePath.length() + m_traceFile.length() + m_traceDir.length();
     print(kFixedRoom + names,
           "[CFiTraceLog] Error: Tracefile [%s] initialization failed.[%s][%s]\n",
@@ -414,8 +428,9 @@ void CFiTraceLog::writeLine(const Line& line, std::time_t now) {
   }
   const auto pid = static_cast<unsigned long>(getpid());
   const size_t room = kFixedRoom + line.text.size();
-  appendText(m_tracePath.c_str(), formatted(room, "%s <Pid - %lu / Thread id - %u> %s\n",
-                                            line.stamp, pid, kThreadId, line.text.c_str()));
+  TraceFile(m_tracePath.c_str())
+      .append(formatted(room, "%s <Pid - %lu / Thread id - %u> %s\n", line.stamp, pid, kThreadId,
+                        line.text.c_str()));
   if (m_echo) {
     print(room + m_component.length(), "%s:%s <Pid - %lu / Thread id - %u> %s\n",
           m_component.c_str(), line.stamp, pid, kThreadId, line.text.c_str());

@@ -107,6 +107,34 @@ TEST_F(TraceLog, ChangesItsFileWithTheDateAndRemovesALinkThere) {
   g_now = 0;
 }
 
+// Puts something at the place of a trace file, as whoever can write its folder could. False when
+// this user cannot.
+bool lay(const std::string& what, const std::string& path) {
+  std::filesystem::remove(path);
+  if (what == "FIFO") return mkfifo(path.c_str(), 0600) == 0;
+  if (what == "link") return symlink("/usr/tarn/target", path.c_str()) == 0;
+  if (what == "second name") return link("/usr/tarn/target", path.c_str()) == 0;
+  writeFile(path, "kept");
+  return chown(path.c_str(), 1, 1) == 0;
+}
+
+TEST_F(TraceLog, WritesIntoNothingThatOthersLaidAtItsPath) {
+  for (const std::string what : {"FIFO", "link", "second name", "another user's file"}) {
+    SCOPED_TRACE(what);
+    TraceRecorder trace;
+    const std::string path = trace.log->getTracePath().c_str();
+    writeFile("/usr/tarn/target", "kept");
+    if (!lay(what, path)) GTEST_SKIP() << what << ": only root can";
+    trace.log->trace(1, "lost");
+    EXPECT_EQ(readFile(what == "FIFO" ? "/usr/tarn/target" : path), "kept");
+    if (what == "link") continue;  // a start removes it
+    CaptureStdout();
+    trace.log->initialize("rec", "", "", 6, false);
+    EXPECT_THAT(GetCapturedStdout(), ::testing::HasSubstr("] initialization failed.[rec.log]["));
+    EXPECT_FALSE(trace.log->isInitialized());
+  }
+}
+
 TEST_F(TraceLog, SaysThatItsFileCannotBeOpenedAndStaysSilent) {
   TraceRecorder trace;
   CFiTraceLog log;
