@@ -6,8 +6,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "cfiexport.h"
 #include "cfirefcount.h"
@@ -18,6 +16,7 @@ namespace orca_pdk_4_4 {
 
 // A message on its way from a provider to the framework: an id, a severity and typed arguments.
 // Only a message with at least one argument travels: without any its serialised form is empty.
+// When memory is short, an operation throws std::bad_alloc and leaves the message as it was.
 class ORCA_PDK_API CFiMessage : public CFiRefCount {
  public:
   // severity is a numeric pyx_eseverity; file and line say where the message was made.
@@ -69,10 +68,6 @@ class ORCA_PDK_API CFiIcuMessage : public CFiMessage {
   tstr formatMessage(tstr pattern) override;
 
  private:
-  void setArguments(const std::vector<icu::Formattable>& arguments);
-  void readHeader(const char* text);
-  void readArguments(std::string_view text);
-
   icu::Formattable m_arguments;
   std::string m_text;
   pyx_msg_info m_info = {};

@@ -6,9 +6,13 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <new>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -27,6 +31,8 @@ constexpr std::string_view kHeaderTag = "<SERIALIZED_MESSAGE";
 constexpr std::string_view kValueTag = "<ARGVALUE";
 constexpr std::string_view kValueEnd = "</ARGVALUE>";
 
+using Arguments = std::unique_ptr<icu::Formattable[]>;
+
 std::string valueText(const icu::Formattable& value) {
   switch (value.getType()) {
     case icu::Formattable::kDate:
@@ -42,20 +48,44 @@ std::string valueText(const icu::Formattable& value) {
   }
 }
 
-// The value of a type that travels; nothing for the other types.
-std::optional<icu::Formattable> valueFromText(int type, const std::string& text) {
-  switch (type) {
-    case icu::Formattable::kDate:
-    case icu::Formattable::kDouble:
-      return icu::Formattable(CFiStringTool::str2double(text));
-    case icu::Formattable::kLong:
-      return icu::Formattable(static_cast<int32_t>(CFiStringTool::str2int(text)));
-    case icu::Formattable::kString:
-      return icu::Formattable(CFiStringTool::str2ustr(text));
-    default:
-      return std::nullopt;
+// ICU reports short memory by what is missing.
+template <typename Object>
+Object* made(Object* object) {
+  if (object == nullptr) throw std::bad_alloc();
+  return object;
+}
+
+void check(const icu::Formattable& value) {
+  UErrorCode status = U_ZERO_ERROR;
+  if (value.getType() == icu::Formattable::kString) {
+    if (value.getString(status).isBogus()) throw std::bad_alloc();
+  } else if (value.getType() == icu::Formattable::kArray) {
+    int32_t count = 0;
+    const icu::Formattable* values = value.getArray(count);
+    for (int32_t i = 0; i < count; ++i) check(made(values)[i]);
   }
 }
+
+// A value that was read; of no type that travels, it leaves none.
+struct ReadValue {
+  int type;
+  std::string text;
+
+  bool travels() const {
+    return type == icu::Formattable::kDate || type == icu::Formattable::kDouble ||
+           type == icu::Formattable::kLong || type == icu::Formattable::kString;
+  }
+  void storeIn(icu::Formattable& value) const {
+    if (type == icu::Formattable::kString) {
+      value.setString(CFiStringTool::str2ustr(text));
+    } else if (type == icu::Formattable::kLong) {
+      value.setLong(CFiStringTool::str2int(text));
+    } else {
+      value.setDouble(CFiStringTool::str2double(text));  // a date comes back as a double
+    }
+    check(value);
+  }
+};
 
 // The type that an argument tag names; -1 for a tag that cannot be read.
 int typeOfTag(const std::string& tag) {
@@ -64,6 +94,23 @@ int typeOfTag(const std::string& tag) {
   V_sscanf(tag.c_str(), "<ARGVALUE INDEX=%d TYPE=%d>", &index,
            static_cast<unsigned int>(sizeof index), &type, static_cast<unsigned int>(sizeof type));
   return type;
+}
+
+std::vector<ReadValue> readValues(std::string_view text) {
+  std::vector<ReadValue> values;
+  // As with the header, the first argument is looked for by the characters of its tag.
+  std::size_t tag = text.find_first_of(kValueTag, text.find('>'));
+  while (tag < text.size()) {
+    const std::size_t tagEnd = text.find('>', tag);
+    if (tagEnd == std::string_view::npos) break;
+    const std::size_t value = tagEnd + 1;
+    const std::size_t valueEnd = std::min(text.find('<', value), text.size());
+    ReadValue read{typeOfTag(std::string(text.substr(tag, value - tag))),
+                   std::string(text.substr(value, valueEnd - value))};
+    if (read.travels()) values.push_back(std::move(read));
+    tag = text.find(kValueTag, valueEnd + kValueEnd.size());
+  }
+  return values;
 }
 
 // How a .res file begins. The header is followed, headerSize bytes from the start, by the bundle:
@@ -151,11 +198,15 @@ CFiIcuMessage::CFiIcuMessage(std::string id, int severity, std::string file, int
 CFiIcuMessage::~CFiIcuMessage() = default;
 
 void CFiIcuMessage::addArgument(const icu::Formattable& argument) {
+  check(argument);
   int32_t count = 0;
   const icu::Formattable* present = m_arguments.getArray(count);
-  std::vector<icu::Formattable> arguments(present, present + count);
-  arguments.push_back(argument);
-  setArguments(arguments);
+  Arguments arguments(made(new icu::Formattable[count + 1]));
+  for (int32_t i = 0; i <= count; ++i) {
+    arguments[i] = i < count ? present[i] : argument;
+    check(arguments[i]);
+  }
+  m_arguments.adoptArray(arguments.release(), count + 1);
 }
 
 int CFiIcuMessage::argumentCount() const {
@@ -172,23 +223,24 @@ const icu::Formattable& CFiIcuMessage::argument(int index) const {
 }
 
 pyx_msg_info* CFiIcuMessage::serialize() {
-  m_text.clear();
+  std::string text;
   int32_t count = 0;
   const icu::Formattable* arguments = m_arguments.getArray(count);
   if (count > 0) {
     char tag[kTagSize];
     V_snprintf(tag, sizeof tag, "<SERIALIZED_MESSAGE MSGID=%s SEVERITY=%d>\n",
                getMessageId().c_str(), getSeverity());
-    m_text = tag;
+    text = tag;
     for (int32_t index = 0; index < count; ++index) {
       V_snprintf(tag, sizeof tag, "\t<ARGVALUE INDEX=%d TYPE=%d>", index,
                  static_cast<int>(arguments[index].getType()));
-      m_text += tag;
-      m_text += valueText(arguments[index]);
-      m_text += "</ARGVALUE>\n";
+      text += tag;
+      text += valueText(arguments[index]);
+      text += "</ARGVALUE>\n";
     }
-    m_text += "</SERIALIZED_MESSAGE>\n";
+    text += "</SERIALIZED_MESSAGE>\n";
   }
+  m_text = std::move(text);
   m_info.text = m_text.data();
   m_info.length = m_text.size();
   return &m_info;
@@ -196,12 +248,22 @@ pyx_msg_info* CFiIcuMessage::serialize() {
 
 void CFiIcuMessage::deserialize(const pyx_msg_info* info) {
   if (info == nullptr || info->text == nullptr) return;
-  const std::string_view text(info->text);
   // The header begins at the first character that occurs in its tag, not at the tag itself.
-  const std::size_t header = text.find_first_of(kHeaderTag);
+  const std::size_t header = std::string_view(info->text).find_first_of(kHeaderTag);
   if (header == std::string_view::npos) return;
-  readHeader(info->text + header);
-  readArguments(text.substr(header));
+  const char* const text = info->text + header;
+  char id[kTagSize] = "";
+  int severity = 0;
+  const int found = V_sscanf(text, "<SERIALIZED_MESSAGE MSGID=%s SEVERITY=%d>", id, kTagSize,
+                             &severity, static_cast<unsigned int>(sizeof severity));
+  std::string readId = found >= 1 ? id : getMessageId();
+  const std::vector<ReadValue> values = readValues(text);
+  Arguments arguments(made(new icu::Formattable[values.size()]));
+  for (std::size_t i = 0; i < values.size(); ++i) values[i].storeIn(arguments[i]);
+  // Everything is there: the message changes as a whole.
+  setMessageId(std::move(readId));
+  if (found >= 2) setSeverity(severity);
+  m_arguments.adoptArray(arguments.release(), static_cast<int32_t>(values.size()));
 }
 
 tstr CFiIcuMessage::formatMessage(tstr pattern) {
@@ -210,39 +272,10 @@ tstr CFiIcuMessage::formatMessage(tstr pattern) {
   icu::UnicodeString result;
   UErrorCode status = U_ZERO_ERROR;
   icu::MessageFormat::format(CFiStringTool::tstr2ustr(pattern), arguments, count, result, status);
-  if (U_FAILURE(status) || result.isEmpty()) return pattern;
-  return CFiStringTool::ustr2tstr(result);
-}
-
-void CFiIcuMessage::setArguments(const std::vector<icu::Formattable>& arguments) {
-  m_arguments.setArray(arguments.data(), static_cast<int32_t>(arguments.size()));
-}
-
-void CFiIcuMessage::readHeader(const char* text) {
-  char id[kTagSize] = "";
-  int severity = 0;
-  const int found = V_sscanf(text, "<SERIALIZED_MESSAGE MSGID=%s SEVERITY=%d>", id, kTagSize,
-                             &severity, static_cast<unsigned int>(sizeof severity));
-  if (found >= 1) setMessageId(id);
-  if (found >= 2) setSeverity(severity);
-}
-
-void CFiIcuMessage::readArguments(std::string_view text) {
-  std::vector<icu::Formattable> arguments;
-  // As with the header, the first argument is looked for by the characters of its tag.
-  std::size_t tag = text.find_first_of(kValueTag, text.find('>'));
-  while (tag < text.size()) {
-    const std::size_t tagEnd = text.find('>', tag);
-    if (tagEnd == std::string_view::npos) break;
-    const std::size_t value = tagEnd + 1;
-    const std::size_t valueEnd = std::min(text.find('<', value), text.size());
-    const int type = typeOfTag(std::string(text.substr(tag, value - tag)));
-    if (auto argument = valueFromText(type, std::string(text.substr(value, valueEnd - value)))) {
-      arguments.push_back(*argument);
-    }
-    tag = text.find(kValueTag, valueEnd + kValueEnd.size());
+  if (U_FAILURE(status) || result.isEmpty()) {
+    return CFiStringTool::str2tstr(CFiStringTool::tstr2str(pattern));
   }
-  setArguments(arguments);
+  return CFiStringTool::ustr2tstr(result);
 }
 
 CFiMessageCatalog::CFiMessageCatalog() = default;
