@@ -88,10 +88,13 @@ class ORCA_PDK_API CFiMessageCatalog : public virtual CFiRefCount {
 using CFiMessageCatalogPtr = CFiSmartPtr<CFiMessageCatalog, CFiNullAllocator<CFiMessageCatalog>>;
 
 // A catalog in an ICU resource bundle, the folder lib<name> below the install root's resources.
-// Each text found is preceded by the catalog's name and ": ".
+// Each text found is preceded by the catalog's name and ": ". Which bundle serves a language is
+// ICU's choice: the language's own, a less exact one, the default locale's, the root one. A bundle
+// that is cut short counts as absent.
 class ORCA_PDK_API CFiIcuMessageCatalog : public CFiMessageCatalog {
  public:
-  // language as in an ICU locale ("en", "de_AT"; null or "" for the root texts); copied.
+  // language as in an ICU locale ("en", "de_AT"; null or "" for the root texts); copied. Any text
+  // will do: one that is no name of a language is a language without texts of its own.
   CFiIcuMessageCatalog(const char* language, const std::string& name);
   ~CFiIcuMessageCatalog() override;
 

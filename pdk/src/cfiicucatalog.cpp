@@ -1,14 +1,15 @@
 #include "cfiicucatalog.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unicode/locid.h>
 #include <unicode/msgfmt.h>
-#include <unicode/udata.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <new>
 #include <optional>
@@ -20,6 +21,8 @@
 #include "V_sscanf.h"
 #include "V_strings.h"
 #include "cficonfiguration.h"
+#include "cfidescriptor.h"
+#include "cfiretry.h"
 #include "cfistringtool.h"
 
 namespace orca_pdk_4_4 {
@@ -113,65 +116,115 @@ std::vector<ReadValue> readValues(std::string_view text) {
   return values;
 }
 
-// How a .res file begins. The header is followed, headerSize bytes from the start, by the bundle:
-// its root item and then its indexes, one of which is the bundle's size.
-struct BundleHeader {
-  uint16_t headerSize;
-  uint8_t magic[2];
-  UDataInfo info;
-};
-struct BundleStart {
-  uint32_t root;
-  uint32_t indexes[5];
-};
-constexpr int kSizeIndex = 3;          // in units of four bytes
-constexpr int kIndexesSinceMinor = 1;  // bundles of format 1.0 have no indexes
+// A language that no catalog has texts of.
+constexpr const char* kNoLanguage = "zxx";
+// ICU keeps each name that it was asked for, about 200 bytes, until the process ends.
+constexpr std::size_t kMostNames = 1000;
 
-template <typename Record>
-bool readAt(std::istream& file, std::streamoff offset, Record& record) {
-  file.seekg(offset);
-  return static_cast<bool>(file.read(reinterpret_cast<char*>(&record), sizeof record));
+// True for a bundle that is shorter than it says. Its header begins with the header's own length;
+// the fifth word behind the header is the number of words there. Anything else ICU looks through.
+bool isCutShort(const std::string& path) {
+  const CFiDescriptor file(retryInterrupted(
+      [&] { return open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
+  struct {
+    uint16_t length;
+    unsigned char mark[2];
+  } header = {};
+  uint32_t words[5] = {};
+  struct stat status = {};
+  const bool isBundle = fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                        pread(file.get(), &header, sizeof header, 0) == sizeof header &&
+                        header.mark[0] == 0xda && header.mark[1] == 0x27;
+  if (!isBundle) return false;
+  if (pread(file.get(), words, sizeof words, header.length) != sizeof words) return true;
+  return status.st_size < header.length + off_t{sizeof(uint32_t)} * words[4];
 }
 
-// ICU maps a bundle and trusts every offset in it, so that a file which is cut short ends the
-// process. True when the file is missing, which ICU copes with, or as long as it says.
-bool isWholeOrMissing(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return true;
-  BundleHeader header = {};
-  BundleStart start = {};
-  if (!readAt(file, 0, header) || header.magic[0] != 0xda || header.magic[1] != 0x27) return false;
-  const bool hasIndexes =
-      header.info.formatVersion[0] > 1 || header.info.formatVersion[1] >= kIndexesSinceMinor;
-  if (!hasIndexes || !readAt(file, header.headerSize, start)) return false;
-  file.seekg(0, std::ios::end);
-  return file.tellg() >= header.headerSize + std::streamoff{4} * start.indexes[kSizeIndex];
-}
-
-// The files that a locale falls back through: "a_B_C", "a_B", "a".
-std::vector<std::filesystem::path> chainOf(const std::filesystem::path& bundlePath,
-                                           std::string locale) {
-  std::vector<std::filesystem::path> files;
-  while (!locale.empty()) {
-    files.push_back(bundlePath / (locale + ".res"));
-    const std::size_t end = locale.find_last_of('_');
-    locale.erase(end != std::string::npos ? end : 0);
+// A folder of links, gone with everything in it at the end of the scope.
+class LinkFolder {
+ public:
+  LinkFolder()
+      : m_isMade(mkdtemp(m_path.data()) != nullptr),
+        m_folder(open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+  ~LinkFolder() {
+    for (const std::string& name : m_names) unlinkat(m_folder.get(), name.c_str(), 0);
+    if (m_isMade) rmdir(m_path.c_str());
   }
-  return files;
-}
+  LinkFolder(const LinkFolder&) = delete;
+  LinkFolder& operator=(const LinkFolder&) = delete;
 
-// ICU looks at the default locale's files only when the wanted one's chain has none.
-bool canBeOpened(const std::string& bundlePath, const icu::Locale& locale) {
-  std::vector<std::filesystem::path> files = chainOf(bundlePath, locale.getBaseName());
-  const auto exists = [](const std::filesystem::path& file) {
-    std::error_code error;
-    return std::filesystem::exists(file, error);
-  };
-  if (std::none_of(files.begin(), files.end(), exists)) {
-    files = chainOf(bundlePath, icu::Locale::getDefault().getBaseName());
+  // False when the link cannot be made.
+  bool add(const std::string& folder, const std::string& name) {
+    m_names.push_back(name);
+    return symlinkat((folder + "/" + name).c_str(), m_folder.get(), name.c_str()) == 0;
   }
-  files.push_back(std::filesystem::path(bundlePath) / "root.res");
-  return std::all_of(files.begin(), files.end(), isWholeOrMissing);
+  const char* path() const { return m_path.c_str(); }
+
+ private:
+  static std::string pattern() {
+    const char* const place = secure_getenv("TMPDIR");
+    return std::string(place != nullptr ? place : "/tmp") + "/orca-catalog-XXXXXX";
+  }
+
+  std::string m_path = pattern();
+  bool m_isMade;
+  CFiDescriptor m_folder;
+  std::vector<std::string> m_names;
+};
+
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+// The folder of a catalog as ICU may see it. ICU trusts every offset in a bundle, and which bundles
+// it opens for a language is its own affair: one that is cut short, and would end the process, is
+// kept from it by a folder of links to the others, needed only while the catalog is opened.
+class BundleFolder {
+ public:
+  explicit BundleFolder(const std::string& path) : m_path(path) {
+    std::vector<std::string> whole;
+    if (isSound(whole)) return;
+    m_links.emplace();
+    m_isUsable = !whole.empty();
+    for (const std::string& name : whole) m_isUsable = m_isUsable && m_links->add(path, name);
+  }
+
+  // False when no bundle is left, or no links can be made.
+  bool isUsable() const { return m_isUsable; }
+  const char* path() const { return m_links ? m_links->path() : m_path.c_str(); }
+
+ private:
+  bool isSound(std::vector<std::string>& whole) const {
+    const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(m_path.c_str()));
+    bool sound = true;
+    while (const dirent* const entry = directory ? readdir(directory.get()) : nullptr) {
+      const std::string name(entry->d_name);
+      if (!name.ends_with(".res")) continue;
+      if (isCutShort(m_path + "/" + name)) {
+        sound = false;
+      } else {
+        whole.push_back(name);
+      }
+    }
+    return sound;
+  }
+
+  std::string m_path;
+  std::optional<LinkFolder> m_links;
+  bool m_isUsable = true;
+};
+
+// The locale to ask ICU for. Any text is a language: one that ICU does not take, or takes for a
+// part of a path, is as one without texts, and so is every new one when ICU has enough names to
+// keep.
+icu::Locale localeOf(const std::string& language) {
+  static std::set<std::string>& asked = *new std::set<std::string>;  // as long as ICU's own
+  icu::Locale locale(language.c_str());
+  if (locale.isBogus() || language.find('/') != std::string::npos) return icu::Locale(kNoLanguage);
+  const std::string name = locale.getBaseName();
+  if (asked.size() >= kMostNames && !asked.contains(name)) return icu::Locale(kNoLanguage);
+  asked.insert(name);
+  return locale;
 }
 
 }  // namespace
@@ -294,10 +347,11 @@ int CFiIcuMessageCatalog::init() {
     return FI_INVALID;
   }
   m_bundlePath = CFiStringTool::tstr2str(directory) + CFiStringTool::tstr2str(file);
-  const icu::Locale locale(m_language.c_str());
-  if (!canBeOpened(m_bundlePath, locale)) return FI_INVALID;
+  const BundleFolder folder(m_bundlePath);
+  if (!folder.isUsable()) return FI_INVALID;
   UErrorCode status = U_ZERO_ERROR;
-  m_bundle = std::make_unique<icu::ResourceBundle>(m_bundlePath.c_str(), locale, status);
+  m_bundle.reset(made(new icu::ResourceBundle(folder.path(), localeOf(m_language), status)));
+  if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
   m_hasTexts = U_SUCCESS(status);
   return status == U_ZERO_ERROR || status == U_USING_DEFAULT_WARNING ? FI_OK : FI_INVALID;
 }
@@ -310,7 +364,7 @@ tstr CFiIcuMessageCatalog::getMessage(const std::string& msgId, const char* defa
       return CFiStringTool::str2tstr(m_name + ": " + CFiStringTool::ustr2str(text));
     }
   }
-  if (defaultText != nullptr) return tstr(defaultText);
+  if (defaultText != nullptr) return CFiStringTool::str2tstr(defaultText);
   return CFiStringTool::str2tstr(m_name + ": <" + msgId + ">");
 }
 

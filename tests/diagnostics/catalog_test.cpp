@@ -54,7 +54,17 @@ struct Catalog : testing::Test {
   CFiMessageCatalogManager manager;
 };
 
-TEST_F(Catalog, HasTheTextsOfItsLanguageOrOfALessExactOneOrTheDefaultOrTheId) {
+// The install root again, at a path that ICU does not know yet, with other content in one bundle.
+struct CopyWith {
+  CopyWith(const orca_tests::TempDir& from, const std::string& name, const std::string& content) {
+    std::filesystem::copy(from.path(), root.path(), std::filesystem::copy_options::recursive);
+    orca_tests::writeFile(root.path() / "resources/libdemo" / name, content);
+  }
+  orca_tests::TempDir root;
+  orca_tests::ScopedEnv env{"ORCA_INSTALL_ROOT", root.str().c_str()};
+};
+
+TEST_F(Catalog, HasTheTextsNearestToItsLanguage) {
   EXPECT_EQ(opened("de"), "0 demo: guten Tag");
   EXPECT_EQ(opened("xx"), "0 demo: hello") << "unknown: the root texts";
   EXPECT_EQ(opened("en_US"), "3 demo: good day") << "reported, yet it serves";
@@ -63,26 +73,42 @@ TEST_F(Catalog, HasTheTextsOfItsLanguageOrOfALessExactOneOrTheDefaultOrTheId) {
   EXPECT_EQ(opened("de", "GONE"), "0 demo: <GONE>");
 }
 
-TEST_F(Catalog, ThatIsMissingOrCutAtAnyByteAnswersThree) {
-  const std::string whole = orca_tests::readFile(folder / "root.res");
+TEST_F(Catalog, TakesAnyTextForALanguage) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("en"), status);
+  for (const char* language : {"xx", "/usr/share/locale/de_DE", "de/../en", "../libdemo/de", "@",
+                               "a-language-that-is-longer-than-any"}) {
+    EXPECT_EQ(opened(language), "0 demo: good day") << language;
+  }
+}
+
+TEST_F(Catalog, GoesOnWithoutABundleThatIsNone) {
+  for (const std::string& content : {std::string(), std::string("cut"), std::string(5000, 'x')}) {
+    const CopyWith copy(root, "de.res", content);
+    EXPECT_EQ(opened("de"), "0 demo: hello") << content.substr(0, 5);
+  }
+}
+
+TEST_F(Catalog, TakesABundleThatIsCutAtAnyByteForAbsent) {
+  const orca_tests::TempDir temporary;
+  const orca_tests::ScopedEnv place("TMPDIR", temporary.str().c_str());
+  for (const std::string name : {"de.res", "root.res"}) {
+    const std::string whole = orca_tests::readFile(folder / name);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+      const CopyWith copy(root, name, whole.substr(0, length));
+      EXPECT_EQ(opened("de_AT"), name == "de.res" ? "0 demo: hello" : "3 demo: guten Tag")
+          << length;
+      EXPECT_EQ(opened("en"), "0 demo: good day") << name << length;
+    }
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(temporary.path())) << "nothing is left behind";
+}
+
+TEST_F(Catalog, ThatIsMissingAnswersThree) {
   std::filesystem::remove_all(folder);
   EXPECT_EQ(opened("en", "HELLO", "default"), "3 default");
   manager.registerFactory(&factory);
   EXPECT_STREQ(localized("HELLO", "de"), "<HELLO>");
-  for (std::size_t length = 0; length < whole.size(); ++length) {
-    const orca_tests::TempDir other;
-    const orca_tests::ScopedEnv there("ORCA_INSTALL_ROOT", other.str().c_str());
-    orca_tests::writeFile(other.path() / "resources/libdemo/root.res", whole.substr(0, length));
-    EXPECT_EQ(opened("en"), "3 demo: <HELLO>") << length;
-  }
-}
-
-TEST_F(Catalog, ServesBesideADamagedOneOfTheDefaultLocale) {
-  UErrorCode status = U_ZERO_ERROR;
-  icu::Locale::setDefault(icu::Locale("en"), status);
-  orca_tests::writeFile(folder / "en.res", "cut");
-  EXPECT_EQ(opened("de"), "0 demo: guten Tag");
-  EXPECT_EQ(opened("xx"), "3 demo: <HELLO>");
 }
 
 TEST_F(Catalog, IsChosenByLanguage) {
@@ -104,7 +130,9 @@ TEST_F(Catalog, TakesBackOnlyWhatItHandedOut) {
   for (char** text : {&twin, &twin, &unknown, static_cast<char**>(nullptr)}) {
     manager.deleteLocalizedMessage(text);
   }
-  EXPECT_TRUE(none == nullptr && twin == nullptr && unknown == strange);
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(twin, nullptr);
+  EXPECT_EQ(unknown, strange);
   EXPECT_STREQ(hello, "demo: good day") << "its twin was taken back";
 }
 
