@@ -41,7 +41,7 @@ class ORCA_PDK_API CFiIcuMessageCatalogFactory : public CFiMessageCatalogFactory
 };
 
 // Turns messages into sentences of a language. A catalog is made when its language is first wanted
-// and lives as long as the manager.
+// and kept, a hundred of them at most: the next one takes the place of all but the default one.
 //
 // Texts handed out as char* belong to the manager: each lives until it is handed to
 // deleteLocalizedMessage or a text of the same message id is asked for again.
@@ -62,8 +62,10 @@ class ORCA_PDK_API CFiMessageCatalogManager : public virtual CFiRefCount {
   // Makes the catalog of a language when there is none yet.
   void activateCatalog(std::string language);
 
-  // The text of a message id in a language (empty: the factory's default language), else that of
-  // the default language, else defaultText, else the id in angle brackets.
+  // The answer of a language's catalog (empty: the factory's default language), which may be
+  // defaultText: see CFiMessageCatalog::getMessage. Where a language has no catalog, that of the
+  // default language answers; where there is none either, or no factory, the answer is defaultText,
+  // or when that is null the id in angle brackets.
   tstr getMessage(const std::string& msgId, const char* defaultText, std::string language);
 
   // The sentence of a message, its arguments put in. A null language means the default one. An

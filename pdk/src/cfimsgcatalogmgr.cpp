@@ -7,6 +7,12 @@
 
 namespace orca_pdk_4_4 {
 
+namespace {
+
+constexpr std::size_t kMostCatalogs = 100;
+
+}  // namespace
+
 template class CFiContextSingletonAllocator<CFiMessageCatalogManager>;
 
 CFiMessageCatalogFactory::~CFiMessageCatalogFactory() = default;
@@ -48,9 +54,14 @@ void CFiMessageCatalogManager::registerFactory(CFiMessageCatalogFactory* factory
 
 void CFiMessageCatalogManager::activateCatalog(std::string language) {
   if (m_factory == nullptr || findCatalog(language) != nullptr) return;
-  if (CFiMessageCatalogPtr catalog = m_factory->createCatalog(language)) {
-    m_catalogs[language] = std::move(catalog);
+  CFiMessageCatalogPtr catalog = m_factory->createCatalog(language);
+  if (!catalog) return;
+  // Languages are texts from outside, of which there may be any number.
+  if (m_catalogs.size() >= kMostCatalogs) {
+    const std::string defaultLanguage = m_factory->getDefaultLanguage();
+    std::erase_if(m_catalogs, [&](const auto& kept) { return kept.first != defaultLanguage; });
   }
+  m_catalogs[language] = std::move(catalog);
 }
 
 const CFiMessageCatalog* CFiMessageCatalogManager::findCatalog(const std::string& language) const {
@@ -68,7 +79,7 @@ tstr CFiMessageCatalogManager::getMessage(const std::string& msgId, const char* 
     if (catalog == nullptr) catalog = findCatalog(defaultLanguage);
     if (catalog != nullptr) return catalog->getMessage(msgId, defaultText);
   }
-  if (defaultText != nullptr) return tstr(defaultText);
+  if (defaultText != nullptr) return CFiStringTool::str2tstr(defaultText);
   return CFiStringTool::str2tstr("<" + msgId + ">");
 }
 
@@ -103,8 +114,8 @@ void CFiMessageCatalogManager::getLocalizedMessage(const char* msgId, const char
 
 void CFiMessageCatalogManager::handOut(const std::string& msgId, const tstr& sentence,
                                        char** text) {
-  std::string& kept = m_handedOut[msgId];
-  kept = CFiStringTool::tstr2str(sentence);
+  std::string& kept =
+      m_handedOut.insert_or_assign(msgId, CFiStringTool::tstr2str(sentence)).first->second;
   *text = kept.data();
 }
 

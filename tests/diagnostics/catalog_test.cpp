@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 #include <cstdlib>
 
 #include "cfimsgcatalogmgr.h"
@@ -109,6 +111,17 @@ TEST_F(Catalog, ThatIsMissingAnswersThree) {
   EXPECT_EQ(opened("en", "HELLO", "default"), "3 default");
   manager.registerFactory(&factory);
   EXPECT_STREQ(localized("HELLO", "de"), "<HELLO>");
+}
+
+TEST_F(Catalog, IsNotKeptForEveryTextThatNamesALanguage) {
+  manager.registerFactory(&factory);
+  const auto askFor = [this](int count, const std::string& start) {
+    for (int i = 0; i < count; ++i) localized("HELLO", (start + std::to_string(i)).c_str());
+    return mallinfo2().uordblks;
+  };
+  const std::size_t before = askFor(1500, "de_");
+  EXPECT_LT(askFor(1500, "x"), before + 100000);
+  EXPECT_STREQ(localized("HELLO", "none"), "demo: good day") << "the default one stays";
 }
 
 TEST_F(Catalog, IsChosenByLanguage) {
