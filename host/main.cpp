@@ -3,9 +3,9 @@
 #include <iostream>
 #include <string_view>
 
-#include "exceptions.h"
-#include "findings.h"
-#include "verbs.h"
+#include "framework/exceptions.h"
+#include "framework/findings.h"
+#include "verbs/verbs.h"
 
 namespace {
 

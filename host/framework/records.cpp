@@ -1,0 +1,43 @@
+#include "framework/records.h"
+
+#include <new>
+
+namespace fihost {
+
+namespace {
+
+constexpr int kObjidKind = 3;
+
+}  // namespace
+
+Node::Node(const std::string& name)
+    : m_name(name), m_id(orca_get_objid(name.c_str(), name.size() + 1, kObjidKind)) {
+  if (m_id == nullptr) throw std::bad_alloc();
+  m_members[0] = &m_domain;
+  m_domain.objid = m_id;
+  m_domain.name = m_id->name;
+  m_domain.capability = &m_capability;
+  m_domain.members = m_members;
+  m_domain.member_count = 1;
+  m_splitNode.domain = &m_domain;
+  m_quiesceNode.domain = &m_domain;
+}
+
+Node::~Node() { orca_free_objid(m_id); }
+
+NodeSet::NodeSet(const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    m_nodes.push_back(std::make_unique<Node>(name));
+    m_splitNodes.push_back(m_nodes.back()->splitNode());
+    m_quiesceNodes.push_back(m_nodes.back()->quiesceNode());
+    m_ids.push_back(m_nodes.back()->id());
+  }
+}
+
+std::string NodeSet::names() const {
+  std::string all;
+  for (const auto& node : m_nodes) all += (all.empty() ? "" : ", ") + node->name();
+  return all;
+}
+
+}  // namespace fihost

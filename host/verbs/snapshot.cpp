@@ -1,0 +1,235 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "cli/heldsignals.h"
+#include "cli/names.h"
+#include "framework/handedids.h"
+#include "framework/lifecycle.h"
+#include "framework/parameters.h"
+#include "verbs/snapshotset.h"
+#include "verbs/verbs.h"
+
+namespace fihost {
+
+namespace {
+
+constexpr long kAbsent = 0;
+constexpr long kFailed = 1;
+
+std::string utcNow() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  gmtime_r(&now, &parts);
+  char text[32];
+  return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts));
+}
+
+// An id that no other session of this machine has, fit for a file name.
+std::string newSessionId() {
+  std::string id = utcNow();
+  std::erase(id, '-');
+  std::erase(id, ':');
+  return "fihost-" + id + "-" + std::to_string(getpid());
+}
+
+// Holds writers off for its scope; they go on at its end also when quiesce failed half-way.
+class Quiesced {
+ public:
+  Quiesced(Driver& driver, NodeSet& nodes, std::string& sessionId)
+      : m_driver(driver), m_nodes(nodes) {
+    m_good = driver.call("quiesce", nodes.names(), [&](auto& provider) {
+      return provider.quiesce(nodes.quiesceNodes(), nodes.count(), sessionId.data());
+    });
+  }
+  ~Quiesced() {
+    m_driver.call("unquiesce", m_nodes.names(), [&](auto& provider) {
+      provider.unquiesce(m_nodes.quiesceNodes(), m_nodes.count());
+    });
+  }
+  Quiesced(const Quiesced&) = delete;
+  Quiesced& operator=(const Quiesced&) = delete;
+
+  bool isGood() const { return m_good; }
+
+ private:
+  Driver& m_driver;
+  NodeSet& m_nodes;
+  bool m_good = false;
+};
+
+// The taking of one session's snapshots, step by step.
+class Taking {
+ public:
+  Taking(Driver& driver, NodeSet& nodes, const StateStore& store)
+      : m_driver(driver), m_nodes(nodes), m_store(store), m_sessionId(newSessionId()) {
+    driver.report().document()["session"] = m_sessionId;
+    driver.report().line("session " + m_sessionId);
+  }
+
+  // Configures every node. A setting that no description names is sent all the same, with a
+  // warning.
+  bool configure(const orca_pdk::CFiConfigParamDataList& values) {
+    for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+      std::string document;
+      std::string completed;
+      Descriptions descriptions;
+      if (!getParameters(m_driver, m_nodes[i], m_sessionId, document) ||
+          !readDescriptions(m_driver, document, descriptions)) {
+        return false;
+      }
+      warnOfUnknown(values, descriptions);
+      if (!setParameters(m_driver, m_nodes[i], m_sessionId, values, completed)) return false;
+      m_values.push_back(completed);
+    }
+    return true;
+  }
+
+  // Takes the snapshots and keeps those that the provider handed out, whatever came after them.
+  void take() {
+    bool good = false;
+    {
+      const Quiesced quiesced(m_driver, m_nodes, m_sessionId);
+      good = quiesced.isGood() && prePrepare() && prepare() && !isInterrupted() && make();
+    }
+    if (m_records.empty()) return;
+    fetchProviderStates();
+    remember();
+    if (good) showStatus();
+  }
+
+ private:
+  bool isInterrupted() {
+    if (!HeldSignals::isPending()) return false;
+    m_driver.report().error("interrupted before make; no snapshot was taken");
+    return true;
+  }
+
+  void warnOfUnknown(const orca_pdk::CFiConfigParamDataList& values,
+                     const Descriptions& descriptions) {
+    for (const auto& entry : values.params) {
+      if (descriptions.count(entry.first) != 0 || m_warned) continue;
+      m_driver.report().warning("provider " + m_driver.plugin().name() +
+                                " describes no parameter " + entry.first);
+    }
+    m_warned = true;
+  }
+
+  bool prePrepare() {
+    for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+      Node& node = m_nodes[i];
+      if (!m_driver.call("prePrepare", node.name(),
+                         [&](auto& provider) { return provider.prePrepare(node.domain()); })) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  bool prepare() {
+    return m_driver.call("prepare", m_nodes.names(), [&](auto& provider) {
+      return provider.prepare(m_sessionId.data(), m_nodes.splitNodes(), m_nodes.count(), 0);
+    });
+  }
+
+  bool make() {
+    HandedIds ids;
+    m_driver.setChanged("no snapshot was handed out");
+    const bool good = m_driver.call("make", m_nodes.names(), [&](auto& provider) {
+      return provider.make(m_sessionId.data(), m_nodes.splitNodes(), m_nodes.count(), ids.array(),
+                           ids.count());
+    });
+    keep(ids.names());
+    if (!m_records.empty()) {
+      m_driver.setChanged("snapshots were taken and stand in the list");
+    }
+    if (good && m_records.size() != m_nodes.size()) {
+      return m_driver.refuse("a named snapshot was handed out for " +
+                             std::to_string(m_records.size()) + " of " +
+                             std::to_string(m_nodes.size()) + " nodes");
+    }
+    return good;
+  }
+
+  void keep(const std::vector<std::string>& names) {
+    const std::string taken = utcNow();
+    for (std::size_t i = 0; i < std::min(names.size(), m_nodes.size()); ++i) {
+      if (names[i].empty()) continue;
+      m_records.push_back({names[i], m_nodes[i].name(), m_sessionId, m_driver.plugin().name(),
+                           m_driver.plugin().path(), taken, m_values[i], ""});
+      m_recordNodes.push_back(i);
+    }
+  }
+
+  void fetchProviderStates() {
+    for (std::size_t i = 0; i < m_records.size(); ++i) {
+      Node& node = m_nodes[m_recordNodes[i]];
+      pyx_blob blob{};
+      const bool good = m_driver.call("processProviderState", node.name(), [&](auto& provider) {
+        return provider.processProviderState(node.domain(), &blob, PYX_OPSTATE_GET);
+      });
+      if (good && blob.data != nullptr) {
+        m_records[i].providerState.assign(blob.data, blob.length);
+      }
+      orca_free_buf(blob.data, blob.length);
+    }
+  }
+
+  void remember() {
+    try {
+      m_store.update([&](SnapshotRecords& records) {
+        for (const SnapshotRecord& record : m_records) {
+          forget(records, record);
+          records.push_back(record);
+        }
+      });
+    } catch (Problem& problem) {
+      problem.text += "; taken, but not in the list:";
+      for (const SnapshotRecord& record : m_records) problem.text += " " + record.name;
+      throw;
+    }
+  }
+
+  void showStatus() {
+    SnapshotSet set(m_records);
+    const std::vector<long> statuses = askStatus(m_driver, m_sessionId, set);
+    showStatuses(m_driver.report(), m_records, statuses);
+    for (std::size_t i = 0; i < statuses.size(); ++i) {
+      if (statuses[i] != kAbsent && statuses[i] != kFailed) continue;
+      m_driver.refuse("snapshot " + m_records[i].name + " is " + statusName(statuses[i]));
+    }
+  }
+
+  Driver& m_driver;
+  NodeSet& m_nodes;
+  const StateStore& m_store;
+  std::string m_sessionId;
+  std::vector<std::string> m_values;
+  SnapshotRecords m_records;
+  std::vector<std::size_t> m_recordNodes;  // of each record, the node's place
+  bool m_warned = false;
+};
+
+}  // namespace
+
+Exit runSnapshot(const Options& options, Report& report) {
+  const HeldSignals held;
+  const StateStore store(options.stateFolder);
+  const auto values = wantedValues(options.parameterFile, options.settings);
+  store.check();
+  Plugin plugin(options.plugin);
+  Driver driver(plugin, report);
+  NodeSet nodes(options.objects);
+  {
+    Lifecycle lifecycle(driver, nodes);
+    Taking taking(driver, nodes, store);
+    if (lifecycle.init() && lifecycle.claimAll() && lifecycle.initNodes() &&
+        taking.configure(values)) {
+      taking.take();
+    }
+  }
+  return driver.isFailed() ? kRefused : kDone;
+}
+
+}  // namespace fihost
