@@ -9,7 +9,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "cli/names.h"
+#include "cli/text.h"
 
 namespace fihost {
 
@@ -18,16 +18,16 @@ namespace {
 std::string answerOf(const Call& call) {
   if (!call.exception.empty()) return "raised " + call.exception;
   if (!call.code) return "done";
-  std::string meaning = meaningOf(call.operation, *call.code);
-  if (isGood(call.operation, *call.code)) return meaning;
+  std::string meaning = call.operation->meaningOf(*call.code);
+  if (call.operation->isGood(*call.code)) return meaning;
   return std::to_string(*call.code) + " (" + meaning + ")";
 }
 
 nlohmann::ordered_json toJson(const Call& call) {
-  nlohmann::ordered_json json{{"operation", call.operation}, {"node", call.node}};
+  nlohmann::ordered_json json{{"operation", call.operation->name}, {"node", call.node}};
   if (call.code) {
     json["code"] = *call.code;
-    json["meaning"] = meaningOf(call.operation, *call.code);
+    json["meaning"] = call.operation->meaningOf(*call.code);
   }
   if (!call.exception.empty()) json["exception"] = call.exception;
   json["milliseconds"] = call.milliseconds;
@@ -35,7 +35,8 @@ nlohmann::ordered_json toJson(const Call& call) {
 }
 
 std::string sentence(const Failure& failure) {
-  std::string text = "provider " + failure.provider + ", operation " + failure.call.operation;
+  std::string text =
+      "provider " + failure.call.provider + ", operation " + failure.call.operation->name;
   if (!failure.call.node.empty()) text += ", node " + failure.call.node;
   text += ": " + answerOf(failure.call);
   if (!failure.reason.empty()) text += "; " + failure.reason;
@@ -75,19 +76,20 @@ void Report::text(const std::string& text) {
   if (!m_json) std::cout << text << std::flush;
 }
 
-void Report::operation(const Call& call) {
+void Report::ended(const Call& call) {
+  if (!call.operation->isStep) return;
   m_document["operations"].push_back(toJson(call));
   if (!m_operationsShown) return;
   std::ostringstream out;
-  out << std::left << std::setw(20) << call.operation << std::right << std::setw(10)
+  out << std::left << std::setw(20) << call.operation->name << std::right << std::setw(10)
       << milliseconds(call.milliseconds) << " ms  " << printable(answerOf(call));
   if (!call.node.empty()) out << "  " << printable(call.node);
   line(out.str());
 }
 
-void Report::failure(const Failure& failure) {
+void Report::failed(const Failure& failure) {
   nlohmann::ordered_json json = toJson(failure.call);
-  json["provider"] = failure.provider;
+  json["provider"] = failure.call.provider;
   json["reason"] = failure.reason;
   json["last_error"] = failure.lastError;
   json["changed"] = failure.changed;

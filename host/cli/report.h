@@ -2,35 +2,18 @@
 #define FIHOST_CLI_REPORT_H
 
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
+
+#include "trace/event.h"
 
 namespace fihost {
 
-// One operation that was called.
-struct Call {
-  std::string operation;
-  std::string node;         // the node, or several with ", " between them; may be empty
-  std::optional<int> code;  // none for operations without a result and after an exception
-  std::string exception;    // what was raised; empty when nothing was
-  double milliseconds = 0;
-};
-
-// Why a verb does not do all that it was asked for.
-struct Failure {
-  std::string provider;
-  Call call;
-  std::string reason;     // what is wrong where the code does not say it; may be empty
-  std::string lastError;  // the provider's own words; may be empty
-  std::string changed;    // what has changed, as a sentence without a point
-};
-
 // What the user sees. As text, lines are printed as things happen; with --json everything goes into
 // one document that is printed at the end, and whatever a provider prints goes to standard error.
-class Report {
+class Report : public CallObserver {
  public:
   Report(const std::string& verb, bool json);
-  ~Report();
+  ~Report() override;
   Report(const Report&) = delete;
   Report& operator=(const Report&) = delete;
 
@@ -44,9 +27,11 @@ class Report {
   void text(const std::string& text);
   // Whether operations get a line each; the document has them all. They do at first.
   void setOperationsShown(bool shown) { m_operationsShown = shown; }
-  void operation(const Call& call);
+  void ended(const Call& call) override;
+  // Whether an operation failed so far.
+  bool isFailed() const { return m_document.contains("failures"); }
   // To standard error, and into the document.
-  void failure(const Failure& failure);
+  void failed(const Failure& failure) override;
   void warning(const std::string& text);
   void error(const std::string& text);
   void finding(const std::string& text);

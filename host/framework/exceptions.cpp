@@ -10,7 +10,7 @@
 #include <memory>
 #include <typeinfo>
 
-#include "cli/names.h"
+#include "cli/text.h"
 
 namespace fihost {
 

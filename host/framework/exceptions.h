@@ -1,7 +1,10 @@
 #ifndef FIHOST_FRAMEWORK_EXCEPTIONS_H
 #define FIHOST_FRAMEWORK_EXCEPTIONS_H
 
+#include <optional>
 #include <string>
+
+#include "trace/event.h"
 
 namespace fihost {
 
@@ -23,6 +26,16 @@ class CurrentOperation {
 
  private:
   std::string m_before;
+};
+
+// Says it for every call of a provider.
+class OperationWatch : public CallObserver {
+ public:
+  void begins(const Call& call) override { m_current.emplace(call.provider, call.operation->name); }
+  void ended(const Call&) override { m_current.reset(); }
+
+ private:
+  std::optional<CurrentOperation> m_current;
 };
 
 }  // namespace fihost

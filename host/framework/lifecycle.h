@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "framework/driver.h"
+#include "framework/caller.h"
 #include "framework/records.h"
 
 namespace fihost {
@@ -12,7 +12,7 @@ namespace fihost {
 // it. What was begun is ended at the end of the scope, also when something in between failed.
 class Lifecycle {
  public:
-  Lifecycle(Driver& driver, NodeSet& nodes) : m_driver(driver), m_nodes(nodes) {}
+  Lifecycle(Caller& caller, NodeSet& nodes) : m_caller(caller), m_nodes(nodes) {}
   ~Lifecycle();
   Lifecycle(const Lifecycle&) = delete;
   Lifecycle& operator=(const Lifecycle&) = delete;
@@ -22,12 +22,8 @@ class Lifecycle {
   bool claimAll();
   bool initNodes();
 
-  // Asks the provider about one node; the secondary nodes that it names are given back. The answer
-  // is the driver's last call. True when there was a valid answer, "not claimed" included.
-  static bool claim(Driver& driver, Node& node);
-
  private:
-  Driver& m_driver;
+  Caller& m_caller;
   NodeSet& m_nodes;
   bool m_initCalled = false;
   std::size_t m_nodesBegun = 0;

@@ -4,46 +4,16 @@
 #include <cfisaxparser.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <set>
 #include <sstream>
 
 #include "cli/exitstatus.h"
-#include "cli/names.h"
+#include "cli/text.h"
 
 namespace fihost {
 
 namespace {
-
-constexpr int kSet = 2;
-constexpr int kGetParam = 4;
-
-// One request for the snapshot configuration. What is handed out is freed at the end of the scope.
-class ConfigRequest {
- public:
-  explicit ConfigRequest(std::string input = std::string()) : m_input(std::move(input)) {
-    if (!m_input.empty()) m_spec.text = m_input.data();
-  }
-  ~ConfigRequest() {
-    if (m_spec.text != m_input.data()) std::free(m_spec.text);
-  }
-  ConfigRequest(const ConfigRequest&) = delete;
-  ConfigRequest& operator=(const ConfigRequest&) = delete;
-
-  bool send(Driver& driver, const std::string& operation, int mode, Node& node,
-            std::string& sessionId) {
-    return driver.call(operation, node.name(), [&](auto& provider) {
-      return provider.config(node.domain(), mode, sessionId.data(), &m_spec);
-    });
-  }
-
-  std::string answer() const { return m_spec.text == nullptr ? "" : m_spec.text; }
-
- private:
-  std::string m_input;
-  pyx_confspec m_spec{1, 1, nullptr};
-};
 
 const char* dataTypeName(int32_t type) {
   static constexpr const char* kNames[] = {"string",      "int",      "boolean",
@@ -68,19 +38,18 @@ std::string allowedValues(const orca_pdk::CFiConfigParamInfo& info) {
 }
 
 // The provider's name for a parameter in the native language.
-std::string parameterTitle(Driver& driver, const std::string& messageId) {
-  try {
-    const auto& catalogs = driver.plugin().provider().catalogManager();
-    if (messageId.empty() || !catalogs) return messageId;
+std::string parameterTitle(Caller& caller, const std::string& messageId) {
+  const auto& catalogs = caller.plugin().provider().catalogManager();
+  if (messageId.empty() || !catalogs) return messageId;
+  std::string title = messageId;
+  caller.call(Op::CatalogMessage, "", {{"message", messageId}, {"locale", "native"}}, [&](auto&) {
     char* text = nullptr;
     catalogs->getLocalizedMessage(messageId.c_str(), "native", &text);
-    if (text == nullptr) return messageId;
-    std::string title(text);
+    if (text == nullptr) return;
+    title = text;
     catalogs->deleteLocalizedMessage(&text);
-    return title;
-  } catch (...) {
-    return messageId;
-  }
+  });
+  return title;
 }
 
 using Row = std::vector<std::string>;
@@ -110,14 +79,7 @@ std::string readFile(const std::string& path) {
 
 }  // namespace
 
-bool getParameters(Driver& driver, Node& node, std::string& sessionId, std::string& document) {
-  ConfigRequest request;
-  const bool good = request.send(driver, "config GETPARAM", kGetParam, node, sessionId);
-  document = request.answer();
-  return good;
-}
-
-bool readDescriptions(Driver& driver, const std::string& document, Descriptions& descriptions) {
+bool readDescriptions(Caller& caller, const std::string& document, Descriptions& descriptions) {
   if (document.empty()) return true;
   try {
     orca_pdk::CFiGetConfigParamListHandler handler;
@@ -126,16 +88,15 @@ bool readDescriptions(Driver& driver, const std::string& document, Descriptions&
     descriptions = handler.getList().params;
     return true;
   } catch (...) {
-    return driver.refuse("the answer is no readable document of parameters");
+    return caller.refuse("the answer is no readable document of parameters");
   }
 }
 
-void showDescriptions(Driver& driver, const Descriptions& descriptions) {
-  Report& report = driver.report();
+void showDescriptions(Caller& caller, Report& report, const Descriptions& descriptions) {
   auto list = nlohmann::ordered_json::array();
   std::vector<Row> rows{{"KEY", "TYPE", "USE", "DEFAULT", "ALLOWED", "SHARED", "MEANING"}};
   for (const auto& [key, info] : descriptions) {
-    const std::string title = parameterTitle(driver, info.messageId);
+    const std::string title = parameterTitle(caller, info.messageId);
     rows.push_back({key, dataTypeName(info.dataType), usageName(info.usageType), info.defaultValue,
                     allowedValues(info), info.isSharedParam ? "yes" : "no", title});
     list.push_back({{"key", key},
@@ -177,14 +138,6 @@ orca_pdk::CFiConfigParamDataList wantedValues(
   }
   values.updateXML();
   return values;
-}
-
-bool setParameters(Driver& driver, Node& node, std::string& sessionId,
-                   const orca_pdk::CFiConfigParamDataList& values, std::string& completed) {
-  ConfigRequest request(values.getXML().c_str());
-  const bool good = request.send(driver, "config SET", kSet, node, sessionId);
-  completed = request.answer();
-  return good;
 }
 
 }  // namespace fihost

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli/exitstatus.h"
-#include "cli/names.h"
+#include "cli/text.h"
 #include "framework/exceptions.h"
 
 namespace fihost {

@@ -40,4 +40,10 @@ std::string NodeSet::names() const {
   return all;
 }
 
+std::vector<std::string> NodeSet::nameList() const {
+  std::vector<std::string> list;
+  for (const auto& node : m_nodes) list.push_back(node->name());
+  return list;
+}
+
 }  // namespace fihost

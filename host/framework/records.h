@@ -49,8 +49,9 @@ class NodeSet {
   pyx_splitnode** splitNodes() { return m_splitNodes.data(); }
   pyx_quiescenode** quiesceNodes() { return m_quiesceNodes.data(); }
   orca_objid** ids() { return m_ids.data(); }
-  // All names, with ", " between them.
+  // All names, with ", " between them, and one by one.
   std::string names() const;
+  std::vector<std::string> nameList() const;
 
  private:
   std::vector<std::unique_ptr<Node>> m_nodes;

@@ -1,7 +1,7 @@
-#include <vector>
-
-#include "cli/names.h"
+#include "cli/text.h"
+#include "framework/exceptions.h"
 #include "framework/lifecycle.h"
+#include "framework/operations.h"
 #include "verbs/verbs.h"
 
 namespace fihost {
@@ -9,28 +9,6 @@ namespace fihost {
 namespace {
 
 constexpr uint32_t kAccessOff = 0x40;
-
-// The nodes as a list of sub-objects, as the two operations take them.
-std::vector<pyx_node_subobj_list> subObjects(NodeSet& nodes) {
-  std::vector<pyx_node_subobj_list> list(nodes.size());
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    pyx_node_subobj_list* const next = i + 1 < nodes.size() ? &list[i + 1] : nullptr;
-    list[i] = {nodes[i].domain(), nodes[i].id(), nullptr, next};
-  }
-  return list;
-}
-
-bool switchAccess(Driver& driver, NodeSet& nodes, bool on) {
-  std::vector<pyx_node_subobj_list> list = subObjects(nodes);
-  const long count = nodes.count();
-  if (!on) {
-    return driver.call("disableAccess", nodes.names(),
-                       [&](auto& provider) { return provider.disableAccess(list.data(), count); });
-  }
-  return driver.call("enableAccess", nodes.names(), [&](auto& provider) {
-    return provider.enableAccess(list.data(), count, 0, 0);
-  });
-}
 
 void show(Report& report, NodeSet& nodes) {
   for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -46,16 +24,20 @@ void show(Report& report, NodeSet& nodes) {
 Exit runAccess(const Options& options, Report& report) {
   const bool on = options.action == "enable";
   Plugin plugin(options.plugin);
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   NodeSet nodes(options.objects);
   for (std::size_t i = 0; i < nodes.size() && on; ++i) nodes[i].domain()->flags |= kAccessOff;
   {
-    Lifecycle lifecycle(driver, nodes);
-    if (lifecycle.init() && lifecycle.initNodes() && switchAccess(driver, nodes, on)) {
+    Lifecycle lifecycle(caller, nodes);
+    if (lifecycle.init() && lifecycle.initNodes() &&
+        (on ? ops::enableAccess(caller, nodes) : ops::disableAccess(caller, nodes))) {
       show(report, nodes);
     }
   }
-  return driver.isFailed() ? kRefused : kDone;
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace fihost

@@ -1,7 +1,7 @@
-#include "cli/names.h"
-#include "framework/handedids.h"
+#include "cli/text.h"
+#include "framework/exceptions.h"
 #include "framework/lifecycle.h"
-#include "framework/objidholder.h"
+#include "framework/operations.h"
 #include "verbs/verbs.h"
 
 namespace fihost {
@@ -9,31 +9,23 @@ namespace fihost {
 namespace {
 
 // Offers a node to be interposed, and what comes of it to be claimed.
-nlohmann::ordered_json offer(Driver& driver, Node& node) {
-  ObjidHolder own;
-  HandedIds groups;
+nlohmann::ordered_json offer(Caller& caller, Report& report, Node& node) {
+  ops::Interposed front;
   nlohmann::ordered_json answer{{"node", node.name()}};
-  if (!driver.call("interpose", node.name(), [&](auto& provider) {
-        return provider.interpose(node.domain(), own.address(), groups.array(), groups.count());
-      })) {
+  if (!ops::interpose(caller, node, front)) return answer;
+  answer["interposed"] = front.isThere ? front.name : "";
+  answer["groups"] = front.groups;
+  if (!front.isThere) {
+    report.line("node " + printable(node.name()) + "  not interposed");
     return answer;
   }
-  const bool isInterposed = *driver.last().code != 0 && own.get() != nullptr;
-  answer["interposed"] = isInterposed ? own.name() : "";
-  answer["groups"] = groups.names();
-  if (!isInterposed) {
-    driver.report().line("node " + printable(node.name()) + "  not interposed");
-    return answer;
-  }
-  driver.report().line("node " + printable(own.name()) + "  in front of " + printable(node.name()));
-  for (const std::string& group : groups.names()) {
-    driver.report().line("group " + printable(group));
-  }
-  Node front(own.name());
-  if (Lifecycle::claim(driver, front)) {
-    const int claimed = *driver.last().code;
-    answer["claim"] = meaningOf("claim", claimed);
-    driver.report().line("node " + printable(front.name()) + "  " + meaningOf("claim", claimed));
+  report.line("node " + printable(front.name) + "  in front of " + printable(node.name()));
+  for (const std::string& group : front.groups) report.line("group " + printable(group));
+  Node own(front.name);
+  if (const auto claimed = ops::claim(caller, own)) {
+    const std::string meaning = describe(Op::Claim).meaningOf(*claimed);
+    answer["claim"] = meaning;
+    report.line("node " + printable(front.name) + "  " + meaning);
   }
   return answer;
 }
@@ -42,17 +34,20 @@ nlohmann::ordered_json offer(Driver& driver, Node& node) {
 
 Exit runInterpose(const Options& options, Report& report) {
   Plugin plugin(options.plugin);
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   NodeSet nodes(options.objects);
   {
-    Lifecycle lifecycle(driver, nodes);
+    Lifecycle lifecycle(caller, nodes);
     auto answers = nlohmann::ordered_json::array();
     for (std::size_t i = 0; i < nodes.size() && (i > 0 || lifecycle.init()); ++i) {
-      answers.push_back(offer(driver, nodes[i]));
+      answers.push_back(offer(caller, report, nodes[i]));
     }
     report.document()["nodes"] = answers;
   }
-  return driver.isFailed() ? kRefused : kDone;
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace fihost

@@ -1,4 +1,4 @@
-#include "cli/names.h"
+#include "cli/text.h"
 #include "state/statestore.h"
 #include "verbs/verbs.h"
 

@@ -1,4 +1,6 @@
+#include "framework/exceptions.h"
 #include "framework/lifecycle.h"
+#include "framework/operations.h"
 #include "framework/parameters.h"
 #include "verbs/verbs.h"
 
@@ -6,34 +8,38 @@ namespace fihost {
 
 namespace {
 
-void show(Driver& driver, const Options& options, const std::string& document) {
+void show(Caller& caller, Report& report, const Options& options, const std::string& document) {
   if (options.xml) {
-    driver.report().document()["xml"] = document;
-    driver.report().text(document);
+    report.document()["xml"] = document;
+    report.text(document);
     return;
   }
   Descriptions descriptions;
-  if (readDescriptions(driver, document, descriptions)) showDescriptions(driver, descriptions);
+  if (readDescriptions(caller, document, descriptions)) {
+    showDescriptions(caller, report, descriptions);
+  }
 }
 
 }  // namespace
 
 Exit runParams(const Options& options, Report& report) {
   Plugin plugin(options.plugin);
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   // Standard output is the answer alone.
   report.setOperationsShown(false);
   NodeSet nodes(options.objects);
-  std::string sessionId;
   std::string document;
   {
-    Lifecycle lifecycle(driver, nodes);
+    Lifecycle lifecycle(caller, nodes);
     if (lifecycle.init() && lifecycle.claimAll() && lifecycle.initNodes() &&
-        getParameters(driver, nodes[0], sessionId, document)) {
-      show(driver, options, document);
+        ops::configGetParam(caller, nodes[0], "", document)) {
+      show(caller, report, options, document);
     }
   }
-  return driver.isFailed() ? kRefused : kDone;
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace fihost

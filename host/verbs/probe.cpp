@@ -1,7 +1,9 @@
 #include <cfiplugininterposer.h>
 
-#include "cli/names.h"
+#include "cli/text.h"
+#include "framework/exceptions.h"
 #include "framework/lifecycle.h"
+#include "framework/operations.h"
 #include "framework/overrides.h"
 #include "verbs/verbs.h"
 
@@ -48,32 +50,35 @@ void showFims(Plugin& plugin, Report& report) {
   }
 }
 
-void showClaims(Driver& driver, NodeSet& nodes) {
+void showClaims(Caller& caller, Report& report, NodeSet& nodes) {
   auto list = nlohmann::ordered_json::array();
-  Lifecycle lifecycle(driver, nodes);
+  Lifecycle lifecycle(caller, nodes);
   if (nodes.size() == 0 || !lifecycle.init()) return;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (!Lifecycle::claim(driver, nodes[i])) continue;
-    const int answer = *driver.last().code;
-    list.push_back(
-        {{"node", nodes[i].name()}, {"answer", answer}, {"meaning", meaningOf("claim", answer)}});
-    driver.report().line("node " + printable(nodes[i].name()) + "  " + meaningOf("claim", answer));
+    const auto answer = ops::claim(caller, nodes[i]);
+    if (!answer) continue;
+    const std::string meaning = describe(Op::Claim).meaningOf(*answer);
+    list.push_back({{"node", nodes[i].name()}, {"answer", *answer}, {"meaning", meaning}});
+    report.line("node " + printable(nodes[i].name()) + "  " + meaning);
   }
-  driver.report().document()["claims"] = list;
+  report.document()["claims"] = list;
 }
 
 }  // namespace
 
 Exit runProbe(const Options& options, Report& report) {
   Plugin plugin(options.plugin);
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   report.setOperationsShown(false);
   NodeSet nodes(options.objects);
   showIdentity(plugin, report);
   showOverrides(plugin, report);
   showFims(plugin, report);
-  showClaims(driver, nodes);
-  return driver.isFailed() ? kRefused : kDone;
+  showClaims(caller, report, nodes);
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace fihost

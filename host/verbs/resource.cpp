@@ -1,8 +1,7 @@
-#include <cstdlib>
-#include <memory>
-
-#include "cli/names.h"
+#include "cli/text.h"
+#include "framework/exceptions.h"
 #include "framework/lifecycle.h"
+#include "framework/operations.h"
 #include "verbs/verbs.h"
 
 namespace fihost {
@@ -10,47 +9,36 @@ namespace fihost {
 namespace {
 
 // Runs one operation for each resource, in the frame of init and fini.
-template <typename Operation>
 Exit workOnResources(const Options& options, Report& report, const char* done,
-                     Operation operation) {
+                     bool (*operation)(Caller&, const std::string&, const std::string&, int)) {
   Plugin plugin(options.plugin);
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   NodeSet none({});
   {
-    Lifecycle lifecycle(driver, none);
+    Lifecycle lifecycle(caller, none);
     if (lifecycle.init()) {
-      for (std::string resource : options.objects) {
-        std::string host = options.host;
-        char* const hostName = host.empty() ? nullptr : host.data();
-        if (!operation(driver, resource, hostName)) break;
+      for (const std::string& resource : options.objects) {
+        if (!operation(caller, resource, options.host, options.flags)) break;
         report.document()[done].push_back(resource);
         report.line(std::string(done) + " " + printable(resource));
-        driver.setChanged("the resources before it were " + std::string(done));
+        caller.setDone("the resources before it were " + std::string(done));
       }
     }
   }
-  return driver.isFailed() ? kRefused : kDone;
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace
 
 Exit runImport(const Options& options, Report& report) {
-  return workOnResources(options, report, "imported",
-                         [&](Driver& driver, std::string& resource, char* host) {
-                           return driver.call("importResource", resource, [&](auto& provider) {
-                             return provider.importResource(nullptr, resource.data(), host, nullptr,
-                                                            options.flags, nullptr, nullptr);
-                           });
-                         });
+  return workOnResources(options, report, "imported", ops::importResource);
 }
 
 Exit runDeport(const Options& options, Report& report) {
-  return workOnResources(
-      options, report, "deported", [&](Driver& driver, std::string& resource, char* host) {
-        return driver.call("deportResource", resource, [&](auto& provider) {
-          return provider.deportResource(resource.data(), host, nullptr, nullptr, options.flags);
-        });
-      });
+  return workOnResources(options, report, "deported", ops::deportResource);
 }
 
 }  // namespace fihost

@@ -4,9 +4,10 @@
 #include <ctime>
 
 #include "cli/heldsignals.h"
-#include "cli/names.h"
-#include "framework/handedids.h"
+#include "cli/text.h"
+#include "framework/exceptions.h"
 #include "framework/lifecycle.h"
+#include "framework/operations.h"
 #include "framework/parameters.h"
 #include "verbs/snapshotset.h"
 #include "verbs/verbs.h"
@@ -37,24 +38,18 @@ std::string newSessionId() {
 // Holds writers off for its scope; they go on at its end also when quiesce failed half-way.
 class Quiesced {
  public:
-  Quiesced(Driver& driver, NodeSet& nodes, std::string& sessionId)
-      : m_driver(driver), m_nodes(nodes) {
-    m_good = driver.call("quiesce", nodes.names(), [&](auto& provider) {
-      return provider.quiesce(nodes.quiesceNodes(), nodes.count(), sessionId.data());
-    });
+  Quiesced(Caller& caller, NodeSet& nodes, const std::string& sessionId)
+      : m_caller(caller), m_nodes(nodes) {
+    m_good = ops::quiesce(caller, nodes, sessionId);
   }
-  ~Quiesced() {
-    m_driver.call("unquiesce", m_nodes.names(), [&](auto& provider) {
-      provider.unquiesce(m_nodes.quiesceNodes(), m_nodes.count());
-    });
-  }
+  ~Quiesced() { ops::unquiesce(m_caller, m_nodes); }
   Quiesced(const Quiesced&) = delete;
   Quiesced& operator=(const Quiesced&) = delete;
 
   bool isGood() const { return m_good; }
 
  private:
-  Driver& m_driver;
+  Caller& m_caller;
   NodeSet& m_nodes;
   bool m_good = false;
 };
@@ -62,10 +57,14 @@ class Quiesced {
 // The taking of one session's snapshots, step by step.
 class Taking {
  public:
-  Taking(Driver& driver, NodeSet& nodes, const StateStore& store)
-      : m_driver(driver), m_nodes(nodes), m_store(store), m_sessionId(newSessionId()) {
-    driver.report().document()["session"] = m_sessionId;
-    driver.report().line("session " + m_sessionId);
+  Taking(Caller& caller, Report& report, NodeSet& nodes, const StateStore& store)
+      : m_caller(caller),
+        m_report(report),
+        m_nodes(nodes),
+        m_store(store),
+        m_sessionId(newSessionId()) {
+    m_report.document()["session"] = m_sessionId;
+    m_report.line("session " + m_sessionId);
   }
 
   // Configures every node. A setting that no description names is sent all the same, with a
@@ -75,12 +74,14 @@ class Taking {
       std::string document;
       std::string completed;
       Descriptions descriptions;
-      if (!getParameters(m_driver, m_nodes[i], m_sessionId, document) ||
-          !readDescriptions(m_driver, document, descriptions)) {
+      if (!ops::configGetParam(m_caller, m_nodes[i], m_sessionId, document) ||
+          !readDescriptions(m_caller, document, descriptions)) {
         return false;
       }
       warnOfUnknown(values, descriptions);
-      if (!setParameters(m_driver, m_nodes[i], m_sessionId, values, completed)) return false;
+      if (!ops::configSet(m_caller, m_nodes[i], m_sessionId, values.getXML().c_str(), completed)) {
+        return false;
+      }
       m_values.push_back(completed);
     }
     return true;
@@ -90,8 +91,9 @@ class Taking {
   void take() {
     bool good = false;
     {
-      const Quiesced quiesced(m_driver, m_nodes, m_sessionId);
-      good = quiesced.isGood() && prePrepare() && prepare() && !isInterrupted() && make();
+      const Quiesced quiesced(m_caller, m_nodes, m_sessionId);
+      good = quiesced.isGood() && prePrepare() && ops::prepare(m_caller, m_nodes, m_sessionId) &&
+             !isInterrupted() && make();
     }
     if (m_records.empty()) return;
     fetchProviderStates();
@@ -102,7 +104,7 @@ class Taking {
  private:
   bool isInterrupted() {
     if (!HeldSignals::isPending()) return false;
-    m_driver.report().error("interrupted before make; no snapshot was taken");
+    m_report.error("interrupted before make; no snapshot was taken");
     return true;
   }
 
@@ -110,42 +112,27 @@ class Taking {
                      const Descriptions& descriptions) {
     for (const auto& entry : values.params) {
       if (descriptions.count(entry.first) != 0 || m_warned) continue;
-      m_driver.report().warning("provider " + m_driver.plugin().name() +
-                                " describes no parameter " + entry.first);
+      m_report.warning("provider " + m_caller.plugin().name() + " describes no parameter " +
+                       entry.first);
     }
     m_warned = true;
   }
 
   bool prePrepare() {
     for (std::size_t i = 0; i < m_nodes.size(); ++i) {
-      Node& node = m_nodes[i];
-      if (!m_driver.call("prePrepare", node.name(),
-                         [&](auto& provider) { return provider.prePrepare(node.domain()); })) {
-        return false;
-      }
+      if (!ops::prePrepare(m_caller, m_nodes[i])) return false;
     }
     return true;
   }
 
-  bool prepare() {
-    return m_driver.call("prepare", m_nodes.names(), [&](auto& provider) {
-      return provider.prepare(m_sessionId.data(), m_nodes.splitNodes(), m_nodes.count(), 0);
-    });
-  }
-
   bool make() {
-    HandedIds ids;
-    m_driver.setChanged("no snapshot was handed out");
-    const bool good = m_driver.call("make", m_nodes.names(), [&](auto& provider) {
-      return provider.make(m_sessionId.data(), m_nodes.splitNodes(), m_nodes.count(), ids.array(),
-                           ids.count());
-    });
-    keep(ids.names());
-    if (!m_records.empty()) {
-      m_driver.setChanged("snapshots were taken and stand in the list");
-    }
+    std::vector<std::string> names;
+    const bool good = ops::make(m_caller, m_nodes, m_sessionId, names);
+    keep(names);
+    m_caller.setDone(m_records.empty() ? "no snapshot was handed out"
+                                       : "snapshots were taken and stand in the list");
     if (good && m_records.size() != m_nodes.size()) {
-      return m_driver.refuse("a named snapshot was handed out for " +
+      return m_caller.refuse("a named snapshot was handed out for " +
                              std::to_string(m_records.size()) + " of " +
                              std::to_string(m_nodes.size()) + " nodes");
     }
@@ -156,23 +143,18 @@ class Taking {
     const std::string taken = utcNow();
     for (std::size_t i = 0; i < std::min(names.size(), m_nodes.size()); ++i) {
       if (names[i].empty()) continue;
-      m_records.push_back({names[i], m_nodes[i].name(), m_sessionId, m_driver.plugin().name(),
-                           m_driver.plugin().path(), taken, m_values[i], ""});
+      m_records.push_back({names[i], m_nodes[i].name(), m_sessionId, m_caller.plugin().name(),
+                           m_caller.plugin().path(), taken, m_values[i], ""});
       m_recordNodes.push_back(i);
     }
   }
 
   void fetchProviderStates() {
     for (std::size_t i = 0; i < m_records.size(); ++i) {
-      Node& node = m_nodes[m_recordNodes[i]];
-      pyx_blob blob{};
-      const bool good = m_driver.call("processProviderState", node.name(), [&](auto& provider) {
-        return provider.processProviderState(node.domain(), &blob, PYX_OPSTATE_GET);
-      });
-      if (good && blob.data != nullptr) {
-        m_records[i].providerState.assign(blob.data, blob.length);
+      std::string state;
+      if (ops::getProviderState(m_caller, m_nodes[m_recordNodes[i]], state)) {
+        m_records[i].providerState = state;
       }
-      orca_free_buf(blob.data, blob.length);
     }
   }
 
@@ -193,15 +175,16 @@ class Taking {
 
   void showStatus() {
     SnapshotSet set(m_records);
-    const std::vector<long> statuses = askStatus(m_driver, m_sessionId, set);
-    showStatuses(m_driver.report(), m_records, statuses);
+    const std::vector<long> statuses = askStatus(m_caller, m_sessionId, set);
+    showStatuses(m_report, m_records, statuses);
     for (std::size_t i = 0; i < statuses.size(); ++i) {
       if (statuses[i] != kAbsent && statuses[i] != kFailed) continue;
-      m_driver.refuse("snapshot " + m_records[i].name + " is " + statusName(statuses[i]));
+      m_caller.refuse("snapshot " + m_records[i].name + " is " + statusName(statuses[i]));
     }
   }
 
-  Driver& m_driver;
+  Caller& m_caller;
+  Report& m_report;
   NodeSet& m_nodes;
   const StateStore& m_store;
   std::string m_sessionId;
@@ -219,17 +202,20 @@ Exit runSnapshot(const Options& options, Report& report) {
   const auto values = wantedValues(options.parameterFile, options.settings);
   store.check();
   Plugin plugin(options.plugin);
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   NodeSet nodes(options.objects);
   {
-    Lifecycle lifecycle(driver, nodes);
-    Taking taking(driver, nodes, store);
+    Lifecycle lifecycle(caller, nodes);
+    Taking taking(caller, report, nodes, store);
     if (lifecycle.init() && lifecycle.claimAll() && lifecycle.initNodes() &&
         taking.configure(values)) {
       taking.take();
     }
   }
-  return driver.isFailed() ? kRefused : kDone;
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace fihost

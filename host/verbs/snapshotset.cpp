@@ -5,14 +5,13 @@
 #include <set>
 
 #include "cli/exitstatus.h"
-#include "cli/names.h"
+#include "cli/text.h"
+#include "framework/exceptions.h"
+#include "framework/operations.h"
 
 namespace fihost {
 
 namespace {
-
-// A status that no provider gives: it shows which ones were written.
-constexpr long kNoStatus = -1;
 
 std::vector<std::string> textsOf(const SnapshotRecords& records,
                                  std::string SnapshotRecord::*text) {
@@ -63,21 +62,16 @@ SnapshotSet::SnapshotSet(const SnapshotRecords& records)
     : sources(textsOf(records, &SnapshotRecord::node)),
       snapshots(textsOf(records, &SnapshotRecord::name)) {}
 
-std::vector<long> askStatus(Driver& driver, const std::string& sessionId, SnapshotSet& set) {
-  std::string session = sessionId;
-  std::vector<long> statuses(set.snapshots.size(), kNoStatus);
-  const auto count = static_cast<long>(statuses.size());
-  const bool good = driver.call("getStatus", set.sources.names(), [&](auto& provider) {
-    return provider.getStatus(set.sources.ids(), set.snapshots.ids(), count, session.data(), 0,
-                              statuses.data());
-  });
+std::vector<long> askStatus(Caller& caller, const std::string& sessionId, SnapshotSet& set) {
+  std::vector<long> statuses;
+  const bool good = ops::getStatus(caller, set.sources, set.snapshots, sessionId, statuses);
   return good ? statuses : std::vector<long>();
 }
 
 void showStatuses(Report& report, const SnapshotRecords& records,
                   const std::vector<long>& statuses) {
   for (std::size_t i = 0; i < statuses.size(); ++i) {
-    const std::string status = statuses[i] == kNoStatus ? "not told" : statusName(statuses[i]);
+    const std::string status = statuses[i] == ops::kNoStatus ? "not told" : statusName(statuses[i]);
     report.line("snapshot " + printable(records[i].name) + "  of " + printable(records[i].node) +
                 "  " + status);
     report.document()["snapshots"].push_back({{"name", records[i].name},
@@ -107,16 +101,19 @@ Exit workOnSnapshots(const Options& options, const SnapshotRecords& records, Rep
                      const SnapshotWork& work) {
   Plugin plugin(pluginFor(options, records));
   const SnapshotRecords own = ofProvider(options, records, plugin.name());
-  Driver driver(plugin, report);
+  Caller caller(plugin);
+  OperationWatch watch;
+  caller.observe(watch);
+  caller.observe(report);
   NodeSet nodes(distinct(textsOf(own, &SnapshotRecord::node)));
   {
-    Lifecycle lifecycle(driver, nodes);
+    Lifecycle lifecycle(caller, nodes);
     if (lifecycle.init() && lifecycle.initNodes()) {
-      work(driver, own);
-      if (!driver.isFailed()) driver.setChanged("what was done before stays done");
+      work(caller, own);
+      if (!report.isFailed()) caller.setDone("what was done before stays done");
     }
   }
-  return driver.isFailed() ? kRefused : kDone;
+  return report.isFailed() ? kRefused : kDone;
 }
 
 }  // namespace fihost

@@ -7,7 +7,8 @@
 
 #include "cli/exitstatus.h"
 #include "cli/options.h"
-#include "framework/driver.h"
+#include "cli/report.h"
+#include "framework/caller.h"
 #include "framework/lifecycle.h"
 #include "framework/records.h"
 #include "state/statestore.h"
@@ -24,7 +25,7 @@ struct SnapshotSet {
 };
 
 // Asks for the state of snapshots of one session; one status each, or nothing after a failure.
-std::vector<long> askStatus(Driver& driver, const std::string& sessionId, SnapshotSet& set);
+std::vector<long> askStatus(Caller& caller, const std::string& sessionId, SnapshotSet& set);
 
 // Answers a status list to the user.
 void showStatuses(Report& report, const SnapshotRecords& records,
@@ -37,7 +38,7 @@ SnapshotRecords namedRecords(const StateStore& store, const Options& options);
 // Loads the plug-in of these records, sets their nodes up, lets `work` do its part with the records
 // that are this provider's, and ends all that was begun. Returns the exit status; throws a Problem
 // where a named snapshot belongs to another provider.
-using SnapshotWork = std::function<void(Driver&, const SnapshotRecords&)>;
+using SnapshotWork = std::function<void(Caller&, const SnapshotRecords&)>;
 Exit workOnSnapshots(const Options& options, const SnapshotRecords& records, Report& report,
                      const SnapshotWork& work);
 

@@ -23,10 +23,10 @@ Exit runStatus(const Options& options, Report& report) {
     report.line("no snapshots");
     return kDone;
   }
-  return workOnSnapshots(options, records, report, [&](Driver& driver, const auto& own) {
+  return workOnSnapshots(options, records, report, [&](Caller& caller, const auto& own) {
     for (const auto& [session, members] : bySession(own)) {
       SnapshotSet set(members);
-      showStatuses(report, members, askStatus(driver, session, set));
+      showStatuses(report, members, askStatus(caller, session, set));
     }
   });
 }

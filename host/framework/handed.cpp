@@ -1,4 +1,6 @@
-#include "framework/handedids.h"
+#include "framework/handed.h"
+
+#include <cstdlib>
 
 namespace fihost {
 
@@ -18,6 +20,23 @@ std::vector<std::string> HandedIds::names() const {
 
 std::size_t HandedIds::size() const {
   return m_ids == nullptr || m_count < 0 ? 0 : static_cast<std::size_t>(m_count);
+}
+
+HandedTexts::~HandedTexts() {
+  for (std::size_t i = 0; i < size(); ++i) std::free(m_texts[i]);
+  orca_free_buf(m_texts, size() * sizeof(char*));
+}
+
+std::vector<std::string> HandedTexts::texts() const {
+  std::vector<std::string> texts;
+  for (std::size_t i = 0; i < size(); ++i) {
+    texts.emplace_back(m_texts[i] == nullptr ? "" : m_texts[i]);
+  }
+  return texts;
+}
+
+std::size_t HandedTexts::size() const {
+  return m_texts == nullptr || m_count < 0 ? 0 : static_cast<std::size_t>(m_count);
 }
 
 }  // namespace fihost

@@ -1,0 +1,99 @@
+#include "framework/operationtable.h"
+
+#include <fiutil.h>
+
+#include <algorithm>
+#include <array>
+
+namespace fihost {
+
+namespace {
+
+constexpr Meaning kSuccess[] = {{0, "success"}};
+constexpr Meaning kClaims[] = {
+    {PYX_CLAIM_NONE, "not claimed"},
+    {PYX_CLAIM_PRIMARY, "claimed"},
+    {PYX_CLAIM_SECONDARY, "claimed as secondary"},
+};
+constexpr Meaning kInterposed[] = {{0, "not interposed"}, {1, "interposed"}};
+
+// What other answers mean.
+constexpr Meaning kResults[] = {
+    {1, "yes"},
+    {2, "claimed as secondary"},
+    {3, "invalid or missing argument, no private data, or an invalid document"},
+    {4, "operation not supported by this provider"},
+    {5, "out of memory"},
+    {6, "operation failed"},
+    {18, "device cannot be queried"},
+    {26, "file cannot be opened"},
+    {31, "no credentials"},
+    {1091, "owner of a device cannot be changed"},
+};
+
+constexpr Meaning kStatuses[] = {{0, "absent"}, {1, "failed"}, {8, "ready"}};
+
+constexpr Operation kOperations[] = {
+    {Op::Init, "init", kSuccess, "", true},
+    {Op::Fini, "fini", {}, "", true},
+    {Op::Claim, "claim", kClaims, "", true},
+    {Op::InitNode, "initNode", kSuccess, "", true},
+    {Op::DeInitNode, "deInitNode", {}, "", true},
+    {Op::ConfigGetParam, "config GETPARAM", kSuccess, "", true},
+    {Op::ConfigSet, "config SET", kSuccess, "", true},
+    {Op::Quiesce, "quiesce", kSuccess, "", true},
+    {Op::Unquiesce, "unquiesce", {}, "", true},
+    {Op::PrePrepare, "prePrepare", kSuccess, "", true},
+    {Op::Prepare, "prepare", kSuccess, "", true},
+    {Op::Make, "make", kSuccess, "no snapshot was handed out", true},
+    {Op::ProcessProviderState, "processProviderState", kSuccess, "", true},
+    {Op::GetStatus, "getStatus", kSuccess, "", true},
+    {Op::Restore, "restore", kSuccess,
+     "whether the node's content has changed is not known to the host", true},
+    {Op::Dispose, "dispose", kSuccess, "the snapshot stays in the list", true},
+    {Op::Interpose, "interpose", kInterposed, "", true},
+    {Op::ImportResource, "importResource", kSuccess, "", true},
+    {Op::DeportResource, "deportResource", kSuccess, "", true},
+    {Op::EnableAccess, "enableAccess", kSuccess, "", true},
+    {Op::DisableAccess, "disableAccess", kSuccess, "", true},
+    {Op::GetLastError, "getLastError", kSuccess, "", false},
+    {Op::DelLastError, "delLastError", kSuccess, "", false},
+    {Op::GetLocaleMessage, "getLocaleMessage", kSuccess, "", false},
+    {Op::DelLocaleMessage, "delLocaleMessage", kSuccess, "", false},
+    {Op::CatalogMessage, "getLocalizedMessage of the catalog", {}, "", false},
+};
+
+constexpr bool isInOrder() {
+  for (std::size_t i = 0; i < std::size(kOperations); ++i) {
+    if (static_cast<std::size_t>(kOperations[i].id) != i) return false;
+  }
+  return true;
+}
+static_assert(isInOrder());
+
+const char* find(std::span<const Meaning> meanings, long number) {
+  const auto found = std::find_if(meanings.begin(), meanings.end(),
+                                  [&](const Meaning& entry) { return entry.number == number; });
+  return found == meanings.end() ? nullptr : found->name;
+}
+
+}  // namespace
+
+bool Operation::isGood(int code) const { return find(goodAnswers, code) != nullptr; }
+
+std::string Operation::meaningOf(int code) const {
+  const char* meaning = find(goodAnswers, code);
+  if (meaning == nullptr) meaning = find(kResults, code);
+  return meaning == nullptr ? "code without a known meaning" : meaning;
+}
+
+std::span<const Operation> allOperations() { return kOperations; }
+
+const Operation& describe(Op op) { return kOperations[static_cast<std::size_t>(op)]; }
+
+std::string statusName(long status) {
+  const char* name = find(kStatuses, status);
+  return name == nullptr ? std::to_string(status) : name;
+}
+
+}  // namespace fihost

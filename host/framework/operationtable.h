@@ -1,0 +1,74 @@
+#ifndef FIHOST_FRAMEWORK_OPERATIONTABLE_H
+#define FIHOST_FRAMEWORK_OPERATIONTABLE_H
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace fihost {
+
+// The operations that the host calls, in the order of their table. The modes of config are
+// operations of their own.
+enum class Op {
+  Init,
+  Fini,
+  Claim,
+  InitNode,
+  DeInitNode,
+  ConfigGetParam,
+  ConfigSet,
+  Quiesce,
+  Unquiesce,
+  PrePrepare,
+  Prepare,
+  Make,
+  ProcessProviderState,
+  GetStatus,
+  Restore,
+  Dispose,
+  Interpose,
+  ImportResource,
+  DeportResource,
+  EnableAccess,
+  DisableAccess,
+  GetLastError,
+  DelLastError,
+  GetLocaleMessage,
+  DelLocaleMessage,
+  CatalogMessage,
+};
+
+// A number and its name.
+struct Meaning {
+  long number;
+  const char* name;
+};
+
+// What the host knows of an operation.
+struct Operation {
+  Op id;
+  const char* name;
+  // The answers that mean that it did what it was called for.
+  std::span<const Meaning> goodAnswers;
+  // What a failure of it may leave behind, as a sentence without a point; empty where it leaves
+  // things as they were.
+  const char* leaves;
+  // Whether it is a step of a verb's work. The others are called to explain what happened; they are
+  // not listed, and nothing asks why one failed.
+  bool isStep;
+
+  bool isGood(int code) const;
+  // The meaning of an answer; "code without a known meaning" where there is none.
+  std::string meaningOf(int code) const;
+};
+
+// All that the host calls.
+std::span<const Operation> allOperations();
+const Operation& describe(Op op);
+
+// The name of a snapshot's status; the number where it has none.
+std::string statusName(long status);
+
+}  // namespace fihost
+
+#endif
