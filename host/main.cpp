@@ -1,42 +1,31 @@
 #include <signal.h>
 
 #include <iostream>
-#include <string_view>
 
+#include "cli/commandline.h"
+#include "cli/heldsignals.h"
+#include "cli/progress.h"
+#include "cli/standardoutput.h"
 #include "framework/exceptions.h"
 #include "framework/findings.h"
-#include "verbs/verbs.h"
 
 namespace {
 
-using fihost::Exit;
-using fihost::Options;
-using fihost::Report;
+using namespace fihost;
 
-struct Verb {
-  std::string_view name;
-  Exit (*run)(const Options&, Report&);
-};
-
-constexpr Verb kVerbs[] = {
-    {"probe", fihost::runProbe},       {"params", fihost::runParams},
-    {"snapshot", fihost::runSnapshot}, {"list", fihost::runList},
-    {"status", fihost::runStatus},     {"restore", fihost::runRestore},
-    {"dispose", fihost::runDispose},   {"interpose", fihost::runInterpose},
-    {"import", fihost::runImport},     {"deport", fihost::runDeport},
-    {"access", fihost::runAccess},
-};
-
-Exit runVerb(const Options& options, Report& report) {
+// Runs the verb; what it has to say stands in the report then.
+void runVerb(Verb& verb, const Settings& settings, Report& report) {
+  OperationWatch watch;
+  Progress progress;
+  Context context{settings, report, {&watch, &report}};
+  if (!settings.json && verb.showsOperations()) context.observers.push_back(&progress);
   try {
-    for (const Verb& verb : kVerbs) {
-      if (verb.name == options.verb) return verb.run(options, report);
-    }
-    throw fihost::Problem{fihost::kWrongUse, "no verb " + options.verb};
-  } catch (const fihost::Problem& problem) {
-    report.error(problem.text);
-    return problem.exit;
+    verb.run(context);
+  } catch (const Problem& problem) {
+    report.error(problem.exit, problem.text);
   }
+  report.answer()["findings"] = Json::array();
+  for (const std::string& text : memoryFindings()) report.finding(text);
 }
 
 // A reader of the output that goes away must not end the host between quiesce and unquiesce. A
@@ -52,17 +41,21 @@ void surviveClosedPipes() {
 
 int main(int argc, char** argv) {
   surviveClosedPipes();
-  fihost::nameOperationOnTermination();
+  nameOperationOnTermination();
   try {
-    const fihost::Parsed parsed = fihost::parseCommandLine(argc, argv);
-    if (!parsed.goOn) return parsed.exit;
-    Report report(parsed.options.verb, parsed.options.json);
-    const Exit exit = runVerb(parsed.options, report);
-    fihost::reportFindings(report);
-    report.finish(exit);
-    return exit;
+    CommandLine commandLine;
+    if (const auto ended = commandLine.read(argc, argv)) return *ended;
+    Verb& verb = commandLine.verb();
+    StandardOutput output(commandLine.settings().json);
+    Report report(verb.name());
+    runVerb(verb, commandLine.settings(), report);
+    report.answer()["exit"] = report.exitStatus();
+    output.print(commandLine.settings().json ? toText(report.answer())
+                                             : verb.text(report.answer()));
+    HeldSignals::letGo();
+    return report.exitStatus();
   } catch (...) {
-    std::cerr << "fihost: " << fihost::currentException() << std::endl;
-    return fihost::kRefused;
+    std::cerr << "fihost: " << currentException() << std::endl;
+    return kRefused;
   }
 }

@@ -1,7 +1,5 @@
 #include "cli/heldsignals.h"
 
-#include <iostream>
-
 namespace fihost {
 
 namespace {
@@ -25,11 +23,12 @@ HeldSignals::HeldSignals() : m_old() {
 
 HeldSignals::~HeldSignals() {
   for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &m_old[i], nullptr);
-  if (g_held == 0) return;
-  std::cout.flush();
-  raise(g_held);
 }
 
 bool HeldSignals::isPending() { return g_held != 0; }
+
+void HeldSignals::letGo() {
+  if (isPending()) raise(g_held);
+}
 
 }  // namespace fihost

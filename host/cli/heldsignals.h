@@ -13,13 +13,14 @@ namespace fihost {
 class HeldSignals {
  public:
   HeldSignals();
-  // Lets the signal go that was held, which then ends the host.
   ~HeldSignals();
   HeldSignals(const HeldSignals&) = delete;
   HeldSignals& operator=(const HeldSignals&) = delete;
 
   // True once a signal is held.
   static bool isPending();
+  // Lets the signal go that was held, which then ends the host; called when the answer is printed.
+  static void letGo();
 
  private:
   static constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};

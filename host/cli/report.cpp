@@ -1,30 +1,16 @@
 #include "cli/report.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <iomanip>
 #include <iostream>
-#include <sstream>
 
+#include "cli/answertext.h"
 #include "cli/text.h"
 
 namespace fihost {
 
 namespace {
 
-std::string answerOf(const Call& call) {
-  if (!call.exception.empty()) return "raised " + call.exception;
-  if (!call.code) return "done";
-  std::string meaning = call.operation->meaningOf(*call.code);
-  if (call.operation->isGood(*call.code)) return meaning;
-  return std::to_string(*call.code) + " (" + meaning + ")";
-}
-
-nlohmann::ordered_json toJson(const Call& call) {
-  nlohmann::ordered_json json{{"operation", call.operation->name}, {"node", call.node}};
+Json toJson(const Call& call) {
+  Json json{{"operation", call.operation->name}, {"node", call.node}};
   if (call.code) {
     json["code"] = *call.code;
     json["meaning"] = call.operation->meaningOf(*call.code);
@@ -35,10 +21,10 @@ nlohmann::ordered_json toJson(const Call& call) {
 }
 
 std::string sentence(const Failure& failure) {
-  std::string text =
-      "provider " + failure.call.provider + ", operation " + failure.call.operation->name;
-  if (!failure.call.node.empty()) text += ", node " + failure.call.node;
-  text += ": " + answerOf(failure.call);
+  const Call& call = failure.call;
+  std::string text = "provider " + call.provider + ", operation " + call.operation->name;
+  if (!call.node.empty()) text += ", node " + call.node;
+  text += ": " + answerText(call);
   if (!failure.reason.empty()) text += "; " + failure.reason;
   if (!failure.lastError.empty()) text += "; last error: " + failure.lastError;
   return text + "; " + failure.changed;
@@ -46,78 +32,53 @@ std::string sentence(const Failure& failure) {
 
 void complain(const std::string& text) { std::cerr << "fihost: " << printable(text) << std::endl; }
 
-void writeAll(int fd, const std::string& text) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t written = write(fd, text.data() + done, text.size() - done);
-    if (written < 0 && errno != EINTR) return;
-    if (written > 0) done += static_cast<std::size_t>(written);
-  }
-}
-
 }  // namespace
 
-Report::Report(const std::string& verb, bool json) : m_json(json) {
-  m_document["verb"] = verb;
-  if (!m_json) return;
-  m_answerFd = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-  dup2(STDERR_FILENO, STDOUT_FILENO);
+std::string answerText(const Call& call) {
+  if (!call.exception.empty()) return "raised " + call.exception;
+  if (!call.code) return "done";
+  const std::string meaning = call.operation->meaningOf(*call.code);
+  return call.isGood() ? meaning : std::to_string(*call.code) + " (" + meaning + ")";
 }
 
-Report::~Report() {
-  if (m_answerFd >= 0) close(m_answerFd);
+std::string toText(const Json& document) {
+  return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-void Report::line(const std::string& text) {
-  if (!m_json) std::cout << text << std::endl;
-}
-
-void Report::text(const std::string& text) {
-  if (!m_json) std::cout << text << std::flush;
-}
+Json rowsOf(const Json& answer, const char* list) { return answer.value(list, Json::array()); }
 
 void Report::ended(const Call& call) {
-  if (!call.operation->isStep) return;
-  m_document["operations"].push_back(toJson(call));
-  if (!m_operationsShown) return;
-  std::ostringstream out;
-  out << std::left << std::setw(20) << call.operation->name << std::right << std::setw(10)
-      << milliseconds(call.milliseconds) << " ms  " << printable(answerOf(call));
-  if (!call.node.empty()) out << "  " << printable(call.node);
-  line(out.str());
+  if (call.operation->isStep) m_answer["operations"].push_back(toJson(call));
 }
 
 void Report::failed(const Failure& failure) {
-  nlohmann::ordered_json json = toJson(failure.call);
+  Json json = toJson(failure.call);
   json["provider"] = failure.call.provider;
   json["reason"] = failure.reason;
   json["last_error"] = failure.lastError;
   json["changed"] = failure.changed;
-  m_document["failures"].push_back(json);
+  m_answer["failures"].push_back(json);
   complain(sentence(failure));
 }
 
 void Report::warning(const std::string& text) {
-  m_document["warnings"].push_back(text);
+  m_answer["warnings"].push_back(text);
   complain(text);
 }
 
-void Report::error(const std::string& text) {
-  m_document["error"] = text;
+void Report::error(Exit exit, const std::string& text) {
+  m_answer["error"] = text;
+  m_exit = exit;
   complain(text);
 }
 
 void Report::finding(const std::string& text) {
-  m_document["findings"].push_back(text);
+  m_answer["findings"].push_back(text);
   complain(text);
 }
 
-void Report::finish(int exit) {
-  if (!m_json) return;
-  m_document["exit"] = exit;
-  std::fflush(stdout);
-  writeAll(m_answerFd,
-           m_document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+Exit Report::exitStatus() const {
+  return m_exit == kDone && m_answer.contains("failures") ? kRefused : m_exit;
 }
 
 }  // namespace fihost

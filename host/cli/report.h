@@ -4,45 +4,43 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "cli/exitstatus.h"
 #include "trace/event.h"
 
 namespace fihost {
 
-// What the user sees. As text, lines are printed as things happen; with --json everything goes into
-// one document that is printed at the end, and whatever a provider prints goes to standard error.
+using Json = nlohmann::ordered_json;
+
+// A document as text; bytes that are no UTF-8 are replaced.
+std::string toText(const Json& document);
+
+// The rows of a list in an answer; none where the verb did not come that far.
+Json rowsOf(const Json& answer, const char* list);
+
+// The one answer to the user: a document that the verb and the calls of the provider build, printed
+// once, at the end. What went wrong is said on standard error as it happens, too.
 class Report : public CallObserver {
  public:
-  Report(const std::string& verb, bool json);
-  ~Report() override;
-  Report(const Report&) = delete;
-  Report& operator=(const Report&) = delete;
+  explicit Report(const std::string& verb) { m_answer["verb"] = verb; }
 
-  bool isJson() const { return m_json; }
-  // The document; verbs add their answers to it.
-  nlohmann::ordered_json& document() { return m_document; }
+  // The verb's own part.
+  Json& answer() { return m_answer; }
 
-  // A line of the answer; text only.
-  void line(const std::string& text);
-  // A text as it is; text only.
-  void text(const std::string& text);
-  // Whether operations get a line each; the document has them all. They do at first.
-  void setOperationsShown(bool shown) { m_operationsShown = shown; }
   void ended(const Call& call) override;
-  // Whether an operation failed so far.
-  bool isFailed() const { return m_document.contains("failures"); }
-  // To standard error, and into the document.
   void failed(const Failure& failure) override;
+  // Something that the user should know, and nothing more.
   void warning(const std::string& text);
-  void error(const std::string& text);
+  // What ended the verb, with the exit status that it has then.
+  void error(Exit exit, const std::string& text);
+  // Something that the provider did wrong with memory.
   void finding(const std::string& text);
-  // Ends the answer.
-  void finish(int exit);
+
+  // The exit status by what stands in the answer.
+  Exit exitStatus() const;
 
  private:
-  bool m_json;
-  bool m_operationsShown = true;
-  int m_answerFd = -1;  // the real standard output while a provider's goes elsewhere
-  nlohmann::ordered_json m_document;
+  Json m_answer;
+  Exit m_exit = kDone;
 };
 
 }  // namespace fihost

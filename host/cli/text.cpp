@@ -7,7 +7,7 @@
 
 namespace fihost {
 
-std::string printable(std::string_view text) {
+std::string printable(const std::string& text) {
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string result;
   for (const char c : text) {

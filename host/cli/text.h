@@ -2,13 +2,12 @@
 #define FIHOST_CLI_TEXT_H
 
 #include <string>
-#include <string_view>
 
 namespace fihost {
 
 // Text from outside made fit for one line of a terminal: control characters become "\xNN", line
 // breaks and tabs a blank.
-std::string printable(std::string_view text);
+std::string printable(const std::string& text);
 
 // A duration of milliseconds with one digit behind the point.
 std::string milliseconds(double value);

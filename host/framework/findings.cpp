@@ -2,8 +2,6 @@
 
 #include <fiutil_accounting.h>
 
-#include <string>
-
 namespace fihost {
 
 namespace {
@@ -28,15 +26,14 @@ std::string sentence(const orca_finding& finding) {
 
 }  // namespace
 
-void reportFindings(Report& report) {
-  report.document()["findings"] = nlohmann::ordered_json::array();
+std::vector<std::string> memoryFindings() {
   std::vector<std::string> sentences;
   orca_accounting_report(
       [](const orca_finding* finding, void* context) {
         static_cast<std::vector<std::string>*>(context)->push_back(sentence(*finding));
       },
       &sentences);
-  for (const std::string& text : sentences) report.finding(text);
+  return sentences;
 }
 
 }  // namespace fihost

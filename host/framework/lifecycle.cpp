@@ -5,7 +5,7 @@
 namespace fihost {
 
 Lifecycle::~Lifecycle() {
-  while (m_nodesBegun > 0) ops::deInitNode(m_caller, m_nodes[--m_nodesBegun]);
+  while (m_nodesBegun > 0) ops::deInitNode(m_caller, nodes()[--m_nodesBegun]);
   if (m_initCalled) ops::fini(m_caller);
 }
 
@@ -14,20 +14,24 @@ bool Lifecycle::init() {
   return ops::init(m_caller);
 }
 
+bool Lifecycle::begin(const std::vector<std::string>& names, Claim claimed, uint32_t flags) {
+  m_nodes = std::make_unique<NodeSet>(names);
+  for (std::size_t i = 0; i < m_nodes->size(); ++i) nodes()[i].domain()->flags |= flags;
+  return init() && (claimed == Claim::No || claimAll()) && initNodes();
+}
+
 bool Lifecycle::claimAll() {
-  for (std::size_t i = 0; i < m_nodes.size(); ++i) {
-    const std::optional<int> answer = ops::claim(m_caller, m_nodes[i]);
+  for (std::size_t i = 0; i < nodes().size(); ++i) {
+    const std::optional<int> answer = ops::claim(m_caller, nodes()[i]);
     if (!answer) return false;
-    if (answer == PYX_CLAIM_NONE) {
-      return m_caller.refuse("the provider does not want this node");
-    }
+    if (answer == PYX_CLAIM_NONE) return m_caller.refuse("the provider does not want this node");
   }
   return true;
 }
 
 bool Lifecycle::initNodes() {
-  while (m_nodesBegun < m_nodes.size()) {
-    if (!ops::initNode(m_caller, m_nodes[m_nodesBegun++])) return false;
+  while (m_nodesBegun < nodes().size()) {
+    if (!ops::initNode(m_caller, nodes()[m_nodesBegun++])) return false;
   }
   return true;
 }

@@ -1,6 +1,8 @@
 #ifndef FIHOST_FRAMEWORK_LIFECYCLE_H
 #define FIHOST_FRAMEWORK_LIFECYCLE_H
 
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "framework/caller.h"
@@ -12,19 +14,28 @@ namespace fihost {
 // it. What was begun is ended at the end of the scope, also when something in between failed.
 class Lifecycle {
  public:
-  Lifecycle(Caller& caller, NodeSet& nodes) : m_caller(caller), m_nodes(nodes) {}
+  explicit Lifecycle(Caller& caller) : m_caller(caller) {}
   ~Lifecycle();
   Lifecycle(const Lifecycle&) = delete;
   Lifecycle& operator=(const Lifecycle&) = delete;
 
-  // Each is true when it went well for all nodes; it stops at the first that did not.
+  // True when the provider is ready.
   bool init();
+  // Initialises the provider and sets nodes up; with `claimed`, each must be wanted by the provider
+  // before. True when it went well for all; it stops at the first that did not. Called once.
+  // `flags` are those that the nodes begin with.
+  enum class Claim { No, Yes };
+  bool begin(const std::vector<std::string>& names, Claim claimed, uint32_t flags = 0);
+
+  // The nodes of begin.
+  NodeSet& nodes() { return *m_nodes; }
+
+ private:
   bool claimAll();
   bool initNodes();
 
- private:
   Caller& m_caller;
-  NodeSet& m_nodes;
+  std::unique_ptr<NodeSet> m_nodes;
   bool m_initCalled = false;
   std::size_t m_nodesBegun = 0;
 };

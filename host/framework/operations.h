@@ -67,6 +67,9 @@ bool deportResource(Caller& caller, const std::string& resource, const std::stri
 bool enableAccess(Caller& caller, NodeSet& nodes);
 bool disableAccess(Caller& caller, NodeSet& nodes);
 
+// The provider's text for a message id in the native language; the id where there is none.
+std::string catalogText(Caller& caller, const std::string& messageId);
+
 }  // namespace fihost::ops
 
 #endif

@@ -82,12 +82,6 @@ std::string decode(const Json& json) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-SnapshotRecord recordFrom(const Json& json) {
-  SnapshotRecord record;
-  for (const Field& field : kFields) record.*field.text = decode(json.at(field.name));
-  return record;
-}
-
 void writeAll(int fd, const std::string& text, const std::string& path) {
   std::size_t done = 0;
   while (done < text.size()) {
@@ -124,6 +118,12 @@ Json SnapshotRecord::toJson() const {
   return json;
 }
 
+SnapshotRecord SnapshotRecord::fromJson(const Json& json) {
+  SnapshotRecord record;
+  for (const Field& field : kFields) record.*field.text = decode(json.at(field.name));
+  return record;
+}
+
 void forget(SnapshotRecords& records, const SnapshotRecord& record) {
   std::erase_if(records, [&](const SnapshotRecord& other) {
     return other.name == record.name && other.provider == record.provider;
@@ -141,7 +141,8 @@ SnapshotRecords StateStore::load() const {
     SnapshotRecords records;
     const Json document = Json::parse(in);
     if (document.at("version") != kVersion) throw std::runtime_error("another version");
-    for (const Json& entry : document.at("snapshots")) records.push_back(recordFrom(entry));
+    for (const Json& entry : document.at("snapshots"))
+      records.push_back(SnapshotRecord::fromJson(entry));
     return records;
   } catch (const std::exception& exception) {
     throw Problem{kWrongUse, "state: " + file() + " is damaged: " + exception.what()};

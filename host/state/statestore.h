@@ -19,7 +19,10 @@ struct SnapshotRecord {
   std::string values;         // the ConfigValueList it was taken with; may be empty
   std::string providerState;  // the provider's own state of the node, any bytes; may be empty
 
+  // As the list shows it: bytes that are no UTF-8 travel as numbers. fromJson throws an exception
+  // of nlohmann::json for what toJson did not make.
   nlohmann::ordered_json toJson() const;
+  static SnapshotRecord fromJson(const nlohmann::ordered_json& json);
 };
 using SnapshotRecords = std::vector<SnapshotRecord>;
 
@@ -33,6 +36,7 @@ class StateStore {
  public:
   explicit StateStore(std::string folder) : m_folder(std::move(folder)) {}
 
+  const std::string& folder() const { return m_folder; }
   // What is known; empty where there is no state yet.
   SnapshotRecords load() const;
   // Changes it: reads, lets `change` work on it, and writes, all under the lock.

@@ -1,8 +1,6 @@
 #include "cli/text.h"
-#include "framework/exceptions.h"
-#include "framework/lifecycle.h"
 #include "framework/operations.h"
-#include "verbs/verbs.h"
+#include "verbs/withprovider.h"
 
 namespace fihost {
 
@@ -10,34 +8,49 @@ namespace {
 
 constexpr uint32_t kAccessOff = 0x40;
 
-void show(Report& report, NodeSet& nodes) {
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    const char* const access = (nodes[i].domain()->flags & kAccessOff) != 0 ? "off" : "on";
-    report.document()["access"].push_back({{"node", nodes[i].name()}, {"access", access}});
-    report.line("node " + printable(nodes[i].name()) + "  access " + access);
+class Access : public Verb {
+ public:
+  const char* name() const override { return "access"; }
+  const char* help() const override { return "Switch access to nodes off and on"; }
+  void declare(VerbOptions& options) override {
+    options.plugin(m_plugin);
+    options.choice("ACTION", "disable or enable", {"disable", "enable"}, m_action);
+    options.names("NODE", "Nodes", 1, -1, m_nodes);
   }
-}
+
+  // The flags of nodes last as long as the host, so a node that is to be switched on begins off.
+  void run(Context& context) override {
+    const bool on = m_action == "enable";
+    withProvider(context, m_plugin, [&](ProviderRun& run) {
+      if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::No, on ? kAccessOff : 0)) return;
+      NodeSet& nodes = run.lifecycle.nodes();
+      if (!(on ? ops::enableAccess(run.caller, nodes) : ops::disableAccess(run.caller, nodes))) {
+        return;
+      }
+      for (std::size_t i = 0; i < nodes.size(); ++i) {
+        const char* const access = (nodes[i].domain()->flags & kAccessOff) != 0 ? "off" : "on";
+        context.report.answer()["access"].push_back(
+            {{"node", nodes[i].name()}, {"access", access}});
+      }
+    });
+  }
+
+  std::string text(const Json& answer) const override {
+    std::string text;
+    for (const Json& row : rowsOf(answer, "access")) {
+      text += "node " + printable(row["node"]) + "  access " + std::string(row["access"]) + "\n";
+    }
+    return text;
+  }
+
+ private:
+  std::string m_plugin;
+  std::string m_action;
+  std::vector<std::string> m_nodes;
+};
 
 }  // namespace
 
-// The flags of nodes last as long as the host, so a node that is to be switched on begins off.
-Exit runAccess(const Options& options, Report& report) {
-  const bool on = options.action == "enable";
-  Plugin plugin(options.plugin);
-  Caller caller(plugin);
-  OperationWatch watch;
-  caller.observe(watch);
-  caller.observe(report);
-  NodeSet nodes(options.objects);
-  for (std::size_t i = 0; i < nodes.size() && on; ++i) nodes[i].domain()->flags |= kAccessOff;
-  {
-    Lifecycle lifecycle(caller, nodes);
-    if (lifecycle.init() && lifecycle.initNodes() &&
-        (on ? ops::enableAccess(caller, nodes) : ops::disableAccess(caller, nodes))) {
-      show(report, nodes);
-    }
-  }
-  return report.isFailed() ? kRefused : kDone;
-}
+std::unique_ptr<Verb> make_access() { return std::make_unique<Access>(); }
 
 }  // namespace fihost

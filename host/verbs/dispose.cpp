@@ -1,21 +1,43 @@
 #include "cli/text.h"
 #include "framework/operations.h"
 #include "verbs/snapshotset.h"
-#include "verbs/verbs.h"
 
 namespace fihost {
 
-Exit runDispose(const Options& options, Report& report) {
-  const StateStore store(options.stateFolder);
-  const SnapshotRecords records = namedRecords(store, options);
-  store.check();
-  return workOnSnapshots(options, records, report, [&](Caller& caller, const auto& own) {
-    SnapshotSet set({own.front()});
-    if (!ops::dispose(caller, set.sources[0], set.snapshots[0])) return;
-    store.update([&](SnapshotRecords& list) { forget(list, own.front()); });
-    report.document()["disposed"] = own.front().name;
-    report.line("disposed " + printable(own.front().name));
-  });
-}
+namespace {
+
+class Dispose : public Verb {
+ public:
+  const char* name() const override { return "dispose"; }
+  const char* help() const override { return "Remove a snapshot"; }
+  void declare(VerbOptions& options) override {
+    options.pluginOfSnapshots(m_wanted.plugin);
+    options.names("SNAPSHOT", "The snapshot", 1, 1, m_wanted.names);
+  }
+
+  void run(Context& context) override {
+    const StateStore store(context.settings.stateFolder);
+    const SnapshotRecords records = wantedRecords(store, m_wanted);
+    store.check();
+    workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
+      const SnapshotRecord& record = own.front();
+      SnapshotSet set({record});
+      if (!ops::dispose(run.caller, set.sources[0], set.snapshots[0])) return;
+      store.update([&](SnapshotRecords& list) { forget(list, record); });
+      context.report.answer()["disposed"] = record.name;
+    });
+  }
+
+  std::string text(const Json& answer) const override {
+    return answer.contains("disposed") ? "disposed " + printable(answer["disposed"]) + "\n" : "";
+  }
+
+ private:
+  WantedSnapshots m_wanted;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> make_dispose() { return std::make_unique<Dispose>(); }
 
 }  // namespace fihost

@@ -1,20 +1,43 @@
 #include "cli/text.h"
+#include "cli/verb.h"
 #include "state/statestore.h"
-#include "verbs/verbs.h"
 
 namespace fihost {
 
-Exit runList(const Options& options, Report& report) {
-  auto list = nlohmann::ordered_json::array();
-  const SnapshotRecords records = StateStore(options.stateFolder).load();
-  for (const SnapshotRecord& record : records) {
-    list.push_back(record.toJson());
-    report.line(printable(record.name + "  of " + record.node + "  by " + record.provider + "  " +
-                          record.taken + "  session " + record.session));
+namespace {
+
+class List : public Verb {
+ public:
+  const char* name() const override { return "list"; }
+  const char* help() const override { return "List the snapshots that this host knows"; }
+  void declare(VerbOptions& options) override { options.pluginOfSnapshots(m_plugin); }
+
+  void run(Context& context) override {
+    Json& list = context.report.answer()["snapshots"] = Json::array();
+    for (const SnapshotRecord& record : StateStore(context.settings.stateFolder).load()) {
+      list.push_back(record.toJson());
+    }
   }
-  report.document()["snapshots"] = list;
-  if (records.empty()) report.line("no snapshots");
-  return kDone;
-}
+
+  std::string text(const Json& answer) const override {
+    if (!answer.contains("snapshots")) return "";
+    if (answer["snapshots"].empty()) return "no snapshots\n";
+    std::string text;
+    for (const Json& row : answer["snapshots"]) {
+      const SnapshotRecord record = SnapshotRecord::fromJson(row);
+      text += printable(record.name + "  of " + record.node + "  by " + record.provider + "  " +
+                        record.taken + "  session " + record.session) +
+              "\n";
+    }
+    return text;
+  }
+
+ private:
+  std::string m_plugin;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> make_list() { return std::make_unique<List>(); }
 
 }  // namespace fihost

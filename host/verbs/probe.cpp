@@ -1,84 +1,101 @@
 #include <cfiplugininterposer.h>
 
 #include "cli/text.h"
-#include "framework/exceptions.h"
-#include "framework/lifecycle.h"
 #include "framework/operations.h"
 #include "framework/overrides.h"
-#include "verbs/verbs.h"
+#include "verbs/withprovider.h"
 
 namespace fihost {
 
 namespace {
 
-void showIdentity(Plugin& plugin, Report& report) {
-  const std::string fim = plugin.provider().getFimName();
-  report.document()["provider"] = {
-      {"name", plugin.name()}, {"fim", fim}, {"abi", plugin.abi()}, {"plugin", plugin.path()}};
-  report.line("provider  " + printable(plugin.name()));
-  report.line("FIM       " + printable(fim));
-  report.line("ABI       " + printable(plugin.abi()));
-  report.line("plug-in   " + printable(plugin.path()));
-}
-
-void showOverrides(Plugin& plugin, Report& report) {
-  const auto operations = overriddenOperations(plugin.provider());
-  report.document()["overrides"] = operations;
-  std::string names;
-  for (const std::string& operation : operations) names += " " + operation;
-  report.line("overrides " + std::to_string(operations.size()) + " operations:" + names);
+void tellIdentity(Plugin& plugin, Json& answer) {
+  answer["provider"] = {{"name", plugin.name()},
+                        {"fim", plugin.provider().getFimName()},
+                        {"abi", plugin.abi()},
+                        {"plugin", plugin.path()}};
+  answer["overrides"] = overriddenOperations(plugin.provider());
 }
 
 // What an interposing provider registered; nothing for other providers.
-void showFims(Plugin& plugin, Report& report) {
+void tellFims(Plugin& plugin, Json& answer) {
   const auto* interposer = dynamic_cast<const orca_pdk::CFiPluginInterposer*>(&plugin.provider());
   if (interposer == nullptr) return;
   for (const auto& [name, group] : interposer->groups()) {
-    report.document()["groups"].push_back({{"group", name}, {"pattern", group.pattern}});
-    report.line("group     " + printable(name));
+    answer["groups"].push_back({{"group", name}, {"pattern", group.pattern}});
   }
   for (const auto& [pattern, fims] : interposer->fims()) {
     for (const orca_pdk::SFiFimInfo& fim : fims) {
-      report.document()["fims"].push_back({{"pattern", pattern},
-                                           {"fim", fim.fimName},
-                                           {"detail", fim.fimDetail},
-                                           {"group", fim.group},
-                                           {"flags", fim.flags}});
-      report.line("FIM       " + printable(fim.fimName) + "  pattern " + printable(pattern) +
-                  "  group " + printable(fim.group) + "  " + printable(fim.fimDetail));
+      answer["fims"].push_back({{"pattern", pattern},
+                                {"fim", fim.fimName},
+                                {"detail", fim.fimDetail},
+                                {"group", fim.group},
+                                {"flags", fim.flags}});
     }
   }
 }
 
-void showClaims(Caller& caller, Report& report, NodeSet& nodes) {
-  auto list = nlohmann::ordered_json::array();
-  Lifecycle lifecycle(caller, nodes);
-  if (nodes.size() == 0 || !lifecycle.init()) return;
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    const auto answer = ops::claim(caller, nodes[i]);
-    if (!answer) continue;
-    const std::string meaning = describe(Op::Claim).meaningOf(*answer);
-    list.push_back({{"node", nodes[i].name()}, {"answer", *answer}, {"meaning", meaning}});
-    report.line("node " + printable(nodes[i].name()) + "  " + meaning);
-  }
-  report.document()["claims"] = list;
+std::string identityText(const Json& answer) {
+  if (!answer.contains("provider")) return "";
+  const Json& provider = answer["provider"];
+  std::string text = "provider  " + printable(provider["name"]) + "\nFIM       " +
+                     printable(provider["fim"]) + "\nABI       " + printable(provider["abi"]) +
+                     "\nplug-in   " + printable(provider["plugin"]) + "\n";
+  text += "overrides " + std::to_string(answer["overrides"].size()) + " operations:";
+  for (const std::string operation : answer["overrides"]) text += " " + operation;
+  return text + "\n";
 }
+
+class Probe : public Verb {
+ public:
+  const char* name() const override { return "probe"; }
+  const char* help() const override { return "Show what a plug-in is and which nodes it claims"; }
+  void declare(VerbOptions& options) override {
+    options.plugin(m_plugin);
+    options.names("NODE", "Nodes to offer", 0, -1, m_nodes);
+  }
+  bool showsOperations() const override { return false; }
+
+  void run(Context& context) override {
+    Json& answer = context.report.answer();
+    withProvider(context, m_plugin, [&](ProviderRun& run) {
+      tellIdentity(run.plugin, answer);
+      tellFims(run.plugin, answer);
+      if (m_nodes.empty() || !run.lifecycle.init()) return;
+      NodeSet nodes(m_nodes);
+      answer["claims"] = Json::array();
+      for (std::size_t i = 0; i < nodes.size(); ++i) {
+        const auto claimed = ops::claim(run.caller, nodes[i]);
+        if (!claimed) continue;
+        answer["claims"].push_back({{"node", nodes[i].name()},
+                                    {"answer", *claimed},
+                                    {"meaning", describe(Op::Claim).meaningOf(*claimed)}});
+      }
+    });
+  }
+
+  std::string text(const Json& answer) const override {
+    std::string text = identityText(answer);
+    for (const Json& row : rowsOf(answer, "groups")) {
+      text += "group     " + printable(row["group"]) + "\n";
+    }
+    for (const Json& row : rowsOf(answer, "fims")) {
+      text += "FIM       " + printable(row["fim"]) + "  pattern " + printable(row["pattern"]) +
+              "  group " + printable(row["group"]) + "  " + printable(row["detail"]) + "\n";
+    }
+    for (const Json& row : rowsOf(answer, "claims")) {
+      text += "node " + printable(row["node"]) + "  " + std::string(row["meaning"]) + "\n";
+    }
+    return text;
+  }
+
+ private:
+  std::string m_plugin;
+  std::vector<std::string> m_nodes;
+};
 
 }  // namespace
 
-Exit runProbe(const Options& options, Report& report) {
-  Plugin plugin(options.plugin);
-  Caller caller(plugin);
-  OperationWatch watch;
-  caller.observe(watch);
-  caller.observe(report);
-  report.setOperationsShown(false);
-  NodeSet nodes(options.objects);
-  showIdentity(plugin, report);
-  showOverrides(plugin, report);
-  showFims(plugin, report);
-  showClaims(caller, report, nodes);
-  return report.isFailed() ? kRefused : kDone;
-}
+std::unique_ptr<Verb> make_probe() { return std::make_unique<Probe>(); }
 
 }  // namespace fihost

@@ -1,19 +1,44 @@
 #include "cli/text.h"
 #include "framework/operations.h"
 #include "verbs/snapshotset.h"
-#include "verbs/verbs.h"
 
 namespace fihost {
 
-Exit runRestore(const Options& options, Report& report) {
-  const SnapshotRecords records = namedRecords(StateStore(options.stateFolder), options);
-  return workOnSnapshots(options, records, report, [&](Caller& caller, const auto& own) {
-    const SnapshotRecord& record = own.front();
-    SnapshotSet set({record});
-    if (!ops::restore(caller, set.sources, set.snapshots, record.session)) return;
-    report.document()["restored"] = record.name;
-    report.line("restored " + printable(record.node) + "  from " + printable(record.name));
-  });
-}
+namespace {
+
+class Restore : public Verb {
+ public:
+  const char* name() const override { return "restore"; }
+  const char* help() const override { return "Put the content of a snapshot back"; }
+  void declare(VerbOptions& options) override {
+    options.pluginOfSnapshots(m_wanted.plugin);
+    options.names("SNAPSHOT", "The snapshot", 1, 1, m_wanted.names);
+  }
+
+  void run(Context& context) override {
+    const StateStore store(context.settings.stateFolder);
+    const SnapshotRecords records = wantedRecords(store, m_wanted);
+    workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
+      const SnapshotRecord& record = own.front();
+      SnapshotSet set({record});
+      if (!ops::restore(run.caller, set.sources, set.snapshots, record.session)) return;
+      context.report.answer()["restored"] = record.name;
+      context.report.answer()["node"] = record.node;
+    });
+  }
+
+  std::string text(const Json& answer) const override {
+    if (!answer.contains("restored")) return "";
+    return "restored " + printable(answer["node"]) + "  from " + printable(answer["restored"]) +
+           "\n";
+  }
+
+ private:
+  WantedSnapshots m_wanted;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> make_restore() { return std::make_unique<Restore>(); }
 
 }  // namespace fihost

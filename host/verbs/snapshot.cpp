@@ -1,221 +1,51 @@
-#include <unistd.h>
-
-#include <algorithm>
-#include <ctime>
-
 #include "cli/heldsignals.h"
-#include "cli/text.h"
-#include "framework/exceptions.h"
-#include "framework/lifecycle.h"
-#include "framework/operations.h"
-#include "framework/parameters.h"
 #include "verbs/snapshotset.h"
-#include "verbs/verbs.h"
+#include "verbs/taking.h"
 
 namespace fihost {
 
 namespace {
 
-constexpr long kAbsent = 0;
-constexpr long kFailed = 1;
-
-std::string utcNow() {
-  const std::time_t now = std::time(nullptr);
-  std::tm parts{};
-  gmtime_r(&now, &parts);
-  char text[32];
-  return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts));
-}
-
-// An id that no other session of this machine has, fit for a file name.
-std::string newSessionId() {
-  std::string id = utcNow();
-  std::erase(id, '-');
-  std::erase(id, ':');
-  return "fihost-" + id + "-" + std::to_string(getpid());
-}
-
-// Holds writers off for its scope; they go on at its end also when quiesce failed half-way.
-class Quiesced {
+class Snapshot : public Verb {
  public:
-  Quiesced(Caller& caller, NodeSet& nodes, const std::string& sessionId)
-      : m_caller(caller), m_nodes(nodes) {
-    m_good = ops::quiesce(caller, nodes, sessionId);
-  }
-  ~Quiesced() { ops::unquiesce(m_caller, m_nodes); }
-  Quiesced(const Quiesced&) = delete;
-  Quiesced& operator=(const Quiesced&) = delete;
-
-  bool isGood() const { return m_good; }
-
- private:
-  Caller& m_caller;
-  NodeSet& m_nodes;
-  bool m_good = false;
-};
-
-// The taking of one session's snapshots, step by step.
-class Taking {
- public:
-  Taking(Caller& caller, Report& report, NodeSet& nodes, const StateStore& store)
-      : m_caller(caller),
-        m_report(report),
-        m_nodes(nodes),
-        m_store(store),
-        m_sessionId(newSessionId()) {
-    m_report.document()["session"] = m_sessionId;
-    m_report.line("session " + m_sessionId);
+  const char* name() const override { return "snapshot"; }
+  const char* help() const override { return "Take snapshots of nodes"; }
+  void declare(VerbOptions& options) override {
+    options.plugin(m_plugin);
+    options.names("NODE", "Nodes, all in one session", 1, -1, m_nodes);
+    options.keyValues(
+        "--set", "KEY=VALUE of a parameter; given again for one key: a list of values", m_settings);
+    options.text("--params", "File with a ConfigValueList", m_parameterFile);
   }
 
-  // Configures every node. A setting that no description names is sent all the same, with a
-  // warning.
-  bool configure(const orca_pdk::CFiConfigParamDataList& values) {
-    for (std::size_t i = 0; i < m_nodes.size(); ++i) {
-      std::string document;
-      std::string completed;
-      Descriptions descriptions;
-      if (!ops::configGetParam(m_caller, m_nodes[i], m_sessionId, document) ||
-          !readDescriptions(m_caller, document, descriptions)) {
-        return false;
-      }
-      warnOfUnknown(values, descriptions);
-      if (!ops::configSet(m_caller, m_nodes[i], m_sessionId, values.getXML().c_str(), completed)) {
-        return false;
-      }
-      m_values.push_back(completed);
-    }
-    return true;
+  void run(Context& context) override {
+    const HeldSignals held;
+    const StateStore store(context.settings.stateFolder);
+    const auto values = wantedValues(m_parameterFile, m_settings);
+    store.check();
+    withProvider(context, m_plugin, [&](ProviderRun& run) {
+      const std::string sessionId = newSessionId();
+      context.report.answer()["session"] = sessionId;
+      if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::Yes)) return;
+      Taking taking(run.caller, context.report, run.lifecycle.nodes(), store, sessionId);
+      if (taking.configure(values)) taking.take();
+    });
   }
 
-  // Takes the snapshots and keeps those that the provider handed out, whatever came after them.
-  void take() {
-    bool good = false;
-    {
-      const Quiesced quiesced(m_caller, m_nodes, m_sessionId);
-      good = quiesced.isGood() && prePrepare() && ops::prepare(m_caller, m_nodes, m_sessionId) &&
-             !isInterrupted() && make();
-    }
-    if (m_records.empty()) return;
-    fetchProviderStates();
-    remember();
-    if (good) showStatus();
+  std::string text(const Json& answer) const override {
+    if (!answer.contains("session")) return "";
+    return "session " + std::string(answer["session"]) + "\n" + statusText(answer);
   }
 
  private:
-  bool isInterrupted() {
-    if (!HeldSignals::isPending()) return false;
-    m_report.error("interrupted before make; no snapshot was taken");
-    return true;
-  }
-
-  void warnOfUnknown(const orca_pdk::CFiConfigParamDataList& values,
-                     const Descriptions& descriptions) {
-    for (const auto& entry : values.params) {
-      if (descriptions.count(entry.first) != 0 || m_warned) continue;
-      m_report.warning("provider " + m_caller.plugin().name() + " describes no parameter " +
-                       entry.first);
-    }
-    m_warned = true;
-  }
-
-  bool prePrepare() {
-    for (std::size_t i = 0; i < m_nodes.size(); ++i) {
-      if (!ops::prePrepare(m_caller, m_nodes[i])) return false;
-    }
-    return true;
-  }
-
-  bool make() {
-    std::vector<std::string> names;
-    const bool good = ops::make(m_caller, m_nodes, m_sessionId, names);
-    keep(names);
-    m_caller.setDone(m_records.empty() ? "no snapshot was handed out"
-                                       : "snapshots were taken and stand in the list");
-    if (good && m_records.size() != m_nodes.size()) {
-      return m_caller.refuse("a named snapshot was handed out for " +
-                             std::to_string(m_records.size()) + " of " +
-                             std::to_string(m_nodes.size()) + " nodes");
-    }
-    return good;
-  }
-
-  void keep(const std::vector<std::string>& names) {
-    const std::string taken = utcNow();
-    for (std::size_t i = 0; i < std::min(names.size(), m_nodes.size()); ++i) {
-      if (names[i].empty()) continue;
-      m_records.push_back({names[i], m_nodes[i].name(), m_sessionId, m_caller.plugin().name(),
-                           m_caller.plugin().path(), taken, m_values[i], ""});
-      m_recordNodes.push_back(i);
-    }
-  }
-
-  void fetchProviderStates() {
-    for (std::size_t i = 0; i < m_records.size(); ++i) {
-      std::string state;
-      if (ops::getProviderState(m_caller, m_nodes[m_recordNodes[i]], state)) {
-        m_records[i].providerState = state;
-      }
-    }
-  }
-
-  void remember() {
-    try {
-      m_store.update([&](SnapshotRecords& records) {
-        for (const SnapshotRecord& record : m_records) {
-          forget(records, record);
-          records.push_back(record);
-        }
-      });
-    } catch (Problem& problem) {
-      problem.text += "; taken, but not in the list:";
-      for (const SnapshotRecord& record : m_records) problem.text += " " + record.name;
-      throw;
-    }
-  }
-
-  void showStatus() {
-    SnapshotSet set(m_records);
-    const std::vector<long> statuses = askStatus(m_caller, m_sessionId, set);
-    showStatuses(m_report, m_records, statuses);
-    for (std::size_t i = 0; i < statuses.size(); ++i) {
-      if (statuses[i] != kAbsent && statuses[i] != kFailed) continue;
-      m_caller.refuse("snapshot " + m_records[i].name + " is " + statusName(statuses[i]));
-    }
-  }
-
-  Caller& m_caller;
-  Report& m_report;
-  NodeSet& m_nodes;
-  const StateStore& m_store;
-  std::string m_sessionId;
-  std::vector<std::string> m_values;
-  SnapshotRecords m_records;
-  std::vector<std::size_t> m_recordNodes;  // of each record, the node's place
-  bool m_warned = false;
+  std::string m_plugin;
+  std::vector<std::string> m_nodes;
+  std::vector<std::pair<std::string, std::string>> m_settings;
+  std::string m_parameterFile;
 };
 
 }  // namespace
 
-Exit runSnapshot(const Options& options, Report& report) {
-  const HeldSignals held;
-  const StateStore store(options.stateFolder);
-  const auto values = wantedValues(options.parameterFile, options.settings);
-  store.check();
-  Plugin plugin(options.plugin);
-  Caller caller(plugin);
-  OperationWatch watch;
-  caller.observe(watch);
-  caller.observe(report);
-  NodeSet nodes(options.objects);
-  {
-    Lifecycle lifecycle(caller, nodes);
-    Taking taking(caller, report, nodes, store);
-    if (lifecycle.init() && lifecycle.claimAll() && lifecycle.initNodes() &&
-        taking.configure(values)) {
-      taking.take();
-    }
-  }
-  return report.isFailed() ? kRefused : kDone;
-}
+std::unique_ptr<Verb> make_snapshot() { return std::make_unique<Snapshot>(); }
 
 }  // namespace fihost

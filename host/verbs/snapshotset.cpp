@@ -29,8 +29,8 @@ std::vector<std::string> distinct(const std::vector<std::string>& texts) {
   return result;
 }
 
-std::string pluginFor(const Options& options, const SnapshotRecords& records) {
-  if (!options.plugin.empty()) return options.plugin;
+std::string pluginFor(const WantedSnapshots& wanted, const SnapshotRecords& records) {
+  if (!wanted.plugin.empty()) return wanted.plugin;
   const auto plugins = distinct(textsOf(records, &SnapshotRecord::plugin));
   if (plugins.size() == 1) return plugins.front();
   throw Problem{kWrongUse, "the snapshots are of several plug-ins: name one with --plugin"};
@@ -41,12 +41,12 @@ std::string pluginFor(const Options& options, const SnapshotRecords& records) {
                                ", this plug-in is provider " + provider};
 }
 
-SnapshotRecords ofProvider(const Options& options, const SnapshotRecords& records,
+SnapshotRecords ofProvider(const WantedSnapshots& wanted, const SnapshotRecords& records,
                            const std::string& provider) {
   SnapshotRecords own;
   std::copy_if(records.begin(), records.end(), std::back_inserter(own),
                [&](const SnapshotRecord& record) { return record.provider == provider; });
-  for (const std::string& name : options.objects) {
+  for (const std::string& name : wanted.names) {
     const auto has = [&](const SnapshotRecord& record) { return record.name == name; };
     if (std::none_of(own.begin(), own.end(), has)) {
       const auto other = std::find_if(records.begin(), records.end(), has);
@@ -68,52 +68,54 @@ std::vector<long> askStatus(Caller& caller, const std::string& sessionId, Snapsh
   return good ? statuses : std::vector<long>();
 }
 
-void showStatuses(Report& report, const SnapshotRecords& records,
+void tellStatuses(Report& report, const SnapshotRecords& records,
                   const std::vector<long>& statuses) {
   for (std::size_t i = 0; i < statuses.size(); ++i) {
-    const std::string status = statuses[i] == ops::kNoStatus ? "not told" : statusName(statuses[i]);
-    report.line("snapshot " + printable(records[i].name) + "  of " + printable(records[i].node) +
-                "  " + status);
-    report.document()["snapshots"].push_back({{"name", records[i].name},
-                                              {"node", records[i].node},
-                                              {"session", records[i].session},
-                                              {"status", statuses[i]},
-                                              {"meaning", status}});
+    const bool isTold = statuses[i] != ops::kNoStatus;
+    report.answer()["snapshots"].push_back(
+        {{"name", records[i].name},
+         {"node", records[i].node},
+         {"session", records[i].session},
+         {"status", statuses[i]},
+         {"meaning", isTold ? statusName(statuses[i]) : "not told"}});
   }
 }
 
-SnapshotRecords namedRecords(const StateStore& store, const Options& options) {
+std::string statusText(const Json& answer) {
+  std::string text;
+  for (const Json& row : rowsOf(answer, "snapshots")) {
+    text += "snapshot " + printable(row["name"]) + "  of " + printable(row["node"]) + "  " +
+            std::string(row["meaning"]) + "\n";
+  }
+  return text;
+}
+
+SnapshotRecords wantedRecords(const StateStore& store, const WantedSnapshots& wanted) {
   SnapshotRecords all = store.load();
-  if (options.objects.empty()) return all;
+  if (wanted.names.empty()) return all;
   SnapshotRecords named;
-  for (const std::string& name : options.objects) {
+  for (const std::string& name : wanted.names) {
     const std::size_t before = named.size();
     std::copy_if(all.begin(), all.end(), std::back_inserter(named),
                  [&](const SnapshotRecord& record) { return record.name == name; });
     if (named.size() == before) {
-      throw Problem{kWrongUse, "snapshot " + name + " is not known in " + options.stateFolder};
+      throw Problem{kWrongUse, "snapshot " + name + " is not known in " + store.folder()};
     }
   }
   return named;
 }
 
-Exit workOnSnapshots(const Options& options, const SnapshotRecords& records, Report& report,
-                     const SnapshotWork& work) {
-  Plugin plugin(pluginFor(options, records));
-  const SnapshotRecords own = ofProvider(options, records, plugin.name());
-  Caller caller(plugin);
-  OperationWatch watch;
-  caller.observe(watch);
-  caller.observe(report);
-  NodeSet nodes(distinct(textsOf(own, &SnapshotRecord::node)));
-  {
-    Lifecycle lifecycle(caller, nodes);
-    if (lifecycle.init() && lifecycle.initNodes()) {
-      work(caller, own);
-      if (!report.isFailed()) caller.setDone("what was done before stays done");
+void workOnSnapshots(Context& context, const WantedSnapshots& wanted,
+                     const SnapshotRecords& records, const SnapshotWork& work) {
+  withProvider(context, pluginFor(wanted, records), [&](ProviderRun& run) {
+    const SnapshotRecords own = ofProvider(wanted, records, run.plugin.name());
+    const auto nodes = distinct(textsOf(own, &SnapshotRecord::node));
+    if (!run.lifecycle.begin(nodes, Lifecycle::Claim::No)) return;
+    work(run, own);
+    if (context.report.exitStatus() == kDone) {
+      run.caller.setDone("what was done before stays done");
     }
-  }
-  return report.isFailed() ? kRefused : kDone;
+  });
 }
 
 }  // namespace fihost

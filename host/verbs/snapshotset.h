@@ -5,13 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/exitstatus.h"
-#include "cli/options.h"
-#include "cli/report.h"
-#include "framework/caller.h"
-#include "framework/lifecycle.h"
 #include "framework/records.h"
 #include "state/statestore.h"
+#include "verbs/withprovider.h"
 
 namespace fihost {
 
@@ -27,20 +23,26 @@ struct SnapshotSet {
 // Asks for the state of snapshots of one session; one status each, or nothing after a failure.
 std::vector<long> askStatus(Caller& caller, const std::string& sessionId, SnapshotSet& set);
 
-// Answers a status list to the user.
-void showStatuses(Report& report, const SnapshotRecords& records,
+// Adds a status list to the answer, and shows it as text.
+void tellStatuses(Report& report, const SnapshotRecords& records,
                   const std::vector<long>& statuses);
+std::string statusText(const Json& answer);
 
-// The records that the command line names (all, when it names none); throws a Problem for a
-// snapshot that is not known.
-SnapshotRecords namedRecords(const StateStore& store, const Options& options);
+// What the command line says of known snapshots.
+struct WantedSnapshots {
+  std::string plugin;              // empty: the one that took them
+  std::vector<std::string> names;  // empty: all
+};
+
+// The records of wanted snapshots; throws a Problem for one that is not known.
+SnapshotRecords wantedRecords(const StateStore& store, const WantedSnapshots& wanted);
 
 // Loads the plug-in of these records, sets their nodes up, lets `work` do its part with the records
-// that are this provider's, and ends all that was begun. Returns the exit status; throws a Problem
-// where a named snapshot belongs to another provider.
-using SnapshotWork = std::function<void(Caller&, const SnapshotRecords&)>;
-Exit workOnSnapshots(const Options& options, const SnapshotRecords& records, Report& report,
-                     const SnapshotWork& work);
+// that are this provider's, and ends all that was begun. Throws a Problem where a wanted snapshot
+// belongs to another provider.
+using SnapshotWork = std::function<void(ProviderRun&, const SnapshotRecords&)>;
+void workOnSnapshots(Context& context, const WantedSnapshots& wanted,
+                     const SnapshotRecords& records, const SnapshotWork& work);
 
 }  // namespace fihost
 

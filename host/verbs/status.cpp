@@ -1,7 +1,6 @@
 #include <map>
 
 #include "verbs/snapshotset.h"
-#include "verbs/verbs.h"
 
 namespace fihost {
 
@@ -13,22 +12,39 @@ std::map<std::string, SnapshotRecords> bySession(const SnapshotRecords& records)
   return sessions;
 }
 
+class Status : public Verb {
+ public:
+  const char* name() const override { return "status"; }
+  const char* help() const override { return "Ask the provider for the state of snapshots"; }
+  void declare(VerbOptions& options) override {
+    options.pluginOfSnapshots(m_wanted.plugin);
+    options.names("SNAPSHOT", "Snapshots (default: all)", 0, -1, m_wanted.names);
+  }
+
+  void run(Context& context) override {
+    const StateStore store(context.settings.stateFolder);
+    const SnapshotRecords records = wantedRecords(store, m_wanted);
+    context.report.answer()["snapshots"] = Json::array();
+    if (records.empty()) return;
+    workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
+      for (const auto& [session, members] : bySession(own)) {
+        SnapshotSet set(members);
+        tellStatuses(context.report, members, askStatus(run.caller, session, set));
+      }
+    });
+  }
+
+  std::string text(const Json& answer) const override {
+    const bool isAsked = answer.contains("operations") || !answer.contains("snapshots");
+    return isAsked ? statusText(answer) : "no snapshots\n";
+  }
+
+ private:
+  WantedSnapshots m_wanted;
+};
+
 }  // namespace
 
-Exit runStatus(const Options& options, Report& report) {
-  const StateStore store(options.stateFolder);
-  const SnapshotRecords records = namedRecords(store, options);
-  report.document()["snapshots"] = nlohmann::ordered_json::array();
-  if (records.empty()) {
-    report.line("no snapshots");
-    return kDone;
-  }
-  return workOnSnapshots(options, records, report, [&](Caller& caller, const auto& own) {
-    for (const auto& [session, members] : bySession(own)) {
-      SnapshotSet set(members);
-      showStatuses(report, members, askStatus(caller, session, set));
-    }
-  });
-}
+std::unique_ptr<Verb> make_status() { return std::make_unique<Status>(); }
 
 }  // namespace fihost

@@ -1,0 +1,16 @@
+#ifndef FIHOST_CLI_SETTINGS_H
+#define FIHOST_CLI_SETTINGS_H
+
+#include <string>
+
+namespace fihost {
+
+// What the command line says for every verb.
+struct Settings {
+  std::string stateFolder;
+  bool json = false;
+};
+
+}  // namespace fihost
+
+#endif

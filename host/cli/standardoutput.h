@@ -1,0 +1,26 @@
+#ifndef FIHOST_CLI_STANDARDOUTPUT_H
+#define FIHOST_CLI_STANDARDOUTPUT_H
+
+#include <string>
+
+namespace fihost {
+
+// Standard output as the place of the answer. Where it has to be the answer's alone, what anybody
+// else prints there goes to standard error from the construction on.
+class StandardOutput {
+ public:
+  explicit StandardOutput(bool isAnswersAlone);
+  ~StandardOutput();
+  StandardOutput(const StandardOutput&) = delete;
+  StandardOutput& operator=(const StandardOutput&) = delete;
+
+  // Prints the answer, after all that was printed before it.
+  void print(const std::string& answer);
+
+ private:
+  int m_fd;  // the real standard output
+};
+
+}  // namespace fihost
+
+#endif

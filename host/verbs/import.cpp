@@ -1,0 +1,25 @@
+#include "framework/operations.h"
+#include "verbs/resources.h"
+
+namespace fihost {
+
+namespace {
+
+class Import : public ResourceVerb {
+ public:
+  Import() : ResourceVerb("imported", 0x1, "0x1 import, 0x2 import read-only") {}
+  const char* name() const override { return "import"; }
+  const char* help() const override { return "Make resources visible on a host"; }
+
+ private:
+  bool work(Caller& caller, const std::string& resource, const std::string& host,
+            int flags) override {
+    return ops::importResource(caller, resource, host, flags);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> make_import() { return std::make_unique<Import>(); }
+
+}  // namespace fihost

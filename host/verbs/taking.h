@@ -1,0 +1,61 @@
+#ifndef FIHOST_VERBS_TAKING_H
+#define FIHOST_VERBS_TAKING_H
+
+#include <string>
+#include <vector>
+
+#include "cli/report.h"
+#include "framework/caller.h"
+#include "framework/parameters.h"
+#include "framework/records.h"
+#include "state/statestore.h"
+
+namespace fihost {
+
+// The taking of one session's snapshots, step by step, from nodes that are set up.
+class Taking {
+ public:
+  Taking(Caller& caller, Report& report, NodeSet& nodes, const StateStore& store,
+         const std::string& sessionId)
+      : m_caller(caller),
+        m_report(report),
+        m_nodes(nodes),
+        m_store(store),
+        m_sessionId(sessionId) {}
+
+  // Configures every node. A setting that no description names is sent all the same, with a
+  // warning.
+  bool configure(const orca_pdk::CFiConfigParamDataList& values);
+
+  // Takes the snapshots and keeps those that the provider handed out, whatever came after them.
+  // Throws a Problem when the list cannot be written.
+  void take();
+
+ private:
+  bool isInterrupted();
+  void warnOfUnknown(const orca_pdk::CFiConfigParamDataList& values,
+                     const Descriptions& descriptions);
+  bool prePrepare();
+  bool make();
+  void keep(const std::vector<std::string>& names);
+  void fetchProviderStates();
+  void remember();
+  void tellStatus();
+
+  Caller& m_caller;
+  Report& m_report;
+  NodeSet& m_nodes;
+  const StateStore& m_store;
+  std::string m_sessionId;
+  std::vector<std::string> m_values;
+  SnapshotRecords m_records;
+  std::vector<std::size_t> m_recordNodes;  // of each record, the node's place
+  bool m_warned = false;
+};
+
+// An id that no other session of this machine has, fit for a file name.
+std::string newSessionId();
+
+}  // namespace fihost
+
+#endif

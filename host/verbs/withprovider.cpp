@@ -1,0 +1,15 @@
+#include "verbs/withprovider.h"
+
+namespace fihost {
+
+void withProvider(Context& context, const std::string& plugin,
+                  const std::function<void(ProviderRun&)>& work) {
+  Plugin loaded(plugin);
+  Caller caller(loaded);
+  for (CallObserver* observer : context.observers) caller.observe(*observer);
+  Lifecycle lifecycle(caller);
+  ProviderRun run{loaded, caller, lifecycle};
+  work(run);
+}
+
+}  // namespace fihost
