@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <set>
 
+#include "cli/exitstatus.h"
+#include "cli/names.h"
+
 namespace fihost {
 
 namespace {
@@ -13,6 +16,15 @@ std::pair<std::string, std::string> splitSetting(const char* option, const std::
     throw CLI::ValidationError(option, "expected KEY=VALUE, got \"" + text + "\"");
   }
   return {text.substr(0, sign), text.substr(sign + 1)};
+}
+
+// The absolute name of a node; a complaint where there is none.
+std::string pathOf(const CLI::App& app, const std::string& name) {
+  try {
+    return absoluteName(name);
+  } catch (const Problem& problem) {
+    throw CLI::ValidationError(app.get_name(), problem.text);
+  }
 }
 
 }  // namespace
@@ -31,7 +43,12 @@ void VerbOptions::names(const char* name, const char* help, int least, int most,
   CLI::Option* option = m_app.add_option(name, target, help);
   option->required(least > 0);
   if (most > 0) option->expected(least, most);
-  m_names.push_back(&target);
+  m_names.push_back({&target, false});
+}
+
+void VerbOptions::nodes(const char* help, int least, int most, std::vector<std::string>& target) {
+  names("NODE", help, least, most, target);
+  m_names.back().areNodes = true;
 }
 
 void VerbOptions::flag(const char* name, const char* help, bool& target) {
@@ -60,10 +77,11 @@ void VerbOptions::keyValues(const char* name, const char* help,
 }
 
 void VerbOptions::check() const {
-  for (const auto* names : m_names) {
+  for (const auto& [names, areNodes] : m_names) {
     std::set<std::string> seen;
-    for (const std::string& name : *names) {
+    for (std::string& name : *names) {
       if (name.empty()) throw CLI::ValidationError(m_app.get_name(), "empty name");
+      if (areNodes) name = pathOf(m_app, name);
       if (!seen.insert(name).second) {
         throw CLI::ValidationError(m_app.get_name(), "\"" + name + "\" given twice");
       }

@@ -21,10 +21,12 @@ class VerbOptions {
   void plugin(std::string& target);
   // --plugin, where the state may know it.
   void pluginOfSnapshots(std::string& target);
-  // Nodes, snapshots or resources without an option's name: `least` to `most` of them (most -1: any
+  // Snapshots or resources without an option's name: `least` to `most` of them (most -1: any
   // number). No name may be empty or given twice.
   void names(const char* name, const char* help, int least, int most,
              std::vector<std::string>& target);
+  // The same for nodes, NODE; those that are existing paths become absolute.
+  void nodes(const char* help, int least, int most, std::vector<std::string>& target);
   void flag(const char* name, const char* help, bool& target);
   void text(const char* name, const char* help, std::string& target);
   void number(const char* name, const char* help, int& target);
@@ -35,12 +37,17 @@ class VerbOptions {
   void keyValues(const char* name, const char* help,
                  std::vector<std::pair<std::string, std::string>>& target);
 
-  // Looks at the names that were read; throws a CLI::ValidationError for what is not allowed.
+  // Looks at the names that were read and makes nodes absolute; throws a CLI::ValidationError for
+  // what is not allowed.
   void check() const;
 
  private:
   CLI::App& m_app;
-  std::vector<const std::vector<std::string>*> m_names;
+  struct Names {
+    std::vector<std::string>* target;
+    bool areNodes;
+  };
+  std::vector<Names> m_names;
 };
 
 }  // namespace fihost

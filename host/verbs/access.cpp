@@ -15,7 +15,7 @@ class Access : public Verb {
   void declare(VerbOptions& options) override {
     options.plugin(m_plugin);
     options.choice("ACTION", "disable or enable", {"disable", "enable"}, m_action);
-    options.names("NODE", "Nodes", 1, -1, m_nodes);
+    options.nodes("Nodes", 1, -1, m_nodes);
   }
 
   // The flags of nodes last as long as the host, so a node that is to be switched on begins off.

@@ -37,7 +37,7 @@ class Interpose : public Verb {
   const char* help() const override { return "Offer nodes to be interposed and claimed"; }
   void declare(VerbOptions& options) override {
     options.plugin(m_plugin);
-    options.names("NODE", "Nodes to offer", 1, -1, m_nodes);
+    options.nodes("Nodes to offer", 1, -1, m_nodes);
   }
 
   void run(Context& context) override {

@@ -59,7 +59,7 @@ class Params : public Verb {
   const char* help() const override { return "Show the parameters of a node"; }
   void declare(VerbOptions& options) override {
     options.plugin(m_plugin);
-    options.names("NODE", "The node", 1, 1, m_nodes);
+    options.nodes("The node", 1, 1, m_nodes);
     options.flag("--xml", "The document as the provider gave it", m_xml);
   }
   bool showsOperations() const override { return false; }

@@ -52,7 +52,7 @@ class Probe : public Verb {
   const char* help() const override { return "Show what a plug-in is and which nodes it claims"; }
   void declare(VerbOptions& options) override {
     options.plugin(m_plugin);
-    options.names("NODE", "Nodes to offer", 0, -1, m_nodes);
+    options.nodes("Nodes to offer", 0, -1, m_nodes);
   }
   bool showsOperations() const override { return false; }
 

@@ -12,7 +12,7 @@ class Snapshot : public Verb {
   const char* help() const override { return "Take snapshots of nodes"; }
   void declare(VerbOptions& options) override {
     options.plugin(m_plugin);
-    options.names("NODE", "Nodes, all in one session", 1, -1, m_nodes);
+    options.nodes("Nodes, all in one session", 1, -1, m_nodes);
     options.keyValues(
         "--set", "KEY=VALUE of a parameter; given again for one key: a list of values", m_settings);
     options.text("--params", "File with a ConfigValueList", m_parameterFile);

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "cli/exitstatus.h"
+#include "cli/names.h"
 #include "cli/text.h"
 #include "framework/exceptions.h"
 #include "framework/operations.h"
@@ -56,6 +57,20 @@ SnapshotRecords ofProvider(const WantedSnapshots& wanted, const SnapshotRecords&
   return own;
 }
 
+bool isKnown(const SnapshotRecords& records, const std::string& name) {
+  return std::any_of(records.begin(), records.end(),
+                     [&](const SnapshotRecord& record) { return record.name == name; });
+}
+
+// A path that does not say from which folder on would lead to another file here.
+void refuseRelativePaths(const SnapshotRecords& records) {
+  for (const SnapshotRecord& record : records) {
+    if (record.node.starts_with('/') || !isExistingPath(record.node)) continue;
+    throw Problem{kWrongUse, "snapshot " + record.name + " was taken of \"" + record.node +
+                                 "\" in a folder that is not known; here that is another file"};
+  }
+}
+
 }  // namespace
 
 SnapshotSet::SnapshotSet(const SnapshotRecords& records)
@@ -90,17 +105,19 @@ std::string statusText(const Json& answer) {
   return text;
 }
 
-SnapshotRecords wantedRecords(const StateStore& store, const WantedSnapshots& wanted) {
+SnapshotRecords wantedRecords(const StateStore& store, WantedSnapshots& wanted) {
   SnapshotRecords all = store.load();
   if (wanted.names.empty()) return all;
   SnapshotRecords named;
-  for (const std::string& name : wanted.names) {
-    const std::size_t before = named.size();
-    std::copy_if(all.begin(), all.end(), std::back_inserter(named),
-                 [&](const SnapshotRecord& record) { return record.name == name; });
-    if (named.size() == before) {
+  std::set<std::string> seen;
+  for (std::string& name : wanted.names) {
+    if (!isKnown(all, name)) name = absoluteName(name);
+    if (!isKnown(all, name)) {
       throw Problem{kWrongUse, "snapshot " + name + " is not known in " + store.folder()};
     }
+    if (!seen.insert(name).second) throw Problem{kWrongUse, "\"" + name + "\" given twice"};
+    std::copy_if(all.begin(), all.end(), std::back_inserter(named),
+                 [&](const SnapshotRecord& record) { return record.name == name; });
   }
   return named;
 }
@@ -109,6 +126,7 @@ void workOnSnapshots(Context& context, const WantedSnapshots& wanted,
                      const SnapshotRecords& records, const SnapshotWork& work) {
   withProvider(context, pluginFor(wanted, records), [&](ProviderRun& run) {
     const SnapshotRecords own = ofProvider(wanted, records, run.plugin.name());
+    refuseRelativePaths(own);
     const auto nodes = distinct(textsOf(own, &SnapshotRecord::node));
     if (!run.lifecycle.begin(nodes, Lifecycle::Claim::No)) return;
     work(run, own);

@@ -34,8 +34,9 @@ struct WantedSnapshots {
   std::vector<std::string> names;  // empty: all
 };
 
-// The records of wanted snapshots; throws a Problem for one that is not known.
-SnapshotRecords wantedRecords(const StateStore& store, const WantedSnapshots& wanted);
+// The records of wanted snapshots; a name that is not known as it stands is looked up as a path,
+// too, and then stands as such in `wanted`. Throws a Problem for one that is not known.
+SnapshotRecords wantedRecords(const StateStore& store, WantedSnapshots& wanted);
 
 // Loads the plug-in of these records, sets their nodes up, lets `work` do its part with the records
 // that are this provider's, and ends all that was begun. Throws a Problem where a wanted snapshot

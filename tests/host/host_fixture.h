@@ -25,6 +25,15 @@ class Host : public testing::Test {
     return runCommand(command);
   }
 
+  // The same from a folder of the test.
+  CommandResult runIn(const std::string& folder, const Words& words) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(m_dir.path() / folder);
+    const CommandResult result = run(words);
+    std::filesystem::current_path(before);
+    return result;
+  }
+
   // Runs with --json; its standard output must be one document.
   Json runJson(Words words, int exit) {
     words.insert(words.begin(), "--json");

@@ -39,7 +39,7 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
   return info;
 }
 
-// Claims nodes below /data. TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation that fails,
+// Claims nodes below a folder "data". TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation that fails,
 // raises, and raises where nobody can catch it; TEST_LEAK makes it careless with memory.
 class TestProvider : public CFiPluginBase {
  public:
@@ -59,7 +59,7 @@ class TestProvider : public CFiPluginBase {
   int init() override { return step("init"); }
   void fini() override { step("fini"); }
   int claim(orca_objid* id, orca_objid*** secondaries, int* count) override {
-    if (std::strncmp(id->name, "/data/", 6) != 0) return PYX_CLAIM_NONE;
+    if (std::strstr(id->name, "/data/") == nullptr) return PYX_CLAIM_NONE;
     handOut(secondaries, count, {"second"});
     const int result = step("claim");
     return result == 0 ? PYX_CLAIM_PRIMARY : result;
