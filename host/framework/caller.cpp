@@ -11,6 +11,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// What has changed, from what was done before a call that failed, what it handed out, and what such
+// a failure may leave behind.
+std::string changedBy(const std::string& done, const Call& call) {
+  std::string changed;
+  for (const std::string& part : {done, call.known, std::string(call.operation->leaves)}) {
+    if (!part.empty()) changed += (changed.empty() ? "" : "; ") + part;
+  }
+  return changed.empty() ? "nothing was called that changes data" : changed;
+}
+
 }  // namespace
 
 bool Caller::run(Op op, const std::string& node, Values arguments,
@@ -25,8 +35,7 @@ bool Caller::run(Op op, const std::string& node, Values arguments,
   const bool good = call.isGood();
   if (!call.operation->isStep) return good;
   m_last = std::move(call);
-  const std::string leaves = m_last.operation->leaves;
-  if (!good) reportFailure("", leaves.empty() ? m_done : leaves);
+  if (!good) reportFailure("");
   return good;
 }
 
@@ -40,17 +49,17 @@ void Caller::perform(Call& call, const std::function<std::optional<int>()>& func
     call.exception = currentException();
   }
   call.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-  if (outputs) call.outputs = outputs();
+  if (outputs) outputs(call);
   for (CallObserver* observer : m_observers) observer->ended(call);
 }
 
 bool Caller::refuse(const std::string& reason) {
-  reportFailure(reason, m_done);
+  reportFailure(reason);
   return false;
 }
 
-void Caller::reportFailure(const std::string& reason, const std::string& changed) {
-  const Failure failure{m_last, reason, takeLastError(*this), changed};
+void Caller::reportFailure(const std::string& reason) {
+  const Failure failure{m_last, reason, takeLastError(*this), changedBy(m_done, m_last)};
   for (CallObserver* observer : m_observers) observer->failed(failure);
 }
 

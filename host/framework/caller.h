@@ -21,13 +21,13 @@ class Caller {
   // Adds an observer, which must live as long as this object.
   void observe(CallObserver& observer) { m_observers.push_back(&observer); }
 
-  // Says what the verb has done so far, as a sentence without a point; failures that leave nothing
-  // of their own behind are reported with it.
+  // Says what is known to have been done so far, as a sentence without a point.
   void setDone(const std::string& text) { m_done = text; }
 
-  // Calls an operation with `function(provider)`; `outputs`, when given, is called after that and
-  // names what was handed out. True when the operation did what it was called for.
-  using Outputs = std::function<Values()>;
+  // Calls an operation with `function(provider)`; `outputs`, when given, is called after that,
+  // whatever came of it, and fills in what was handed out. True when the operation did what it was
+  // called for.
+  using Outputs = std::function<void(Call&)>;
   template <typename Function>
   bool call(Op op, const std::string& node, Values arguments, Function function,
             const Outputs& outputs = {}) {
@@ -56,11 +56,11 @@ class Caller {
            const std::function<std::optional<int>()>& function, const Outputs& outputs);
   void perform(Call& call, const std::function<std::optional<int>()>& function,
                const Outputs& outputs);
-  void reportFailure(const std::string& reason, const std::string& changed);
+  void reportFailure(const std::string& reason);
 
   Plugin& m_plugin;
   std::vector<CallObserver*> m_observers;
-  std::string m_done = "nothing was changed";
+  std::string m_done;
   Call m_last;
   std::string m_raised;
 };

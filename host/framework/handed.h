@@ -4,6 +4,7 @@
 #include <fiutil.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,22 @@ class HandedIds {
 
   orca_objid** m_ids = nullptr;
   int m_count = 0;
+};
+
+// One text.
+class HandedText {
+ public:
+  HandedText() = default;
+  ~HandedText() { std::free(m_text); }
+  HandedText(const HandedText&) = delete;
+  HandedText& operator=(const HandedText&) = delete;
+
+  char** address() { return &m_text; }
+  // Empty where there is none.
+  std::string text() const { return m_text == nullptr ? "" : m_text; }
+
+ private:
+  char* m_text = nullptr;
 };
 
 // An array of texts.

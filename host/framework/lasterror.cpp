@@ -16,9 +16,9 @@ std::string localised(Caller& caller, pyx_msg_info* info, std::string sentence) 
   caller.call(
       Op::GetLocaleMessage, "", {{"message", sentence}, {"locale", "native"}},
       [&](auto& provider) { return provider.getLocaleMessage(&unused, info, "native", &text); },
-      [&]() -> Values {
+      [&](Call& call) {
         if (text != nullptr) sentence = text;
-        return {{"text", sentence}};
+        call.outputs = {{"text", sentence}};
       });
   if (!caller.raised().empty()) return notKnown("getLocaleMessage", caller.raised());
   if (text == nullptr) return sentence;
@@ -34,9 +34,9 @@ std::string takeLastError(Caller& caller) {
   std::string message;
   caller.call(
       Op::GetLastError, "", {}, [&](auto& provider) { return provider.getLastError(&info); },
-      [&]() -> Values {
+      [&](Call& call) {
         if (info != nullptr && info->text != nullptr) message = info->text;
-        return {{"message", message}};
+        call.outputs = {{"message", message}};
       });
   if (!caller.raised().empty()) return notKnown("getLastError", caller.raised());
   if (info == nullptr) return "";

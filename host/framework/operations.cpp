@@ -29,9 +29,9 @@ class ConfigRequest {
         [&](auto& provider) {
           return provider.config(node.domain(), mode, session.data(), &m_spec);
         },
-        [&]() -> Values {
+        [&](Call& call) {
           if (m_spec.text != nullptr) answer = m_spec.text;
-          return {{"text", answer}};
+          call.outputs = {{"text", answer}};
         });
   }
 
@@ -39,6 +39,12 @@ class ConfigRequest {
   std::string m_input;
   pyx_confspec m_spec{1, 1, nullptr};
 };
+
+std::string joined(const std::vector<std::string>& names) {
+  std::string all;
+  for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
+  return all;
+}
 
 // A text that is null when it is empty.
 char* orNull(std::string& text) { return text.empty() ? nullptr : text.data(); }
@@ -83,8 +89,8 @@ std::optional<int> claim(Caller& caller, Node& node) {
       [&](auto& provider) {
         return provider.claim(node.id(), secondaries.array(), secondaries.count());
       },
-      [&]() -> Values {
-        return {{"secondaries", secondaries.names()}};
+      [&](Call& call) {
+        call.outputs = {{"secondaries", secondaries.names()}};
       });
   return good ? caller.last().code : std::nullopt;
 }
@@ -147,9 +153,11 @@ bool make(Caller& caller, NodeSet& nodes, const std::string& sessionId,
         return provider.make(session.data(), nodes.splitNodes(), nodes.count(), ids.array(),
                              ids.count());
       },
-      [&]() -> Values {
+      [&](Call& call) {
         snapshots = ids.names();
-        return {{"snapshots", snapshots}};
+        call.outputs = {{"snapshots", snapshots}};
+        call.known =
+            snapshots.empty() ? "no snapshot was handed out" : "handed out: " + joined(snapshots);
       });
 }
 
@@ -160,9 +168,9 @@ bool getProviderState(Caller& caller, Node& node, std::string& state) {
       [&](auto& provider) {
         return provider.processProviderState(node.domain(), blob.record(), PYX_OPSTATE_GET);
       },
-      [&]() -> Values {
+      [&](Call& call) {
         state = blob.bytes();
-        return {{"state", state}};
+        call.outputs = {{"state", state}};
       });
 }
 
@@ -176,24 +184,25 @@ bool getStatus(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::
         return provider.getStatus(sources.ids(), snapshots.ids(), snapshots.count(), session.data(),
                                   0, statuses.data());
       },
-      [&]() -> Values {
-        return {{"statuses", statuses}};
+      [&](Call& call) {
+        call.outputs = {{"statuses", statuses}};
       });
 }
 
-bool restore(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::string& sessionId) {
+bool restore(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::string& sessionId,
+             std::vector<long>& statuses) {
   std::string session = sessionId;
   std::string splitType = caller.plugin().provider().getFimName();
   HandedTexts names;
-  std::vector<long> statuses(snapshots.size(), 0);
+  statuses.assign(snapshots.size(), kNoStatus);
   return caller.call(
       Op::Restore, sources.names(), ofPairs(sources, snapshots, sessionId),
       [&](auto& provider) {
         return provider.restore(sources.ids(), snapshots.ids(), snapshots.count(), session.data(),
                                 splitType.data(), names.array(), names.count(), 0, statuses.data());
       },
-      [&]() -> Values {
-        return {{"names", names.texts()}, {"statuses", statuses}};
+      [&](Call& call) {
+        call.outputs = {{"names", names.texts()}, {"statuses", statuses}};
       });
 }
 
@@ -214,24 +223,30 @@ bool interpose(Caller& caller, Node& node, Interposed& answer) {
       [&](auto& provider) {
         return provider.interpose(node.domain(), own.address(), groups.array(), groups.count());
       },
-      [&]() -> Values {
+      [&](Call& call) {
         answer = {own.isThere(), own.name(), groups.names()};
-        return {{"interposed", answer.name}, {"groups", answer.groups}};
+        call.outputs = {{"interposed", answer.name}, {"groups", answer.groups}};
       });
   if (good && caller.last().code == 0) answer.isThere = false;
   return good;
 }
 
-bool importResource(Caller& caller, const std::string& resource, const std::string& host,
-                    int flags) {
+bool importResource(Caller& caller, const std::string& resource, const std::string& host, int flags,
+                    std::string& path) {
   std::string name = resource;
   std::string hostName = host;
-  return caller.call(Op::ImportResource, resource,
-                     {{"resource", resource}, {"host", host}, {"flags", flags}},
-                     [&](auto& provider) {
-                       return provider.importResource(nullptr, name.data(), orNull(hostName),
-                                                      nullptr, flags, nullptr, nullptr);
-                     });
+  HandedText imported;
+  return caller.call(
+      Op::ImportResource, resource, {{"resource", resource}, {"host", host}, {"flags", flags}},
+      [&](auto& provider) {
+        return provider.importResource(nullptr, name.data(), orNull(hostName), nullptr, flags,
+                                       imported.address(), nullptr);
+      },
+      [&](Call& call) {
+        path = imported.text();
+        call.outputs = {{"path", path}};
+        if (!path.empty()) call.known = "handed out: " + path;
+      });
 }
 
 bool deportResource(Caller& caller, const std::string& resource, const std::string& host,

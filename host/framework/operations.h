@@ -40,14 +40,12 @@ bool make(Caller& caller, NodeSet& nodes, const std::string& sessionId,
 // `state` receives the provider's state of the node.
 bool getProviderState(Caller& caller, Node& node, std::string& state);
 
-// A status that no provider gives: it shows which ones were written.
-constexpr long kNoStatus = -1;
-
 // The operations on snapshots: sources and snapshots stand side by side. `statuses` receives one
-// status a pair.
+// status a pair, kNoStatus where the provider gave none.
 bool getStatus(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::string& sessionId,
                std::vector<long>& statuses);
-bool restore(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::string& sessionId);
+bool restore(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::string& sessionId,
+             std::vector<long>& statuses);
 bool dispose(Caller& caller, Node& source, Node& snapshot);
 
 // What an interposing provider puts in front of a node.
@@ -58,9 +56,10 @@ struct Interposed {
 };
 bool interpose(Caller& caller, Node& node, Interposed& answer);
 
-// An empty host stands for none.
-bool importResource(Caller& caller, const std::string& resource, const std::string& host,
-                    int flags);
+// An empty host stands for none. `path` receives where the resource is imported; it is empty where
+// the provider does not say.
+bool importResource(Caller& caller, const std::string& resource, const std::string& host, int flags,
+                    std::string& path);
 bool deportResource(Caller& caller, const std::string& resource, const std::string& host,
                     int flags);
 

@@ -31,7 +31,9 @@ constexpr Meaning kResults[] = {
     {1091, "owner of a device cannot be changed"},
 };
 
-constexpr Meaning kStatuses[] = {{0, "absent"}, {1, "failed"}, {8, "ready"}};
+// Of a pair; the last one is the good one.
+constexpr Meaning kStatuses[] = {{0, "absent"}, {1, "damaged"}, {8, "ready"}};
+constexpr Meaning kRestoreStatuses[] = {{1, "not restored"}, {0, "restored"}};
 
 constexpr Operation kOperations[] = {
     {Op::Init, "init", kSuccess, "", true},
@@ -44,18 +46,22 @@ constexpr Operation kOperations[] = {
     {Op::Quiesce, "quiesce", kSuccess, "", true},
     {Op::Unquiesce, "unquiesce", {}, "", true},
     {Op::PrePrepare, "prePrepare", kSuccess, "", true},
-    {Op::Prepare, "prepare", kSuccess, "", true},
-    {Op::Make, "make", kSuccess, "no snapshot was handed out", true},
+    {Op::Prepare, "prepare", kSuccess, "whether it left anything behind is not known", true},
+    {Op::Make, "make", kSuccess,
+     "whether a snapshot was taken that was not handed out is not known", true},
     {Op::ProcessProviderState, "processProviderState", kSuccess, "", true},
     {Op::GetStatus, "getStatus", kSuccess, "", true},
-    {Op::Restore, "restore", kSuccess,
-     "whether the node's content has changed is not known to the host", true},
-    {Op::Dispose, "dispose", kSuccess, "the snapshot stays in the list", true},
+    {Op::Restore, "restore", kSuccess, "whether the node's content has changed is not known", true},
+    {Op::Dispose, "dispose", kSuccess,
+     "whether the snapshot is still there is not known, and it stays in the list", true},
     {Op::Interpose, "interpose", kInterposed, "", true},
-    {Op::ImportResource, "importResource", kSuccess, "", true},
-    {Op::DeportResource, "deportResource", kSuccess, "", true},
-    {Op::EnableAccess, "enableAccess", kSuccess, "", true},
-    {Op::DisableAccess, "disableAccess", kSuccess, "", true},
+    {Op::ImportResource, "importResource", kSuccess,
+     "whether anything was done for it is not known", true},
+    {Op::DeportResource, "deportResource", kSuccess, "whether it is still visible is not known",
+     true},
+    {Op::EnableAccess, "enableAccess", kSuccess, "whether access was switched is not known", true},
+    {Op::DisableAccess, "disableAccess", kSuccess, "whether access was switched is not known",
+     true},
     {Op::GetLastError, "getLastError", kSuccess, "", false},
     {Op::DelLastError, "delLastError", kSuccess, "", false},
     {Op::GetLocaleMessage, "getLocaleMessage", kSuccess, "", false},
@@ -77,6 +83,11 @@ const char* find(std::span<const Meaning> meanings, long number) {
   return found == meanings.end() ? nullptr : found->name;
 }
 
+std::span<const Meaning> statusesOf(Op op) {
+  if (op == Op::Restore) return kRestoreStatuses;
+  return kStatuses;
+}
+
 }  // namespace
 
 bool Operation::isGood(int code) const { return find(goodAnswers, code) != nullptr; }
@@ -91,9 +102,12 @@ std::span<const Operation> allOperations() { return kOperations; }
 
 const Operation& describe(Op op) { return kOperations[static_cast<std::size_t>(op)]; }
 
-std::string statusName(long status) {
-  const char* name = find(kStatuses, status);
+std::string statusName(Op op, long status) {
+  if (status == kNoStatus) return "not told";
+  const char* name = find(statusesOf(op), status);
   return name == nullptr ? std::to_string(status) : name;
 }
+
+bool isGoodStatus(Op op, long status) { return statusesOf(op).back().number == status; }
 
 }  // namespace fihost

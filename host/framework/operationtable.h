@@ -50,8 +50,8 @@ struct Operation {
   const char* name;
   // The answers that mean that it did what it was called for.
   std::span<const Meaning> goodAnswers;
-  // What a failure of it may leave behind, as a sentence without a point; empty where it leaves
-  // things as they were.
+  // What a failure of it may leave behind, as a sentence without a point; empty where it is not
+  // called to change data.
   const char* leaves;
   // Whether it is a step of a verb's work. The others are called to explain what happened; they are
   // not listed, and nothing asks why one failed.
@@ -66,8 +66,13 @@ struct Operation {
 std::span<const Operation> allOperations();
 const Operation& describe(Op op);
 
-// The name of a snapshot's status; the number where it has none.
-std::string statusName(long status);
+// A status that no provider gives: it shows which ones were written.
+constexpr long kNoStatus = -1;
+
+// The word for the status that getStatus or restore gives a pair of source and snapshot ("not told"
+// for kNoStatus, the number where it has no word), and whether it is the good one.
+std::string statusName(Op op, long status);
+bool isGoodStatus(Op op, long status);
 
 }  // namespace fihost
 

@@ -28,6 +28,7 @@ struct Call {
   std::string node;      // the node, or several with ", " between them; may be empty
   Values arguments;
   Values outputs;           // what was handed out, also by an operation that failed
+  std::string known;        // what the outputs show to have changed; may be empty
   std::optional<int> code;  // none for operations without a result and after an exception
   std::string exception;    // what was raised; empty when nothing was
   double milliseconds = 0;

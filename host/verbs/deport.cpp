@@ -12,7 +12,7 @@ class Deport : public ResourceVerb {
   const char* help() const override { return "Withdraw resources from a host"; }
 
  private:
-  bool work(Caller& caller, const std::string& resource, const std::string& host,
+  bool work(Caller& caller, Json&, const std::string& resource, const std::string& host,
             int flags) override {
     return ops::deportResource(caller, resource, host, flags);
   }

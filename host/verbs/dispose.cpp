@@ -6,6 +6,16 @@ namespace fihost {
 
 namespace {
 
+// Takes a snapshot off the list that is no more.
+void takeOff(const StateStore& store, const SnapshotRecord& record) {
+  try {
+    store.update([&](SnapshotRecords& list) { forget(list, record); });
+  } catch (Problem& problem) {
+    problem.text += "; " + record.name + " was disposed, but is still in the list";
+    throw;
+  }
+}
+
 class Dispose : public Verb {
  public:
   const char* name() const override { return "dispose"; }
@@ -23,7 +33,9 @@ class Dispose : public Verb {
       const SnapshotRecord& record = own.front();
       SnapshotSet set({record});
       if (!ops::dispose(run.caller, set.sources[0], set.snapshots[0])) return;
-      store.update([&](SnapshotRecords& list) { forget(list, record); });
+      run.caller.setDone(record.name + " was disposed, but is still in the list");
+      takeOff(store, record);
+      run.caller.setDone(record.name + " was disposed");
       context.report.answer()["disposed"] = record.name;
     });
   }

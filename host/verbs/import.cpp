@@ -12,9 +12,12 @@ class Import : public ResourceVerb {
   const char* help() const override { return "Make resources visible on a host"; }
 
  private:
-  bool work(Caller& caller, const std::string& resource, const std::string& host,
+  bool work(Caller& caller, Json& answer, const std::string& resource, const std::string& host,
             int flags) override {
-    return ops::importResource(caller, resource, host, flags);
+    std::string path;
+    if (!ops::importResource(caller, resource, host, flags, path)) return false;
+    if (!path.empty()) answer["paths"][resource] = path;
+    return true;
   }
 };
 

@@ -15,18 +15,24 @@ void ResourceVerb::run(Context& context) {
   const std::string done = m_done;
   withProvider(context, m_plugin, [&](ProviderRun& run) {
     if (!run.lifecycle.init()) return;
+    std::string all;
     for (const std::string& resource : m_resources) {
-      if (!work(run.caller, resource, m_host, m_flags)) return;
-      context.report.answer()[done].push_back(resource);
-      run.caller.setDone("the resources before it were " + done);
+      Json& answer = context.report.answer();
+      if (!work(run.caller, answer, resource, m_host, m_flags)) return;
+      answer[done].push_back(resource);
+      all += (all.empty() ? "" : ", ") + resource;
+      run.caller.setDone(done + ": " + all);
     }
   });
 }
 
 std::string ResourceVerb::text(const Json& answer) const {
   std::string text;
+  const Json paths = answer.value("paths", Json::object());
   for (const std::string resource : rowsOf(answer, m_done)) {
-    text += std::string(m_done) + " " + printable(resource) + "\n";
+    text += std::string(m_done) + " " + printable(resource);
+    if (paths.contains(resource)) text += "  as " + printable(paths[resource]);
+    text += "\n";
   }
   return text;
 }

@@ -21,9 +21,10 @@ class ResourceVerb : public Verb {
   std::string text(const Json& answer) const override;
 
  private:
-  // Does it for one resource on a host (empty: none). True when it went well.
-  virtual bool work(Caller& caller, const std::string& resource, const std::string& host,
-                    int flags) = 0;
+  // Does it for one resource on a host (empty: none). True when it went well. "paths" of the answer
+  // may receive where the resource is.
+  virtual bool work(Caller& caller, Json& answer, const std::string& resource,
+                    const std::string& host, int flags) = 0;
 
   const char* m_done;
   int m_flags;

@@ -21,7 +21,12 @@ class Restore : public Verb {
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
       const SnapshotRecord& record = own.front();
       SnapshotSet set({record});
-      if (!ops::restore(run.caller, set.sources, set.snapshots, record.session)) return;
+      std::vector<long> statuses;
+      if (!ops::restore(run.caller, set.sources, set.snapshots, record.session, statuses) ||
+          !areGood(run.caller, {record}, statuses)) {
+        return;
+      }
+      run.caller.setDone(record.node + " was restored");
       context.report.answer()["restored"] = record.name;
       context.report.answer()["node"] = record.node;
     });

@@ -83,17 +83,27 @@ std::vector<long> askStatus(Caller& caller, const std::string& sessionId, Snapsh
   return good ? statuses : std::vector<long>();
 }
 
-void tellStatuses(Report& report, const SnapshotRecords& records,
+bool areGood(Caller& caller, const SnapshotRecords& records, const std::vector<long>& statuses) {
+  const Op op = caller.last().operation->id;
+  bool good = true;
+  for (std::size_t i = 0; i < statuses.size(); ++i) {
+    if (isGoodStatus(op, statuses[i])) continue;
+    good = caller.refuse("snapshot " + records[i].name + " of " + records[i].node + ": " +
+                         statusName(op, statuses[i]));
+  }
+  return good;
+}
+
+void tellStatuses(Caller& caller, Report& report, const SnapshotRecords& records,
                   const std::vector<long>& statuses) {
   for (std::size_t i = 0; i < statuses.size(); ++i) {
-    const bool isTold = statuses[i] != ops::kNoStatus;
-    report.answer()["snapshots"].push_back(
-        {{"name", records[i].name},
-         {"node", records[i].node},
-         {"session", records[i].session},
-         {"status", statuses[i]},
-         {"meaning", isTold ? statusName(statuses[i]) : "not told"}});
+    report.answer()["snapshots"].push_back({{"name", records[i].name},
+                                            {"node", records[i].node},
+                                            {"session", records[i].session},
+                                            {"status", statuses[i]},
+                                            {"meaning", statusName(Op::GetStatus, statuses[i])}});
   }
+  areGood(caller, records, statuses);
 }
 
 std::string statusText(const Json& answer) {
@@ -130,9 +140,6 @@ void workOnSnapshots(Context& context, const WantedSnapshots& wanted,
     const auto nodes = distinct(textsOf(own, &SnapshotRecord::node));
     if (!run.lifecycle.begin(nodes, Lifecycle::Claim::No)) return;
     work(run, own);
-    if (context.report.exitStatus() == kDone) {
-      run.caller.setDone("what was done before stays done");
-    }
   });
 }
 

@@ -23,8 +23,13 @@ struct SnapshotSet {
 // Asks for the state of snapshots of one session; one status each, or nothing after a failure.
 std::vector<long> askStatus(Caller& caller, const std::string& sessionId, SnapshotSet& set);
 
-// Adds a status list to the answer, and shows it as text.
-void tellStatuses(Report& report, const SnapshotRecords& records,
+// False when the last step gave a pair a status that is not good; each such pair is a failure of
+// it.
+bool areGood(Caller& caller, const SnapshotRecords& records, const std::vector<long>& statuses);
+
+// Adds the answer of getStatus to the user's, with a failure for each snapshot that is not ready;
+// and shows it as text.
+void tellStatuses(Caller& caller, Report& report, const SnapshotRecords& records,
                   const std::vector<long>& statuses);
 std::string statusText(const Json& answer);
 

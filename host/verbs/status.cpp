@@ -29,7 +29,7 @@ class Status : public Verb {
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
       for (const auto& [session, members] : bySession(own)) {
         SnapshotSet set(members);
-        tellStatuses(context.report, members, askStatus(run.caller, session, set));
+        tellStatuses(run.caller, context.report, members, askStatus(run.caller, session, set));
       }
     });
   }

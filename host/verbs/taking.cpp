@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <set>
 
 #include "cli/heldsignals.h"
 #include "framework/operations.h"
@@ -13,15 +14,18 @@ namespace fihost {
 
 namespace {
 
-constexpr long kAbsent = 0;
-constexpr long kFailed = 1;
-
 std::string utcNow() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};
   gmtime_r(&now, &parts);
   char text[32];
   return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts));
+}
+
+std::string joined(const SnapshotRecords& records) {
+  std::string names;
+  for (const SnapshotRecord& record : records) names += (names.empty() ? "" : ", ") + record.name;
+  return names;
 }
 
 // Holds writers off for its scope; they go on at its end also when quiesce failed half-way.
@@ -78,8 +82,8 @@ void Taking::take() {
            !isInterrupted() && make();
   }
   if (m_records.empty()) return;
-  fetchProviderStates();
   remember();
+  if (fetchProviderStates()) remember();
   if (good) tellStatus();
 }
 
@@ -109,34 +113,39 @@ bool Taking::prePrepare() {
 bool Taking::make() {
   std::vector<std::string> names;
   const bool good = ops::make(m_caller, m_nodes, m_sessionId, names);
-  keep(names);
-  m_caller.setDone(m_records.empty() ? "no snapshot was handed out"
-                                     : "snapshots were taken and stand in the list");
-  if (good && m_records.size() != m_nodes.size()) {
-    return m_caller.refuse("a named snapshot was handed out for " +
-                           std::to_string(m_records.size()) + " of " +
-                           std::to_string(m_nodes.size()) + " nodes");
+  const bool isWhole = keep(names) && m_records.size() == m_nodes.size();
+  if (good && !isWhole) {
+    m_caller.refuse("a snapshot with a name of its own was handed out for " +
+                    std::to_string(m_records.size()) + " of " + std::to_string(m_nodes.size()) +
+                    " nodes");
   }
-  return good;
+  m_caller.setDone(m_caller.last().known);
+  return good && isWhole;
 }
 
-void Taking::keep(const std::vector<std::string>& names) {
+bool Taking::keep(const std::vector<std::string>& names) {
   const std::string taken = utcNow();
+  const std::vector<std::string> sources = m_nodes.nameList();
+  std::set<std::string> seen(sources.begin(), sources.end());
+  seen.insert("");
   for (std::size_t i = 0; i < std::min(names.size(), m_nodes.size()); ++i) {
-    if (names[i].empty()) continue;
+    if (!seen.insert(names[i]).second) continue;
     m_records.push_back({names[i], m_nodes[i].name(), m_sessionId, m_caller.plugin().name(),
                          m_caller.plugin().path(), taken, m_values[i], ""});
     m_recordNodes.push_back(i);
   }
+  return names.size() == m_nodes.size();
 }
 
-void Taking::fetchProviderStates() {
+bool Taking::fetchProviderStates() {
+  bool isThere = false;
   for (std::size_t i = 0; i < m_records.size(); ++i) {
     std::string state;
-    if (ops::getProviderState(m_caller, m_nodes[m_recordNodes[i]], state)) {
-      m_records[i].providerState = state;
-    }
+    if (!ops::getProviderState(m_caller, m_nodes[m_recordNodes[i]], state)) continue;
+    isThere = isThere || !state.empty();
+    m_records[i].providerState = state;
   }
+  return isThere;
 }
 
 void Taking::remember() {
@@ -148,20 +157,16 @@ void Taking::remember() {
       }
     });
   } catch (Problem& problem) {
-    problem.text += "; taken, but not in the list:";
-    for (const SnapshotRecord& record : m_records) problem.text += " " + record.name;
+    problem.text += "; taken, but not in the list: " + joined(m_records);
     throw;
   }
+  m_caller.setDone("in the list: " + joined(m_records));
 }
 
 void Taking::tellStatus() {
   SnapshotSet set(m_records);
   const std::vector<long> statuses = askStatus(m_caller, m_sessionId, set);
-  tellStatuses(m_report, m_records, statuses);
-  for (std::size_t i = 0; i < statuses.size(); ++i) {
-    if (statuses[i] != kAbsent && statuses[i] != kFailed) continue;
-    m_caller.refuse("snapshot " + m_records[i].name + " is " + statusName(statuses[i]));
-  }
+  tellStatuses(m_caller, m_report, m_records, statuses);
 }
 
 }  // namespace fihost

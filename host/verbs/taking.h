@@ -37,8 +37,8 @@ class Taking {
                      const Descriptions& descriptions);
   bool prePrepare();
   bool make();
-  void keep(const std::vector<std::string>& names);
-  void fetchProviderStates();
+  bool keep(const std::vector<std::string>& names);
+  bool fetchProviderStates();
   void remember();
   void tellStatus();
 

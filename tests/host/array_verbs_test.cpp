@@ -32,7 +32,10 @@ TEST_F(Host, ImportsAndDeportsResources) {
   const std::tuple<Words, int, std::string> cases[] = {
       {{"import", "UDID##a##b##c", "--host", "h1"}, 0, "imported UDID##a##b##c"},
       {{"deport", "UDID##a##b##c", "--host", "h1"}, 0, "deported UDID##a##b##c"},
-      {{"import", "UDID##a##b##c"}, 1, "operation importResource, node UDID##a##b##c: 6"},
+      {{"import", "UDID##a##b##c"},
+       1,
+       "importResource, node UDID##a##b##c: 6 (operation failed); whether anything was done for it "
+       "is not known"},
       {{"import", "UDID##a##b##c", "--host", "h1", "--flags", "0x4"}, 1, "not supported"},
       {{"import", "disk"}, 1, "importResource, node disk: raised orca_pdk_4_4::CFiUdidException"},
   };

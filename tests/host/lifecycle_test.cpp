@@ -7,6 +7,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
+const std::string kSnapshot = "snap:/data/a";
 const Words kWholeOrder = {
     "init",       "claim",   "initNode", "config GETPARAM", "config SET",           "quiesce",
     "prePrepare", "prepare", "make",     "unquiesce",       "processProviderState", "getStatus",
@@ -112,12 +113,15 @@ TEST_F(LifeCycle, FailureLineSaysWhoWhatWhereWhyAndWhatChanged) {
   const Words snapshot = withPlugin("snapshot", {"/data/a"});
   runJson(snapshot, 0);
   const std::tuple<const char*, Words, std::string> cases[] = {
-      {"prepare", snapshot, "nothing was changed"},
-      {"make", snapshot, "no snapshot was handed out"},
-      {"restore",
-       {"restore", "snap:/data/a"},
-       "whether the node's content has changed is not known to the host"},
-      {"dispose", {"dispose", "snap:/data/a"}, "the snapshot stays in the list"},
+      {"initNode", snapshot, "nothing was called that changes data"},
+      {"prepare", snapshot, "whether it left anything behind is not known"},
+      {"make", snapshot,
+       "no snapshot was handed out; whether a snapshot was taken that was not handed out is not "
+       "known"},
+      {"restore", {"restore", kSnapshot}, "whether the node's content has changed is not known"},
+      {"dispose",
+       {"dispose", kSnapshot},
+       "whether the snapshot is still there is not known, and it stays in the list"},
   };
   for (const auto& [operation, words, changed] : cases) {
     const std::pair<const char*, std::string> reasons[] = {

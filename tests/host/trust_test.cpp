@@ -33,4 +33,33 @@ TEST_F(Trust, LeavesAFileAloneWhoseNameTheStateKeepsWithoutItsFolder) {
   EXPECT_THAT(result.err, HasSubstr("in a folder that is not known; here that is another file"));
 }
 
+TEST_F(Trust, FailsForEachSnapshotWhoseStatusIsNotGood) {
+  const Words snapshot = withPlugin("snapshot", {"/data/a", "/data/b"});
+  runJson(snapshot, 0);
+  const std::tuple<Words, const char*, const char*> cases[] = {
+      {snapshot, "getStatus=0", "snap:/data/b of /data/b: absent"},
+      {{"status"}, "getStatus=1", "snap:/data/b of /data/b: damaged"},
+      {{"status"}, "getStatus=77", "snap:/data/b of /data/b: 77"},
+      {{"status", "snap:/data/b"}, "getStatus=-1", "snap:/data/b of /data/b: not told"},
+      {{"restore", "snap:/data/b"}, "restore=1", "snap:/data/b of /data/b: not restored"},
+  };
+  for (const auto& [words, status, sentence] : cases) {
+    SCOPED_TRACE(status);
+    const ScopedEnv env("TEST_STATUS", status);
+    const Json answer = runJson(words, 1);
+    EXPECT_EQ(answer["failures"].back()["reason"], std::string("snapshot ") + sentence);
+    EXPECT_FALSE(answer.contains("restored"));
+  }
+}
+
+TEST_F(Trust, KeepsAndNamesTheSnapshotsThatAFailedMakeHandedOut) {
+  const ScopedEnv early("TEST_EARLY", "1");
+  const ScopedEnv env("TEST_FAIL", "make");
+  const Json answer = runJson(withPlugin("snapshot", {"/data/a", "/data/b"}), 1);
+  EXPECT_EQ(answer["failures"][0]["changed"],
+            "handed out: snap:/data/a, snap:/data/b; whether a snapshot was taken that was not "
+            "handed out is not known");
+  EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 2u);
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cfiproviderentry.h>
 #include <cfiprovidersetup.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,8 +40,10 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
   return info;
 }
 
-// Claims nodes below a folder "data". TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation that fails,
-// raises, and raises where nobody can catch it; TEST_LEAK makes it careless with memory.
+// Claims nodes below a folder "data". TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation
+// that fails, raises, and raises where nobody can catch it; TEST_LEAK makes it careless with
+// memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a message behind
+// in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each snapshot.
 class TestProvider : public CFiPluginBase {
  public:
   TestProvider() : m_setup(*this, identity()) {
@@ -56,7 +59,11 @@ class TestProvider : public CFiPluginBase {
     }
   }
 
-  int init() override { return step("init"); }
+  int init() override {
+    if (std::getenv("TEST_STALE") != nullptr)
+      m_setup.pushMessage("MSG_STALE", PYX_SEV_ERROR, {icu::Formattable(1)});
+    return step("init");
+  }
   void fini() override { step("fini"); }
   int claim(orca_objid* id, orca_objid*** secondaries, int* count) override {
     if (std::strstr(id->name, "/data/") == nullptr) return PYX_CLAIM_NONE;
@@ -81,13 +88,17 @@ class TestProvider : public CFiPluginBase {
   int make(char*, pyx_splitnode** nodes, int count, orca_objid*** ids, int* idCount) override {
     std::printf("the provider's own output\n");
     if (std::getenv("TEST_LEAK") != nullptr) leak();
-    const int result = step("make");
-    if (result != 0) return result;
     std::vector<std::string> names;
     for (int i = 0; i < count; ++i) {
       names.push_back("snap:" + std::string(nodes[i]->domain->name));
     }
-    handOut(ids, idCount, names);
+    if (std::getenv("TEST_EARLY") != nullptr) handOut(ids, idCount, names);
+    const int result = step("make");
+    if (result == 0 && *ids == nullptr) handOut(ids, idCount, names);
+    return result;
+  }
+  int getStatus(orca_objid**, orca_objid**, long count, char*, long, long* statuses) override {
+    std::fill_n(statuses, count, status("getStatus", 8));
     return FI_OK;
   }
   int processProviderState(pyx_domain*, pyx_blob* blob, pyx_op_providerstate) override {
@@ -96,7 +107,8 @@ class TestProvider : public CFiPluginBase {
     return FI_OK;
   }
   int restore(orca_objid** sources, orca_objid** snapshots, long count, char*, char* splitType,
-              char***, long*, long, long*) override {
+              char***, long*, long, long* statuses) override {
+    *statuses = status("restore", 0);
     const bool fits = count == 1 && std::string("snap:") + sources[0]->name == snapshots[0]->name &&
                       std::strcmp(splitType, "TestFim") == 0;
     return fits ? step("restore") : FI_INVALID;
@@ -116,6 +128,14 @@ class TestProvider : public CFiPluginBase {
     if (!isSetTo("TEST_FAIL", operation)) return FI_OK;
     m_setup.pushMessage("MSG_BROKEN", PYX_SEV_ERROR, {icu::Formattable(42)});
     return FI_FILE_ERROR;
+  }
+
+  static long status(const std::string& operation, long good) {
+    const char* value = std::getenv("TEST_STATUS");
+    if (value == nullptr ||
+        std::strncmp(value, (operation + "=").c_str(), operation.size() + 1) != 0)
+      return good;
+    return std::atol(value + operation.size() + 1);
   }
 
   static void handOut(orca_objid*** ids, int* count, const std::vector<std::string>& names) {
