@@ -30,6 +30,7 @@ bool Caller::run(Op op, const std::string& node, Values arguments,
   call.provider = m_plugin.name();
   call.node = node;
   call.arguments = std::move(arguments);
+  if (call.operation->isStep) takeLastError(*this);
   perform(call, function, outputs);
   m_raised = call.exception;
   const bool good = call.isGood();

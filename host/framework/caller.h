@@ -26,7 +26,7 @@ class Caller {
 
   // Calls an operation with `function(provider)`; `outputs`, when given, is called after that,
   // whatever came of it, and fills in what was handed out. True when the operation did what it was
-  // called for.
+  // called for. A last error that stood there before is taken away first.
   using Outputs = std::function<void(Call&)>;
   template <typename Function>
   bool call(Op op, const std::string& node, Values arguments, Function function,

@@ -62,4 +62,10 @@ TEST_F(Trust, KeepsAndNamesTheSnapshotsThatAFailedMakeHandedOut) {
   EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 2u);
 }
 
+TEST_F(Trust, QuotesNoErrorThatStoodThereBeforeTheCall) {
+  const ScopedEnv stale("TEST_STALE", "1");
+  const ScopedEnv env("TEST_THROW", "prepare");
+  EXPECT_EQ(runJson(withPlugin("snapshot", {"/data/a"}), 1)["failures"][0]["last_error"], "");
+}
+
 }  // namespace
