@@ -3,9 +3,11 @@
 #include <iostream>
 
 #include "cli/commandline.h"
+#include "cli/emergency.h"
 #include "cli/heldsignals.h"
 #include "cli/progress.h"
 #include "cli/standardoutput.h"
+#include "framework/currentoperation.h"
 #include "framework/exceptions.h"
 #include "framework/findings.h"
 
@@ -41,17 +43,28 @@ void surviveClosedPipes() {
 
 int main(int argc, char** argv) {
   surviveClosedPipes();
-  nameOperationOnTermination();
   try {
     CommandLine commandLine;
     if (const auto ended = commandLine.read(argc, argv)) return *ended;
     Verb& verb = commandLine.verb();
-    StandardOutput output(commandLine.settings().json);
+    const Settings& settings = commandLine.settings();
+    StandardOutput output(settings.json);
     Report report(verb.name());
-    runVerb(verb, commandLine.settings(), report);
-    report.answer()["exit"] = report.exitStatus();
-    output.print(commandLine.settings().json ? toText(report.answer())
-                                             : verb.text(report.answer()));
+    const auto print = [&] {
+      report.answer()["exit"] = report.exitStatus();
+      output.print(settings.json ? toText(report.answer()) : verb.text(report.answer()));
+    };
+    const Emergency emergency(
+        [&](const std::string& what) {
+          report.lost(what);
+          print();
+        },
+        [&](const char* text, std::size_t size) {
+          if (settings.json) output.printAtOnce(text, size);
+        },
+        settings.timeout);
+    runVerb(verb, settings, report);
+    print();
     HeldSignals::letGo();
     return report.exitStatus();
   } catch (...) {

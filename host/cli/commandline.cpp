@@ -38,6 +38,10 @@ class CommandLine::Declared {
     m_app.add_option("--state", settings.stateFolder,
                      "Folder of the host's own state (default: $XDG_STATE_HOME/fihost)");
     m_app.add_flag("--json", settings.json, "Answer with one JSON document on standard output");
+    m_app
+        .add_option("--timeout", settings.timeout,
+                    "SECONDS after which an operation that did not come back ends the host")
+        ->check(CLI::NonNegativeNumber);
     for (const auto& verb : verbs) {
       m_options.emplace_back(*m_app.add_subcommand(verb->name(), verb->help()));
       verb->declare(m_options.back());

@@ -4,6 +4,7 @@
 
 #include "cli/answertext.h"
 #include "cli/text.h"
+#include "framework/currentoperation.h"
 
 namespace fihost {
 
@@ -70,6 +71,20 @@ void Report::error(Exit exit, const std::string& text) {
   m_answer["error"] = text;
   m_exit = exit;
   complain(text);
+}
+
+void Report::lost(const std::string& what) {
+  m_exit = kRefused;
+  const CurrentOperation* current = CurrentOperation::get();
+  if (current == nullptr) {
+    m_answer["error"] = what;
+    return;
+  }
+  m_answer["failures"].push_back({{"operation", current->operation()},
+                                  {"node", current->node()},
+                                  {"provider", current->provider()},
+                                  {"reason", what},
+                                  {"changed", current->changed()}});
 }
 
 void Report::finding(const std::string& text) {

@@ -32,6 +32,8 @@ class Report : public CallObserver {
   void warning(const std::string& text);
   // What ended the verb, with the exit status that it has then.
   void error(Exit exit, const std::string& text);
+  // What is being called and will not come back; nothing is said on standard error.
+  void lost(const std::string& what);
   // Something that the provider did wrong with memory.
   void finding(const std::string& text);
 

@@ -9,6 +9,7 @@ namespace fihost {
 struct Settings {
   std::string stateFolder;
   bool json = false;
+  int timeout = 0;  // seconds for each thing that is called of a plug-in; 0: any
 };
 
 }  // namespace fihost

@@ -19,11 +19,17 @@ StandardOutput::~StandardOutput() {
 }
 
 void StandardOutput::print(const std::string& answer) {
+  if (m_isPrinted != 0) return;
   std::cout.flush();
   std::fflush(stdout);
-  std::size_t done = 0;
-  while (done < answer.size()) {
-    const ssize_t written = write(m_fd, answer.data() + done, answer.size() - done);
+  printAtOnce(answer.data(), answer.size());
+}
+
+void StandardOutput::printAtOnce(const char* text, std::size_t size) {
+  if (m_isPrinted != 0) return;
+  m_isPrinted = 1;
+  for (std::size_t done = 0; done < size;) {
+    const ssize_t written = write(m_fd, text + done, size - done);
     if (written < 0 && errno != EINTR) return;
     if (written > 0) done += static_cast<std::size_t>(written);
   }

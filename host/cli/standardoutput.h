@@ -1,6 +1,8 @@
 #ifndef FIHOST_CLI_STANDARDOUTPUT_H
 #define FIHOST_CLI_STANDARDOUTPUT_H
 
+#include <signal.h>
+
 #include <string>
 
 namespace fihost {
@@ -14,11 +16,14 @@ class StandardOutput {
   StandardOutput(const StandardOutput&) = delete;
   StandardOutput& operator=(const StandardOutput&) = delete;
 
-  // Prints the answer, after all that was printed before it.
+  // Prints the answer, after all that was printed before it. Only the first call prints.
   void print(const std::string& answer);
+  // The same without a look at what was printed before; safe in a signal handler.
+  void printAtOnce(const char* text, std::size_t size);
 
  private:
   int m_fd;  // the real standard output
+  volatile sig_atomic_t m_isPrinted = 0;
 };
 
 }  // namespace fihost

@@ -11,16 +11,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What has changed, from what was done before a call that failed, what it handed out, and what such
-// a failure may leave behind.
-std::string changedBy(const std::string& done, const Call& call) {
-  std::string changed;
-  for (const std::string& part : {done, call.known, std::string(call.operation->leaves)}) {
-    if (!part.empty()) changed += (changed.empty() ? "" : "; ") + part;
-  }
-  return changed.empty() ? "nothing was called that changes data" : changed;
-}
-
 }  // namespace
 
 bool Caller::run(Op op, const std::string& node, Values arguments,
@@ -29,6 +19,7 @@ bool Caller::run(Op op, const std::string& node, Values arguments,
   call.operation = &describe(op);
   call.provider = m_plugin.name();
   call.node = node;
+  call.done = m_done;
   call.arguments = std::move(arguments);
   if (call.operation->isStep) takeLastError(*this);
   perform(call, function, outputs);
@@ -60,7 +51,7 @@ bool Caller::refuse(const std::string& reason) {
 }
 
 void Caller::reportFailure(const std::string& reason) {
-  const Failure failure{m_last, reason, takeLastError(*this), changedBy(m_done, m_last)};
+  const Failure failure{m_last, reason, takeLastError(*this), changedBy(m_last)};
   for (CallObserver* observer : m_observers) observer->failed(failure);
 }
 

@@ -10,6 +10,7 @@
 
 #include "cli/exitstatus.h"
 #include "cli/text.h"
+#include "framework/currentoperation.h"
 #include "framework/exceptions.h"
 
 namespace fihost {

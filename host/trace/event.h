@@ -27,6 +27,7 @@ struct Call {
   std::string provider;  // the provider's name
   std::string node;      // the node, or several with ", " between them; may be empty
   Values arguments;
+  std::string done;         // what is known to have been done before, as a sentence; may be empty
   Values outputs;           // what was handed out, also by an operation that failed
   std::string known;        // what the outputs show to have changed; may be empty
   std::optional<int> code;  // none for operations without a result and after an exception
@@ -36,6 +37,10 @@ struct Call {
   // True when the operation did what it was called for.
   bool isGood() const { return exception.empty() && (!code || operation->isGood(*code)); }
 };
+
+// What has changed, as a sentence without a point: what was done before a call that failed or never
+// ended, what it handed out, and what such a failure may leave behind.
+std::string changedBy(const Call& call);
 
 // Why a verb does not do all that it was asked for.
 struct Failure {

@@ -103,8 +103,8 @@ TEST_F(LifeCycle, LeavesNothingQuiescedAndLosesNoSnapshotWhenItIsInterrupted) {
     const CommandResult result = run(withPlugin("snapshot", {"/data/a"}));
     EXPECT_EQ(result.status, 128 + SIGINT);
     EXPECT_TRUE(result.out.find("\nunquiesce") < result.out.find("\nfini")) << result.out;
-    EXPECT_EQ(result.err.find("fihost: interrupted before make; no snapshot was taken") == 0,
-              kept == 0);
+    EXPECT_EQ(result.err.find("interrupted before make; no snapshot was taken") == result.err.npos,
+              kept == 1);
     EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), kept);
   }
 }
@@ -134,14 +134,6 @@ TEST_F(LifeCycle, FailureLineSaysWhoWhatWhereWhyAndWhatChanged) {
     }
   }
   EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 1u);
-}
-
-TEST_F(LifeCycle, NamesTheOperationWhoseExceptionCannotBeCaught) {
-  const ScopedEnv env("TEST_TERMINATE", "prepare");
-  const CommandResult result = run(withPlugin("snapshot", {"/data/a"}));
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("provider tester, operation prepare raised "
-                                    "std::runtime_error: never caught"));
 }
 
 TEST_F(LifeCycle, NamesEveryBufferAndIdThatWasNotGivenBackRight) {

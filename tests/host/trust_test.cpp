@@ -68,4 +68,34 @@ TEST_F(Trust, QuotesNoErrorThatStoodThereBeforeTheCall) {
   EXPECT_EQ(runJson(withPlugin("snapshot", {"/data/a"}), 1)["failures"][0]["last_error"], "");
 }
 
+TEST_F(Trust, NamesTheOperationThatDoesNotComeBack) {
+  const std::tuple<const char*, const char*, Words> cases[] = {
+      {"TEST_CRASH", "crashed by signal 11 (Segmentation fault)", {}},
+      {"TEST_ABORT", "crashed by signal 6 (Aborted)", {}},
+      {"TEST_EXIT", "ended the process by exit", {}},
+      {"TEST_UNDERSCORE_EXIT", "ended the process by exit", {}},
+      {"TEST_TERMINATE", "raised std::runtime_error: never caught; it cannot be caught", {}},
+      {"TEST_HANG", "did not come back within the time-out", {"--timeout", "1"}},
+  };
+  for (auto [variable, reason, words] : cases) {
+    SCOPED_TRACE(variable);
+    const ScopedEnv env(variable, "unquiesce");
+    words.insert(words.begin(), {"--json"});
+    for (const std::string& word : withPlugin("snapshot", {"/data/a"})) words.push_back(word);
+    const CommandResult result = run(words);
+    EXPECT_EQ(result.status, 1);
+    const std::string changed = "handed out: snap:/data/a";
+    EXPECT_THAT(result.err,
+                HasSubstr("fihost: provider tester, operation unquiesce, node /data/a: " +
+                          std::string(reason) + "; " + changed + "\n"));
+    const Json answer = Json::parse(result.out, nullptr, false);
+    EXPECT_EQ(answer.value("failures", Json()), (Json{{{"operation", "unquiesce"},
+                                                       {"node", "/data/a"},
+                                                       {"provider", "tester"},
+                                                       {"reason", reason},
+                                                       {"changed", changed}}}));
+    EXPECT_EQ(answer.value("exit", 0), 1);
+  }
+}
+
 }  // namespace

@@ -41,7 +41,8 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
 }
 
 // Claims nodes below a folder "data". TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation
-// that fails, raises, and raises where nobody can catch it; TEST_LEAK makes it careless with
+// that fails, raises, and raises where nobody can catch it; TEST_CRASH, TEST_ABORT, TEST_EXIT,
+// TEST_UNDERSCORE_EXIT and TEST_HANG one that does not come back; TEST_LEAK makes it careless with
 // memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a message behind
 // in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each snapshot.
 class TestProvider : public CFiPluginBase {
@@ -125,6 +126,11 @@ class TestProvider : public CFiPluginBase {
     if (isSetTo("TEST_THROW", operation)) raise("thrown in " + operation);
     if (isSetTo("TEST_TERMINATE", operation)) []() noexcept { raise("never caught"); }();
     if (isSetTo("TEST_INTERRUPT", operation)) kill(getpid(), SIGINT);
+    if (isSetTo("TEST_CRASH", operation)) *static_cast<volatile char*>(nullptr) = 1;
+    if (isSetTo("TEST_ABORT", operation)) std::abort();
+    if (isSetTo("TEST_EXIT", operation)) std::exit(0);
+    if (isSetTo("TEST_UNDERSCORE_EXIT", operation)) _exit(0);
+    if (isSetTo("TEST_HANG", operation)) pause();
     if (!isSetTo("TEST_FAIL", operation)) return FI_OK;
     m_setup.pushMessage("MSG_BROKEN", PYX_SEV_ERROR, {icu::Formattable(42)});
     return FI_FILE_ERROR;

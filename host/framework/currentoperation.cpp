@@ -1,0 +1,51 @@
+#include "framework/currentoperation.h"
+
+#include <signal.h>
+#include <time.h>
+
+namespace fihost {
+
+namespace {
+
+const CurrentOperation* g_current = nullptr;
+timer_t g_timer;
+int g_seconds = 0;
+
+// Begins to measure the time, or ends it.
+void limitTime(bool begins) {
+  if (g_seconds == 0) return;
+  itimerspec when{};
+  if (begins) when.it_value.tv_sec = g_seconds;
+  timer_settime(g_timer, 0, &when, nullptr);
+}
+
+}  // namespace
+
+CurrentOperation::CurrentOperation(const std::string& provider, const std::string& operation,
+                                   const std::string& node, const std::string& changed)
+    : m_provider(provider),
+      m_operation(operation),
+      m_node(node),
+      m_changed(changed),
+      m_sentence("provider " + provider + ", operation " + operation +
+                 (node.empty() ? "" : ", node " + node)),
+      m_before(g_current) {
+  g_current = this;
+  limitTime(true);
+}
+
+CurrentOperation::~CurrentOperation() {
+  g_current = m_before;
+  limitTime(g_current != nullptr);
+}
+
+const CurrentOperation* CurrentOperation::get() { return g_current; }
+
+void CurrentOperation::setTimeLimit(int seconds, int signal) {
+  sigevent event{};
+  event.sigev_notify = SIGEV_SIGNAL;
+  event.sigev_signo = signal;
+  g_seconds = seconds > 0 && timer_create(CLOCK_MONOTONIC, &event, &g_timer) == 0 ? seconds : 0;
+}
+
+}  // namespace fihost
