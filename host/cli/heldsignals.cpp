@@ -1,12 +1,21 @@
 #include "cli/heldsignals.h"
 
+#include <unistd.h>
+
 namespace fihost {
 
 namespace {
 
 volatile sig_atomic_t g_held = 0;
 
-void hold(int number) { g_held = number; }
+constexpr char kHeldText[] =
+    "\nfihost: the signal is held until writers go on; a second one ends the host at once\n";
+
+void hold(int number) {
+  g_held = number;
+  const ssize_t ignored = write(STDERR_FILENO, kHeldText, sizeof kHeldText - 1);
+  static_cast<void>(ignored);
+}
 
 }  // namespace
 
@@ -28,7 +37,9 @@ HeldSignals::~HeldSignals() {
 bool HeldSignals::isPending() { return g_held != 0; }
 
 void HeldSignals::letGo() {
-  if (isPending()) raise(g_held);
+  if (!isPending()) return;
+  signal(g_held, SIG_DFL);
+  raise(g_held);
 }
 
 }  // namespace fihost

@@ -8,8 +8,8 @@
 namespace fihost {
 
 // Holds the first signal that would end the host (SIGINT, SIGTERM, SIGHUP) until its scope ends, so
-// that nothing stays quiesced; a second one ends the host at once. Programs that are started
-// meanwhile get the signals as ever. One object at a time.
+// that nothing stays quiesced, and says so; a second one ends the host at once. Programs that are
+// started meanwhile get the signals as ever. One object at a time.
 class HeldSignals {
  public:
   HeldSignals();

@@ -5,9 +5,11 @@
 
 namespace fihost {
 
-// Prints a line for each operation on standard output: name, time, answer, node.
+// Prints a line for each operation on standard output: name, time, answer, node. On a terminal a
+// line shows the operation while it runs.
 class Progress : public CallObserver {
  public:
+  void begins(const Call& call) override;
   void ended(const Call& call) override;
 };
 

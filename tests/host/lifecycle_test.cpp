@@ -103,6 +103,7 @@ TEST_F(LifeCycle, LeavesNothingQuiescedAndLosesNoSnapshotWhenItIsInterrupted) {
     const CommandResult result = run(withPlugin("snapshot", {"/data/a"}));
     EXPECT_EQ(result.status, 128 + SIGINT);
     EXPECT_TRUE(result.out.find("\nunquiesce") < result.out.find("\nfini")) << result.out;
+    EXPECT_THAT(result.err, HasSubstr("the signal is held until writers go on"));
     EXPECT_EQ(result.err.find("interrupted before make; no snapshot was taken") == result.err.npos,
               kept == 1);
     EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), kept);

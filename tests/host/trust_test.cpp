@@ -98,4 +98,14 @@ TEST_F(Trust, NamesTheOperationThatDoesNotComeBack) {
   }
 }
 
+TEST_F(Trust, ShowsAnOperationOnATerminalWhileItRuns) {
+  const ScopedEnv env("TEST_CRASH", "prepare");
+  const CommandResult result =
+      runCommand({"script", "-qec",
+                  FIHOST_PROGRAM " --state " + m_dir.file("state") + " snapshot --plugin " +
+                      plugin("provider") + " /data/a",
+                  "/dev/null"});
+  EXPECT_THAT(result.out, HasSubstr("prepare ...  /data/a"));
+}
+
 }  // namespace
