@@ -32,7 +32,7 @@ std::string deserialized(std::string text) {
          message.formatMessage(" {0} {1} {2}").c_str();
 }
 
-TEST(Message, IsWrittenWithALineForAnArgumentAndNoValueForTheUnknownTypes) {
+TEST(Message, IsWrittenWithALineForEachArgument) {
   EXPECT_EQ(serialized("MSG_ERROR_DEMO_0012", {}), "") << "no arguments";
   EXPECT_EQ(serialized("MSG_ERROR_DEMO_0012", {"/dev/sdc", -42}), kTwoArguments);
   const std::string text =
@@ -70,14 +70,15 @@ TEST(Message, CutAtAnyByteGivesWhatStoodBefore) {
     if (cut <= kTwoArguments.find("MSG_")) {
       EXPECT_EQ(content, "OLD/1 {0} {1} {2}") << cut;
     } else if (cut >= first && cut < second) {
-      EXPECT_EQ(content, whole.substr(0, 22 + std::min<size_t>(cut - first, 8)) + " {1} {2}");
+      EXPECT_EQ(content, whole.substr(0, 22 + std::min<size_t>(cut - first, 8)) + " {1} {2}")
+          << cut;
     } else if (cut >= second + 3) {
       EXPECT_EQ(content, whole) << cut;
     }
   }
 }
 
-TEST(Message, PutsItsArgumentsIntoAPatternOrGivesThePatternBack) {
+TEST(Message, PutsItsArgumentsIntoAPattern) {
   UErrorCode status = U_ZERO_ERROR;
   icu::Locale::setDefault(icu::Locale::getUS(), status);
   CFiIcuMessage message("ID", 3);
@@ -87,7 +88,7 @@ TEST(Message, PutsItsArgumentsIntoAPatternOrGivesThePatternBack) {
   message.deserialize(nullptr);
   EXPECT_STREQ(message.formatMessage("it''s {1} on {0}").c_str(), "it's 1,234,567 on /dev/sdc");
   for (const char* pattern : {"{5}", "{0", "", "{2}"}) {
-    EXPECT_STREQ(message.formatMessage(pattern).c_str(), pattern);
+    EXPECT_STREQ(message.formatMessage(pattern).c_str(), pattern) << "given back";
   }
 }
 
@@ -100,7 +101,7 @@ struct Recorder : CFiErrorHandlerBase {
   std::string journal;
 };
 
-TEST(ErrorManager, HandsEverythingToAllHandlersAndKeepsOnlyTheLastMessage) {
+TEST(ErrorManager, HandsEverythingToAllHandlers) {
   CFiErrorManager manager;
   Recorder a, b;
   manager.registerHandler(nullptr);
@@ -111,13 +112,17 @@ TEST(ErrorManager, HandsEverythingToAllHandlersAndKeepsOnlyTheLastMessage) {
   const CFiMessagePtr first(new CFiIcuMessage("1", 3)), second(new CFiIcuMessage("2", 3));
   manager.pushError(first);
   manager.pushError(second);
-  EXPECT_EQ(a.journal + b.journal, "text4 1 2 text4 text4 1 1 2 2 ");
+  EXPECT_EQ(a.journal, "text4 1 2 ");
+  EXPECT_EQ(b.journal, "text4 text4 1 1 2 2 ");
   EXPECT_EQ(manager.getLastError().get(), second.get());
   EXPECT_EQ(first->getCount(), 1) << "released";
+  manager.deleteLastError(nullptr);
+  EXPECT_FALSE(manager.getLastError());
 }
 
 TEST(Error, FormsItsMessageIdFromPrefixNumberAndOffset) {
   EXPECT_EQ(CFiError(1012).getMessageId("demo", 1000), "MSG_ERROR_DEMO_0012");
+  EXPECT_EQ(CFiError(1000).getMessageId("demo", 1000), "MSG_ERROR_DEMO_1000");
   EXPECT_EQ(CFiError(-1).getMessageId("", 0), "MSG_ERROR_-001");
 }
 
