@@ -32,7 +32,6 @@ namespace orca_pdk_4_4 {
 namespace {
 
 constexpr unsigned int kNumbers = 256;
-constexpr const char* kNoMemoryInEnclMap = "CFiPblmOps::getEnclMap new memory alloc failure.";
 
 void setBit(std::bitset<kNumbers>& bits, unsigned int n) {
   if (n >= kNumbers) throw std::out_of_range("bitset::set");
