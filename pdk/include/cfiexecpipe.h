@@ -22,16 +22,18 @@ namespace orca_pdk_4_4 {
 // program that cannot be started counts as one that ended with status 1.
 //
 // Once ExecPipe has succeeded, Close must be called; Exec and ExecMain do so, except after a
-// time-out (Exec then only when the object was made to). An object that goes with its command still
-// running closes the output and leaves the process.
+// time-out (Exec then only when the object was made to). An object that goes, or starts another
+// command, with its command still running closes the output and leaves the process: a zombie from
+// its end on, until the host waits for it (waitpid) or ends. Close(0) before that ends it.
 class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
  public:
   explicit CFiExecPipePosix(int closeAfterExec);
   CFiExecPipePosix(std::vector<std::string> list, int closeAfterExec);
   ~CFiExecPipePosix() override;
 
-  // Starts a command; once it has started, what is left of an earlier one is let go. arg is kept
-  // for derived classes.
+  // Starts a command; once it has started, what is left of an earlier one is let go. With a
+  // standard-input file the child opens it while the caller goes on, however long that takes. arg
+  // is kept for derived classes.
   int ExecPipe(std::string command, std::string arg) override;
   // After timeout seconds the child receives SIGTERM, after as many again, but 30 at most, SIGKILL;
   // after a third period of that length it counts as hung. -1 for that, when there is no child, and

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +10,7 @@
 #include <new>
 
 #include "V_strings.h"
+#include "cfiretry.h"
 #include "cfitracelog.h"
 
 namespace orca_pdk_4_4 {
@@ -29,7 +29,7 @@ struct Failure {
   int error;
 };
 
-// The failures of a child. Plain memory: the child fills it while the parent waits.
+// The failures of a child. Plain memory: a child may fill it while the parent waits.
 struct Report {
   static constexpr int kMost = 4;
 
@@ -37,22 +37,23 @@ struct Report {
   int count = 0;
 };
 
-// The functions from here to runShared run in a child that shares the memory of its waiting parent:
-// they make system calls and write to their own frames and to the report, nothing else.
+// The functions from here to startShared also run in a child that shares the memory of its waiting
+// parent: they make system calls and write to their own frames and to the report, nothing else.
 
 void note(Report& report, Step step) {
   if (report.count < Report::kMost) report.failures[report.count++] = {step, errno};
 }
 
 bool putInPlace(Report& report, Step step, int from, int to) {
-  if (dup2(from, to) >= 0) return true;
+  if (retryInterrupted([=] { return dup2(from, to); }) >= 0) return true;
   note(report, step);
   return false;
 }
 
 bool setStdin(const SFiChildPlan& plan, Report& report) {
   const bool isNull = plan.stdinFile == nullptr;
-  const int fd = open(isNull ? "/dev/null" : plan.stdinFile, O_RDONLY);
+  const char* path = isNull ? "/dev/null" : plan.stdinFile;
+  const int fd = retryInterrupted([=] { return open(path, O_RDONLY); });
   if (fd < 0) {
     note(report, isNull ? Step::kOpenNull : Step::kOpenFile);
     return false;
@@ -79,7 +80,7 @@ void becomeCommand(const SFiChildPlan& plan, Report& report) {
 }
 
 // The handlers of the host must not run in the child; the program starts without them anyway.
-void dropHandlers() {
+void takeSignals(const sigset_t& mask) {
   for (int number = 1; number < NSIG; ++number) {
     struct sigaction action;
     if (sigaction(number, nullptr, &action) != 0) continue;
@@ -88,15 +89,11 @@ void dropHandlers() {
     action.sa_flags = 0;
     sigaction(number, &action, nullptr);
   }
-}
-
-void runShared(const SFiChildPlan& plan, const sigset_t& mask, Report& report) {
-  dropHandlers();
   pthread_sigmask(SIG_SETMASK, &mask, nullptr);
-  if (setStreams(plan, report)) becomeCommand(plan, report);
 }
 
-// Keeps signals and thread cancellation away while a child runs on this thread's stack.
+// Keeps signals and thread cancellation away while a child starts: it has the host's handlers, and
+// perhaps this thread's stack.
 class QuietThread {
  public:
   QuietThread() {
@@ -126,7 +123,8 @@ pid_t startShared(const SFiChildPlan& plan, Report& report) {
   const QuietThread quiet;
   const pid_t pid = vfork();
   if (pid == 0) {
-    runShared(plan, quiet.mask(), report);
+    takeSignals(quiet.mask());
+    if (setStreams(plan, report)) becomeCommand(plan, report);
     _exit(1);
   }
   return pid;
@@ -176,9 +174,15 @@ void trace(const SFiChildPlan& plan, Report& report, CFiTraceLog* log) {
   report.count = 0;
 }
 
-pid_t startCopied(const SFiChildPlan& plan, Report& report, CFiTraceLog* log) {
+// The parent goes on at once, since the child may need any time to open its standard input (a FIFO
+// without a writer). The error handlers of the host have no business in the child.
+pid_t startCopied(const SFiChildPlan& plan, CFiTraceLog* log) {
+  const QuietThread quiet;
   const pid_t pid = fork();
   if (pid != 0) return pid;
+  if (log != nullptr) log->registerErrorManager(nullptr);
+  takeSignals(quiet.mask());
+  Report report;
   const bool isReady = setStreams(plan, report);
   trace(plan, report, log);
   if (isReady) becomeCommand(plan, report);
@@ -186,18 +190,11 @@ pid_t startCopied(const SFiChildPlan& plan, Report& report, CFiTraceLog* log) {
   _exit(1);
 }
 
-// Opening anything but a plain file can take as long as it likes (a FIFO without a writer), and the
-// parent must not stand still for that.
-bool opensAtOnce(const char* stdinFile) {
-  struct stat info;
-  return stdinFile == nullptr || stat(stdinFile, &info) != 0 || S_ISREG(info.st_mode);
-}
-
 }  // namespace
 
 pid_t startChild(const SFiChildPlan& plan, CFiTraceLog* log) {
+  if (plan.stdinFile != nullptr) return startCopied(plan, log);
   Report report;
-  if (!opensAtOnce(plan.stdinFile)) return startCopied(plan, report, log);
   const pid_t pid = startShared(plan, report);
   const int error = errno;
   trace(plan, report, log);

@@ -17,7 +17,7 @@ class Parser : public orca_pdk::CFiExecPipePosix {
   }
 };
 
-TEST(CommandText, IsSplitAtBlanksAndTabsWithQuotesAndBackslashesOrRefused) {
+TEST(CommandText, IsSplitIntoWords) {
   const char* cases[][2] = {
       {" \ta \t b\t", "a|b|"},
       {R"('a b'"c d"e)", "a bc de|"},
@@ -29,7 +29,10 @@ TEST(CommandText, IsSplitAtBlanksAndTabsWithQuotesAndBackslashesOrRefused) {
       {"# b; d > $f *", "#|b;|d|>|$f|*|"},
       {"1 2 3 4 5 6 7 8 9 10 11", "1|2|3|4|5|6|7|8|9|10|11|"},
   };
-  for (const auto& [text, arguments] : cases) EXPECT_EQ(Parser().split(text), arguments);
+  for (const auto& [text, arguments] : cases) EXPECT_EQ(Parser().split(text), arguments) << text;
+}
+
+TEST(CommandText, IsRefusedWithoutAnEnd) {
   for (const char* text : {"", " \t ", "'", "a 'b", "a \"b'", "a\\", "'a' b\\"}) {
     EXPECT_EQ(Parser().split(text), "refused") << text;
   }

@@ -1,6 +1,8 @@
 #ifndef ORCA_TESTS_HOSTOPS_EXEC_SUPPORT_H
 #define ORCA_TESTS_HOSTOPS_EXEC_SUPPORT_H
 
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +14,12 @@
 #include "framework/test_provider.h"
 
 namespace orca_tests {
+
+// The C library's function behind one that a test has put before it.
+template <typename Function>
+Function* realOf(Function*, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
 
 // The answer of a function that runs in a process of its own, which it may spoil.
 inline std::string inProcess(const std::function<std::string()>& function) {
@@ -41,7 +49,11 @@ class ExecTest : public ProviderTest {
  protected:
   using Pipe = orca_pdk::CFiExecPipePosix;
 
-  ExecTest() { m_pipe.registerTraceLog(m_log); }
+  ExecTest() {
+    m_pipe.registerTraceLog(m_log);
+    // Numbers of descriptors are foretold: the suite may have been started without an input.
+    if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
+  }
   void SetUp() override { m_descriptors = descriptors(); }
   void TearDown() override {
     EXPECT_EQ(descriptors(), m_descriptors);
@@ -50,6 +62,12 @@ class ExecTest : public ProviderTest {
   static long descriptors() {
     const std::filesystem::directory_iterator all("/proc/self/fd");
     return std::distance(begin(all), end(all));
+  }
+  // The number that the read end of the next command gets.
+  static int nextDescriptor() {
+    const int next = dup(STDIN_FILENO);
+    close(next);
+    return next;
   }
   // The result, the message of the last error and the lines of the output, each with "^" behind it.
   std::string summary(int result) const {

@@ -1,4 +1,4 @@
-#include <dlfcn.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -9,6 +9,8 @@
 #include "hostops/exec_support.h"
 
 namespace {
+
+using orca_tests::realOf;
 
 // A clock that stands in for the real one while it is set. Waits move it and end at once.
 struct FakeClock {
@@ -22,11 +24,6 @@ struct FakeClock {
   void note(const std::string& call) { calls.push_back(call + " @" + std::to_string(ms / 1000)); }
 };
 FakeClock* g_clock = nullptr;
-
-template <typename Function>
-Function* realOf(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 
@@ -91,8 +88,6 @@ class ExecWait : public ExecTest {
 };
 
 TEST_F(ExecWait, SendsTheSecondSignalToAChildThatIgnoresTheFirst) {
-  start("echo ready; exec sleep 100", {1});
-  EXPECT_EQ(summary(m_pipe.Close(10)), "12|Command terminated by signal 15|");
   start("trap \"\" TERM; echo ready; exec sleep 100", {2});
   EXPECT_EQ(summary(m_pipe.Close(10)), "12|Command terminated by signal 9|");
   EXPECT_EQ(m_clock.calls, Texts({"kill 15 @11", "kill 9 @22"}));
@@ -112,30 +107,50 @@ TEST_F(ExecWait, GivesUpAChildThatCannotBeEndedAfterThreePeriods) {
   EXPECT_EQ(summary(m_pipe.Close(1)), "8|Error in WaitPid()|");
 }
 
-TEST_F(ExecWait, TimesOutOnSilenceAndLeavesTheChildToClose) {
-  mkfifo(m_root.file("fifo").c_str(), 0600);
+TEST_F(ExecWait, TimesOutOnSilence) {
+  const std::string fifo = m_root.file("fifo"), leased = m_root.file("leased");
+  mkfifo(fifo.c_str(), 0600);
+  // To open a leased file takes until the lease ends.
+  const int file = open(leased.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  fcntl(file, F_SETSIG, SIGURG);
+  ASSERT_EQ(fcntl(file, F_SETLEASE, F_WRLCK), 0);
+  // A handler of the host runs in no child.
+  const auto handler = signal(SIGTERM, [](int) {});
   g_clock = &m_clock;
-  for (const char* command : {"/bin/sleep 100", "/bin/cat"}) {
+  for (const std::string& input : {std::string(), fifo, leased}) {
+    SCOPED_TRACE(input);
     m_clock = {1};
-    EXPECT_EQ(run(command, m_root.file("fifo"), 7), "5|Process has timmedout (7 sec)|");
+    EXPECT_EQ(run(input.empty() ? "/bin/sleep 100" : "/bin/cat", input, 7),
+              "5|Process has timmedout (7 sec)|");
     EXPECT_EQ(m_clock.calls, Texts({"poll 7000 @0"}));
     EXPECT_EQ(m_recorder.lines.back(), "1 Process has timmedout (7 sec)");
     EXPECT_EQ(run("'"), "6|'|") << "nothing was started";
-    EXPECT_EQ(m_pipe.Close(10), 12);
+    EXPECT_EQ(summary(m_pipe.Close(10)), "12|Command terminated by signal 15|");
   }
+  signal(SIGTERM, handler);
+  close(file);
+}
+
+TEST_F(ExecWait, ClosesAfterATimeoutWhenItWasMadeTo) {
   m_clock = {1};
+  g_clock = &m_clock;
   Pipe closing({"list"}, 1);
   closing.registerTraceLog(m_log);
   EXPECT_EQ(closing.Exec("/bin/sleep 100", m_output, "", 1, "5", "6", "7"), 5);
   EXPECT_EQ(m_recorder.lines.back(), "2 Close of the process returned 12");
 }
 
-TEST_F(ExecWait, GoesOnWaitingAfterASignalAndDeliversTheStartOfALineWithTheTimeout) {
-  start("printf \"ready\\npart\"; exec sleep 100");
+TEST_F(ExecWait, GoesOnWaitingAfterASignal) {
+  start("echo ready; exec sleep 100");
   m_clock.interruptions = 3;
-  EXPECT_EQ(readLine(8), "part!");
+  EXPECT_EQ(readLine(8), "(none)!");
   EXPECT_EQ(m_clock.calls, Texts({"poll 8000 @0", "poll 5000 @3", "poll 2000 @6"}));
-  EXPECT_EQ(readLine(8), "(none)");
+}
+
+TEST_F(ExecWait, DeliversTheStartOfALineWithTheTimeout) {
+  start("printf \"ready\\npart\"; exec sleep 100");
+  EXPECT_EQ(readLine(8), "part!");
+  EXPECT_EQ(readLine(8), "(none)") << "the output is closed";
 }
 
 TEST_F(ExecWait, KeepsTheOutputOpenForAGrandchild) {
