@@ -2,7 +2,6 @@
 #define ORCA_PDK_CFIEXECPIPE_H
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -75,7 +74,6 @@ class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
 
   bool takeBuffered(Output& line);
   bool refill(unsigned char& timedOut, long timeout);
-  bool readAhead(unsigned char& timedOut, long timeout);
   bool waitForOutput(long timeout) const;
   void closeReadEnd();
 
@@ -86,7 +84,6 @@ class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   int statusResult(int status, int result);
 
   static constexpr int kReadSize = 512;
-  static constexpr int kAheadSize = 65536;
 
   int m_pid = -1;
   char m_readBuffer[kReadSize];
@@ -98,11 +95,6 @@ class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   char** m_arguments = nullptr;
   std::string m_command;
   std::string m_argument;
-  // What was read from the pipe and has not yet reached the read buffer: one system call fetches
-  // many buffers of output.
-  std::unique_ptr<char[]> m_ahead;
-  int m_aheadCount = 0;
-  int m_aheadPosition = 0;
 };
 
 }  // namespace orca_pdk_4_4

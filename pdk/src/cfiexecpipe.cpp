@@ -6,11 +6,11 @@
 #include <signal.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -22,6 +22,7 @@
 #include "cficommandwords.h"
 #include "cfidescriptor.h"
 #include "cfiexecpipechild.h"
+#include "cfiretry.h"
 #include "cfitracelog.h"
 
 namespace orca_pdk_4_4 {
@@ -54,7 +55,18 @@ bool openPipe(int (&ends)[2]) {
   return false;
 }
 
-long secondsSince(time_t start) { return std::max<long>(0, time(nullptr) - start); }
+// Whole seconds since it was made, by a clock that nobody sets.
+class Stopwatch {
+ public:
+  long seconds() const {
+    return std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_start).count();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  Clock::time_point m_start = Clock::now();
+};
 
 // A buffer of the framework that goes back to it.
 class FrameworkBuffer {
@@ -268,8 +280,6 @@ void CFiExecPipePosix::letGo() {
   m_pipe = -1;
   m_readCount = 0;
   m_readPosition = 0;
-  m_aheadCount = 0;
-  m_aheadPosition = 0;
 }
 
 int CFiExecPipePosix::startCommand() {
@@ -336,28 +346,18 @@ bool CFiExecPipePosix::takeBuffered(Output& line) {
   return newline != nullptr || line.used == line.room;
 }
 
-// False at the end of the output, after a failure and after a time-out.
+// False at the end of the output, after a failure and after a time-out. A read costs less than a
+// wait, so that it comes first.
 bool CFiExecPipePosix::refill(unsigned char& timedOut, long timeout) {
   m_readCount = 0;
   m_readPosition = 0;
-  if (m_aheadPosition == m_aheadCount && !readAhead(timedOut, timeout)) return false;
-  m_readCount = std::min(kReadSize, m_aheadCount - m_aheadPosition);
-  std::memcpy(m_readBuffer, m_ahead.get() + m_aheadPosition, static_cast<std::size_t>(m_readCount));
-  m_aheadPosition += m_readCount;
-  return true;
-}
-
-bool CFiExecPipePosix::readAhead(unsigned char& timedOut, long timeout) {
-  if (m_ahead == nullptr) m_ahead.reset(new char[kAheadSize]);
-  if (timeout < 0) timedOut = 1;
+  timedOut = timeout < 0 ? 1 : 0;
   while (timedOut == 0) {
-    const ssize_t got = read(m_pipe, m_ahead.get(), kAheadSize);
+    const ssize_t got = retryInterrupted([this] { return read(m_pipe, m_readBuffer, kReadSize); });
     if (got >= 0) {
-      m_aheadCount = static_cast<int>(got);
-      m_aheadPosition = 0;
+      m_readCount = static_cast<int>(got);
       return got > 0;
     }
-    if (errno == EINTR) continue;
     if (errno != EAGAIN) {
       traceLine(FI_TRACE_ERROR, "CFiExecPipePosix::ReadLine ERROR: read() failed, errno %d", errno);
       return false;
@@ -368,15 +368,13 @@ bool CFiExecPipePosix::readAhead(unsigned char& timedOut, long timeout) {
 }
 
 bool CFiExecPipePosix::waitForOutput(long timeout) const {
-  const time_t start = time(nullptr);
-  for (;;) {
-    const long rest = std::clamp(timeout - secondsSince(start), 0L, kLongestPoll);
+  const Stopwatch watch;
+  do {
+    const long rest = std::clamp(timeout - watch.seconds(), 0L, kLongestPoll);
     pollfd wanted{m_pipe, POLLIN, 0};
-    const int ready = poll(&wanted, 1, static_cast<int>(rest * 1000));
-    if (ready == 1) return true;
-    if ((ready < 0 || rest == kLongestPoll) && secondsSince(start) < timeout) continue;
-    return false;
-  }
+    if (poll(&wanted, 1, static_cast<int>(rest * 1000)) == 1) return true;
+  } while (watch.seconds() < timeout);
+  return false;
 }
 
 void CFiExecPipePosix::closeReadEnd() {
@@ -389,12 +387,12 @@ void CFiExecPipePosix::closeReadEnd() {
 
 // True when the wait is over: the child was reaped, or there is none any more (status -1).
 bool CFiExecPipePosix::waitPeriod(long timeout, int& status) {
-  std::optional<ExitWatch> watch;
-  const time_t start = time(nullptr);
-  while (time(nullptr) - start <= timeout) {
+  const Stopwatch watch;
+  std::optional<ExitWatch> end;
+  while (watch.seconds() <= timeout) {
     if (isReaped(status)) return true;
-    if (!watch) watch.emplace(m_pid);
-    watch->wait();
+    if (!end) end.emplace(m_pid);
+    end->wait();
   }
   return false;
 }

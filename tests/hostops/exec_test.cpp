@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 
@@ -52,6 +53,18 @@ TEST_F(Exec, CutsLongLinesAt8190Bytes) {
   std::vector<size_t> sizes;
   for (const std::string& line : m_output) sizes.push_back(line.size());
   EXPECT_EQ(sizes, std::vector<size_t>({8190, 8190, 1, 8190, 8190, 2}));
+}
+
+TEST_F(Exec, ReadsNoMoreThan512BytesAtATime) {
+  const int end = nextDescriptor();
+  ASSERT_EQ(m_pipe.ExecPipe("/bin/sh -c 'echo a; head -c 3000 /dev/zero'", ""), 0);
+  siginfo_t ended;
+  waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
+  EXPECT_EQ(readLine(), "a\n");
+  int waiting = 0;
+  ioctl(end, FIONREAD, &waiting);
+  EXPECT_EQ(waiting, 3002 - 512);
+  EXPECT_EQ(m_pipe.Close(10), 0);
 }
 
 TEST_F(Exec, DoesNothingWithoutACommand) {

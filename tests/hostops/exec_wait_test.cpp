@@ -12,7 +12,8 @@ namespace {
 
 using orca_tests::realOf;
 
-// A clock that stands in for the real one while it is set. Waits move it and end at once.
+// A clock that stands in for the real one while it is set. Waits move it and end at once. The time
+// of day, which anybody can set, leaps with each look.
 struct FakeClock {
   size_t fatalSignals = 0;  // so many signals end the child: the next wait is a real one
   long ms = 0;
@@ -30,7 +31,17 @@ FakeClock* g_clock = nullptr;
 extern "C" {
 
 time_t time(time_t* out) noexcept {
-  return g_clock == nullptr ? realOf(&time, "time")(out) : 1000000 + g_clock->ms / 1000;
+  static time_t leaps = 0;
+  return g_clock == nullptr ? realOf(&time, "time")(out) : 1000000 + 1000 * ++leaps;
+}
+
+// Visible to the C++ library.
+__attribute__((visibility("default"))) int clock_gettime(clockid_t id, timespec* now) noexcept {
+  if (g_clock == nullptr || id != CLOCK_MONOTONIC) {
+    return realOf(&clock_gettime, "clock_gettime")(id, now);
+  }
+  *now = {1000 + g_clock->ms / 1000, g_clock->ms % 1000 * 1000000};
+  return 0;
 }
 
 // The wait for the end of a child takes 100 ms, that for output whole seconds.
