@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,10 +14,15 @@
 // Commands run as `/bin/sh -c COMMAND` with standard input from /dev/null. The call lasts until the
 // command has ended and nobody holds its output open any more, a process left in the background
 // included. Exit status: the command's own, 128 + signal when a signal ended it, -1 when it could
-// not be started or its output did not fit into memory. Where the process ignores SIGCHLD, the
-// system keeps no exit status and the answer is 0.
+// not be started or output is missing. Where the process ignores SIGCHLD, the system keeps no exit
+// status and the answer is 0.
+//
+// At most 16 MiB of output are kept. Then, and when memory is short, the output is closed: a
+// command that goes on writing receives SIGPIPE.
 
 namespace {
+
+constexpr std::size_t kMostOutput = std::size_t{16} << 20;
 
 class Descriptor {
  public:
@@ -100,16 +104,15 @@ class Capture {
   Capture(const Capture&) = delete;
   Capture& operator=(const Capture&) = delete;
 
-  // Reads to the end of the pipe, so that the command never blocks or dies, whether it fits or not.
+  // Reads to the end of the pipe, or to the end of the room for it: then output is lost.
   void readAll(int fd) {
     char piece[65536];
     for (;;) {
       const ssize_t got = ::read(fd, piece, sizeof piece);
-      if (got > 0) {
-        append(piece, static_cast<std::size_t>(got));
-      } else if (got == 0 || errno != EINTR) {
-        return;
-      }
+      if (got == 0) return;
+      if (got < 0 && errno == EINTR) continue;
+      m_lost = got < 0 || !append(piece, static_cast<std::size_t>(got));
+      if (m_lost) return;
     }
   }
 
@@ -127,18 +130,17 @@ class Capture {
   }
 
  private:
-  void append(const char* piece, std::size_t size) {
-    if (m_lost || !reserve(m_used + size + 1)) {
-      m_lost = true;
-      return;
-    }
-    std::memcpy(m_block + m_used, piece, size);
-    m_used += size;
+  // False when not all of the piece found room.
+  bool append(const char* piece, std::size_t size) {
+    const std::size_t taken = std::min(size, kMostOutput - m_used);
+    if (!reserve(m_used + taken + 1)) return false;
+    std::memcpy(m_block + m_used, piece, taken);
+    m_used += taken;
+    return taken == size;
   }
 
   bool reserve(std::size_t wanted) {
     if (wanted <= m_capacity) return true;
-    if (wanted > INT_MAX) return false;
     const std::size_t capacity = std::max(wanted, m_capacity + m_capacity / 2);
     void* grown = std::realloc(m_block, capacity);
     if (grown == nullptr) return false;
@@ -163,7 +165,7 @@ int waitForStatus(pid_t pid) {
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-// Runs the command to its end; -1 when it could not be started.
+// Runs the command to its end; -1 when it could not be started and when output was lost.
 int run(const char* command, Capture& capture) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return -1;
@@ -176,7 +178,8 @@ int run(const char* command, Capture& capture) {
   writeEnd.close();
   capture.readAll(readEnd.get());
   readEnd.close();
-  return waitForStatus(pid);
+  const int status = waitForStatus(pid);
+  return capture.isLost() ? -1 : status;
 }
 
 }  // namespace
@@ -187,13 +190,11 @@ int orca_exec_cmd_in_child_context(const char* command, char** output, int* leng
   if (command == nullptr) return -1;
   Capture capture;
   const int status = run(command, capture);
-  if (output == nullptr || length == nullptr || capture.isEmpty()) {
-    return capture.isLost() ? -1 : status;
-  }
+  if (output == nullptr || length == nullptr || capture.isEmpty()) return status;
   *output = capture.release();
   if (*output == nullptr) return -1;
   *length = static_cast<int>(capture.sizeWithNul());
-  return capture.isLost() ? -1 : status;
+  return status;
 }
 
 int orca_is_child_context(void) {

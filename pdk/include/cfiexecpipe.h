@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cfiexecpipebase.h"
@@ -76,6 +77,7 @@ class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   bool refill(unsigned char& timedOut, long timeout);
   bool waitForOutput(long timeout) const;
   void closeReadEnd();
+  void keepLines(std::string_view text, std::vector<std::string>& output);
 
   bool waitPeriod(long timeout, int& status);
   bool isReaped(int& status);

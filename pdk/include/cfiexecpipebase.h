@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cfiexport.h"
@@ -72,7 +73,8 @@ class ORCA_PDK_API CFiExecPipeBase : public CFiTraceable {
   // lines, standard output and standard error as they arrive, each with its newline; of a line over
   // 8190 bytes, the pieces. stdinFile is the command's standard input, "/dev/null" when empty.
   // timeout is the longest silence in seconds; when it is over, the answer is 5 and the command is
-  // left to Close. Output stops early when Abort was called. The last three are kept for derived
+  // left to Close. Output stops early when Abort was called or the output limit is reached; the
+  // command is closed then, and the answer is how it ended. The last three are kept for derived
   // classes.
   virtual int ExecMain(std::string command, std::vector<std::string>& output, std::string stdinFile,
                        unsigned long timeout, std::string arg5, std::string arg6, std::string arg7);
@@ -88,6 +90,11 @@ class ORCA_PDK_API CFiExecPipeBase : public CFiTraceable {
   // A copy of the record of the last failure; a success leaves it as it was.
   EFiExecPipe getLastError() const;
 
+  // The bytes that the output of one command may take, each line with sizeof(std::string) for
+  // itself; without this call there is no limit. The first line that goes past it is not kept and
+  // acts as Abort does, so that IsAbortRequested tells that output is missing.
+  void setOutputLimit(std::size_t bytes);
+
  protected:
   // Stores the last error.
   void setLastError(const std::string& message, int code);
@@ -100,11 +107,12 @@ class ORCA_PDK_API CFiExecPipeBase : public CFiTraceable {
   // Says how long the line is that ReadLine returns, so that ExecMain keeps NUL bytes within it.
   // Without this call a line ends at its first NUL.
   void setLineLength(std::size_t length);
+  // Appends a line to output. kept counts the bytes that the command has put there, from 0. False
+  // when the line would go past the output limit: Abort was then called.
+  bool keepLine(std::string_view line, std::vector<std::string>& output, std::size_t& kept);
 
  private:
-  int collectLines(std::vector<char>& line, std::vector<std::string>& output,
-                   unsigned long timeout);
-  std::string lastLine(const char* line) const;
+  bool collectLines(std::vector<std::string>& output, unsigned long timeout);
 
   std::atomic<bool> m_abort{false};
   std::vector<std::string> m_list;
@@ -114,6 +122,7 @@ class ORCA_PDK_API CFiExecPipeBase : public CFiTraceable {
   std::string m_stdinFile;
   bool m_closeAfterExec;
   std::size_t m_lineLength;
+  std::size_t m_outputLimit;
 };
 
 // Sleeps for that many milliseconds, also when signals arrive. Where the system cannot sleep for

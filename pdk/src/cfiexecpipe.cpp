@@ -83,14 +83,6 @@ class FrameworkBuffer {
   std::size_t m_size;
 };
 
-void appendLines(std::string_view text, std::vector<std::string>& output) {
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    if (end != 0) output.emplace_back(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
-}
-
 constexpr int kPeriods = 3;
 constexpr long kLongestLaterPeriod = 30;
 constexpr int kPollMs = 100;
@@ -213,7 +205,7 @@ int CFiExecPipePosix::ExecCommandInChildContext(std::string command,
   const int result = orca_exec_cmd_in_child_context(command.c_str(), &data, &length);
   if (length <= 0 || data == nullptr) return result;
   const FrameworkBuffer buffer(data, length);
-  appendLines(buffer.text(), output);
+  keepLines(buffer.text(), output);
   return result;
 }
 
@@ -375,6 +367,15 @@ bool CFiExecPipePosix::waitForOutput(long timeout) const {
     if (poll(&wanted, 1, static_cast<int>(rest * 1000)) == 1) return true;
   } while (watch.seconds() < timeout);
   return false;
+}
+
+void CFiExecPipePosix::keepLines(std::string_view text, std::vector<std::string>& output) {
+  std::size_t kept = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    if (end != 0 && !keepLine(text.substr(0, end), output, kept)) return;
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
 }
 
 void CFiExecPipePosix::closeReadEnd() {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 #include "V_strings.h"
@@ -16,7 +17,7 @@ namespace orca_pdk_4_4 {
 
 namespace {
 
-constexpr std::size_t kLineBufferSize = 8192;
+constexpr int kLineBufferSize = 8192;
 constexpr long kCloseTimeout = 10;
 constexpr std::size_t kUnknownLength = static_cast<std::size_t>(-1);
 
@@ -30,7 +31,8 @@ CFiExecPipeBase::CFiExecPipeBase(int closeAfterExec)
 CFiExecPipeBase::CFiExecPipeBase(std::vector<std::string> list, int closeAfterExec)
     : m_list(std::move(list)),
       m_closeAfterExec(closeAfterExec != 0),
-      m_lineLength(kUnknownLength) {}
+      m_lineLength(kUnknownLength),
+      m_outputLimit(std::numeric_limits<std::size_t>::max()) {}
 
 CFiExecPipeBase::~CFiExecPipeBase() = default;
 
@@ -45,7 +47,6 @@ int CFiExecPipeBase::ExecCommandInChildContext(std::string, std::vector<std::str
 int CFiExecPipeBase::ExecMain(std::string command, std::vector<std::string>& output,
                               std::string stdinFile, unsigned long timeout, std::string arg5,
                               std::string arg6, std::string arg7) {
-  std::vector<char> line(kLineBufferSize);
   m_argument6 = std::move(arg6);
   m_argument7 = std::move(arg7);
   m_stdinFile = std::move(stdinFile);
@@ -56,34 +57,43 @@ int CFiExecPipeBase::ExecMain(std::string command, std::vector<std::string>& out
   const int started = ExecPipe(std::move(command), std::move(arg5));
   if (started != FI_EXEC_OK) return started;
   output.clear();
-  const int collected = collectLines(line, output, timeout);
-  return collected != FI_EXEC_OK ? collected : Close(kCloseTimeout);
+  if (!collectLines(output, timeout)) return FI_EXEC_TIMED_OUT;
+  return Close(kCloseTimeout);
 }
 
-int CFiExecPipeBase::collectLines(std::vector<char>& line, std::vector<std::string>& output,
-                                  unsigned long timeout) {
+// False after a time-out.
+bool CFiExecPipeBase::collectLines(std::vector<std::string>& output, unsigned long timeout) {
+  char line[kLineBufferSize];
+  std::size_t kept = 0;
   const long silence = static_cast<long>(std::min<unsigned long>(timeout, LONG_MAX));
   while (!IsAbortRequested()) {
     unsigned char timedOut = 0;
     m_lineLength = kUnknownLength;
-    const bool isRead =
-        ReadLine(line.data(), static_cast<int>(line.size()) - 1, &timedOut, silence);
+    const bool isRead = ReadLine(line, kLineBufferSize - 1, &timedOut, silence);
     if (timedOut != 0) {
       char message[100];
       V_snprintf(message, sizeof message, "Process has timmedout (%d sec)",
                  static_cast<int>(timeout));
       traceLine(FI_TRACE_ERROR, "%s", message);
       setLastError(message, FI_EXEC_TIMED_OUT);
-      return FI_EXEC_TIMED_OUT;
+      return false;
     }
     if (!isRead) break;
-    output.push_back(lastLine(line.data()));
+    const std::size_t length = m_lineLength == kUnknownLength ? std::strlen(line) : m_lineLength;
+    if (!keepLine({line, length}, output, kept)) break;
   }
-  return FI_EXEC_OK;
+  return true;
 }
 
-std::string CFiExecPipeBase::lastLine(const char* line) const {
-  return {line, m_lineLength == kUnknownLength ? std::strlen(line) : m_lineLength};
+bool CFiExecPipeBase::keepLine(std::string_view line, std::vector<std::string>& output,
+                               std::size_t& kept) {
+  kept += line.size() + sizeof(std::string);
+  if (kept > m_outputLimit) {
+    Abort();
+    return false;
+  }
+  output.emplace_back(line);
+  return true;
 }
 
 int CFiExecPipeBase::Exec(std::string command, std::vector<std::string>& output,
@@ -103,6 +113,8 @@ int CFiExecPipeBase::Exec(std::string command, std::vector<std::string>& output,
 void CFiExecPipeBase::Abort() { m_abort = true; }
 
 void CFiExecPipeBase::Init() {}
+
+void CFiExecPipeBase::setOutputLimit(std::size_t bytes) { m_outputLimit = bytes; }
 
 EFiExecPipe CFiExecPipeBase::getLastError() const { return m_lastError; }
 
@@ -134,7 +146,8 @@ void millisleep(long ms) {
     }
     if (!s_nanosleepMissing) return;
   }
-  sleep(static_cast<unsigned int>((ms + 1000) / 1000));
+  auto seconds = static_cast<unsigned int>((ms + 1000) / 1000);
+  while (seconds > 0) seconds = sleep(seconds);
 }
 
 }  // namespace orca_pdk_4_4

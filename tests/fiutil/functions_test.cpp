@@ -106,6 +106,13 @@ TEST(ExecInChildContext, AnswersStatusAndBothStreamsAndLeavesNoDescriptorOpen) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST(ExecInChildContext, KeepsNoMoreThan16MebibytesOfOutput) {
+  const std::string most(1 << 24, 'x');
+  const std::string write = "head -c 16777216 /dev/zero | tr '\\000' x";
+  EXPECT_TRUE(run(write) == "0:" + most + '$');
+  EXPECT_TRUE(run(write + "; yes") == "-1:" + most + '$');
+}
+
 TEST(ExecInChildContext, WorksWhenTheHostIgnoresSignalsIsInterruptedAndHasNoStandardStreams) {
   const auto check = [] {
     struct sigaction interrupt {};

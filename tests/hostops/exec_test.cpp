@@ -120,6 +120,18 @@ TEST_F(Exec, StopsAtOnceAfterAnAbort) {
   EXPECT_EQ(run("/usr/bin/yes"), "12|Command terminated by signal 13|");
 }
 
+TEST_F(Exec, KeepsNoMoreOutputThanItsLimit) {
+  m_pipe.setOutputLimit(2 * (sizeof(std::string) + 2));
+  EXPECT_EQ(run("/usr/bin/printf 'y\\ny\\n'"), "0||y\n^y\n^");
+  EXPECT_FALSE(m_pipe.IsAbortRequested());
+  EXPECT_EQ(run("/usr/bin/yes"), "12|Command terminated by signal 13|y\n^y\n^");
+  EXPECT_TRUE(m_pipe.IsAbortRequested());
+  const ScopedEnv context("ORCA_CHILD_CONTEXT", "1");
+  m_output.clear();
+  EXPECT_EQ(run("yes yy | head -n 9").substr(0, 2), "0|");
+  EXPECT_EQ(m_output, Texts({"yy", "yy"}));
+}
+
 TEST_F(Exec, GivesTheCommandItsThreeStreamsWhateverTheHostHasOpen) {
   const std::string file = m_root.file("in");
   writeFile(file, "x");
