@@ -46,7 +46,8 @@ class ORCA_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   // Asks the framework.
   bool IsChildContext() override;
   // Runs the command in the framework's child context and returns its status. Appends the lines of
-  // its output without their newlines; empty lines are left out.
+  // its output without their newlines; empty lines are left out. -1 also when memory is short for
+  // the lines; those that found room are there.
   int ExecCommandInChildContext(std::string command, std::vector<std::string>& output) override;
   // No child, no pipe, no arguments.
   void Init() override;

@@ -20,9 +20,9 @@ enum EFiExecResult : int {
   FI_EXEC_CLOSE_FAILED = 3,       // the pipe could not be closed
   FI_EXEC_FORK_FAILED = 4,        // no process could be made
   FI_EXEC_TIMED_OUT = 5,          // no output within the time-out
-  FI_EXEC_BAD_COMMAND = 6,        // the command text could not be split into arguments
+  FI_EXEC_BAD_COMMAND = 6,        // the command text could not be split, or found no memory
   FI_EXEC_NOT_EXECUTABLE = 7,     // the first argument is not executable
-  FI_EXEC_WAIT_FAILED = 8,        // waiting for the child failed
+  FI_EXEC_WAIT_FAILED = 8,        // waiting for the child failed, or its output found no memory
   FI_EXEC_EXIT_STATUS = 11,       // the child ended with a status other than 0
   FI_EXEC_SIGNALLED = 12,         // a signal ended the child
   FI_EXEC_UNEXPECTED_STATUS = 13  // the child was stopped, or another status
@@ -39,7 +39,7 @@ struct ORCA_PDK_API EFiExecPipe {
 // operating system's own means, which a derived class adds.
 //
 // Failures come back as an EFiExecResult, stay in the last error until the next failure, and are
-// traced; nothing is thrown for them.
+// traced. Nothing is thrown, short memory included; the last error may then lack its message.
 //
 // Threads: one at a time, except for Abort, which may be called from any thread or signal handler.
 class ORCA_PDK_API CFiExecPipeBase : public CFiTraceable {
@@ -97,7 +97,7 @@ class ORCA_PDK_API CFiExecPipeBase : public CFiTraceable {
 
  protected:
   // Stores the last error.
-  void setLastError(const std::string& message, int code);
+  void setLastError(std::string_view message, int code);
   // The standard input file of the command; empty for "/dev/null".
   const std::string& getStdinFile() const;
   // What the constructor and ExecMain were given and this class has no use for.

@@ -205,7 +205,13 @@ int CFiExecPipePosix::ExecCommandInChildContext(std::string command,
   const int result = orca_exec_cmd_in_child_context(command.c_str(), &data, &length);
   if (length <= 0 || data == nullptr) return result;
   const FrameworkBuffer buffer(data, length);
-  keepLines(buffer.text(), output);
+  try {
+    keepLines(buffer.text(), output);
+  } catch (const std::bad_alloc&) {
+    traceLine(FI_TRACE_ERROR,
+              "CFiExecPipePosix::ExecCommandInChildContext ERROR: no memory for the output");
+    return -1;
+  }
   return result;
 }
 

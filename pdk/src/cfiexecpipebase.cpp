@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "V_strings.h"
@@ -57,7 +58,14 @@ int CFiExecPipeBase::ExecMain(std::string command, std::vector<std::string>& out
   const int started = ExecPipe(std::move(command), std::move(arg5));
   if (started != FI_EXEC_OK) return started;
   output.clear();
-  if (!collectLines(output, timeout)) return FI_EXEC_TIMED_OUT;
+  try {
+    if (!collectLines(output, timeout)) return FI_EXEC_TIMED_OUT;
+  } catch (const std::bad_alloc&) {
+    Close(kCloseTimeout);
+    traceLine(FI_TRACE_ERROR, "CFiExecPipeBase::ExecMain ERROR: no memory for the output");
+    setLastError("Memory is short for the output", FI_EXEC_WAIT_FAILED);
+    return FI_EXEC_WAIT_FAILED;
+  }
   return Close(kCloseTimeout);
 }
 
@@ -116,12 +124,22 @@ void CFiExecPipeBase::Init() {}
 
 void CFiExecPipeBase::setOutputLimit(std::size_t bytes) { m_outputLimit = bytes; }
 
-EFiExecPipe CFiExecPipeBase::getLastError() const { return m_lastError; }
+EFiExecPipe CFiExecPipeBase::getLastError() const {
+  try {
+    return m_lastError;
+  } catch (const std::bad_alloc&) {
+    return {{}, {}, m_lastError.code};
+  }
+}
 
-void CFiExecPipeBase::setLastError(const std::string& message, int code) {
-  m_lastError.message = message;
-  m_lastError.wideMessage = CFiStringTool::str2wstr(message);
-  m_lastError.code = code;
+void CFiExecPipeBase::setLastError(std::string_view message, int code) {
+  m_lastError = {{}, {}, code};
+  try {
+    m_lastError.message = message;
+    m_lastError.wideMessage = CFiStringTool::str2wstr(m_lastError.message);
+  } catch (const std::bad_alloc&) {
+    // The code says what has failed.
+  }
 }
 
 const std::string& CFiExecPipeBase::getStdinFile() const { return m_stdinFile; }
