@@ -40,16 +40,21 @@ class Folder {
   std::filesystem::path m_path;
 };
 
-void runTrue() {
+void runTrue(const char* stdinFile = "") {
   CFiExecPipePosix pipe(0);
   std::vector<std::string> output;
-  if (pipe.Exec(kTrue, output, "", 60, "", "", "") != 0) std::abort();
+  if (pipe.Exec(kTrue, output, stdinFile, 60, "", "", "") != 0) std::abort();
 }
 
 void execTrue(benchmark::State& state) {
   for (auto _ : state) runTrue();
 }
 BENCHMARK(execTrue)->Name("Exec/true")->UseRealTime();
+
+void execTrueWithInput(benchmark::State& state) {
+  for (auto _ : state) runTrue(kTrue);
+}
+BENCHMARK(execTrueWithInput)->Name("Exec/true_with_input")->UseRealTime();
 
 void popenTrue(benchmark::State& state) {
   char buffer[512];
@@ -106,8 +111,10 @@ BENCHMARK(readLines)->Name("ReadLine/100MiB")->UseRealTime()->Unit(benchmark::kM
 
 void getLines(benchmark::State& state) {
   const std::string& command = longOutput();
+  char buffer[512];
   for (auto _ : state) {
     FILE* stream = popen(command.c_str(), "r");
+    setvbuf(stream, buffer, _IOFBF, sizeof buffer);
     char* line = nullptr;
     std::size_t size = 0;
     std::size_t total = 0;
