@@ -32,13 +32,6 @@ enum EFiConfigUsageType : int32_t {
 
 // The description of one configuration parameter.
 struct ORCA_PDK_API CFiConfigParamInfo {
-  CFiConfigParamInfo();
-  CFiConfigParamInfo(const CFiConfigParamInfo&);
-  CFiConfigParamInfo(CFiConfigParamInfo&&) noexcept;
-  CFiConfigParamInfo& operator=(const CFiConfigParamInfo&);
-  CFiConfigParamInfo& operator=(CFiConfigParamInfo&&) noexcept;
-  ~CFiConfigParamInfo();
-
   // The description's block of the document. The range is written for the two int types unless both
   // bounds are -1, the selection list for string_list only, even when it is empty.
   tstr toXML() const;
@@ -56,13 +49,6 @@ struct ORCA_PDK_API CFiConfigParamInfo {
 
 // The value of one configuration parameter. It is list-valued exactly when valueList is not empty.
 struct ORCA_PDK_API CFiConfigParamData {
-  CFiConfigParamData();
-  CFiConfigParamData(const CFiConfigParamData&);
-  CFiConfigParamData(CFiConfigParamData&&) noexcept;
-  CFiConfigParamData& operator=(const CFiConfigParamData&);
-  CFiConfigParamData& operator=(CFiConfigParamData&&) noexcept;
-  ~CFiConfigParamData();
-
   // The value's block of the document. A value list hides the single value.
   tstr toXML() const;
 
@@ -76,14 +62,9 @@ struct ORCA_PDK_API CFiConfigParamData {
 // be changed freely; updateXML then brings the text in step.
 class ORCA_PDK_API CFiConfigParamDataList {
  public:
-  CFiConfigParamDataList();
+  CFiConfigParamDataList() = default;
   // An empty list that parses the text.
   explicit CFiConfigParamDataList(const char* xml);
-  CFiConfigParamDataList(const CFiConfigParamDataList&);
-  CFiConfigParamDataList(CFiConfigParamDataList&&) noexcept;
-  CFiConfigParamDataList& operator=(const CFiConfigParamDataList&);
-  CFiConfigParamDataList& operator=(CFiConfigParamDataList&&) noexcept;
-  ~CFiConfigParamDataList();
 
   // Replaces the values by those of a document and rewrites the text; returns 0. A document in
   // error returns 3: the values stay, the text is then the one given (null counts as empty).
@@ -107,14 +88,9 @@ class ORCA_PDK_API CFiConfigParamDataList {
 // may be changed freely; updateXML then brings the text in step.
 class ORCA_PDK_API CFiConfigParamInfoList {
  public:
-  CFiConfigParamInfoList();
+  CFiConfigParamInfoList() = default;
   // As the default constructor followed by parse.
   explicit CFiConfigParamInfoList(const char* xml);
-  CFiConfigParamInfoList(const CFiConfigParamInfoList&);
-  CFiConfigParamInfoList(CFiConfigParamInfoList&&) noexcept;
-  CFiConfigParamInfoList& operator=(const CFiConfigParamInfoList&);
-  CFiConfigParamInfoList& operator=(CFiConfigParamInfoList&&) noexcept;
-  ~CFiConfigParamInfoList();
 
   // Empties the list, whatever the text: descriptions enter it through params only. The text
   // becomes the empty document. Returns 0. CFiGetConfigParamListHandler reads a document of

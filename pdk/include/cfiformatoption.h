@@ -13,13 +13,6 @@ namespace orca_pdk_4_4 {
 // One option of a request to format a resource. It is list-valued exactly when valueList is not
 // empty.
 struct ORCA_PDK_API CFiFormatOption {
-  CFiFormatOption();
-  CFiFormatOption(const CFiFormatOption&);
-  CFiFormatOption(CFiFormatOption&&) noexcept;
-  CFiFormatOption& operator=(const CFiFormatOption&);
-  CFiFormatOption& operator=(CFiFormatOption&&) noexcept;
-  ~CFiFormatOption();
-
   // The option's block of the document. A value list hides the single value.
   tstr toXML() const;
 
@@ -34,14 +27,9 @@ struct ORCA_PDK_API CFiFormatOption {
 // feed.
 class ORCA_PDK_API CFiFormatOptionList {
  public:
-  CFiFormatOptionList();
+  CFiFormatOptionList() = default;
   // An empty list that parses the text.
   explicit CFiFormatOptionList(const char* xml);
-  CFiFormatOptionList(const CFiFormatOptionList&);
-  CFiFormatOptionList(CFiFormatOptionList&&) noexcept;
-  CFiFormatOptionList& operator=(const CFiFormatOptionList&);
-  CFiFormatOptionList& operator=(CFiFormatOptionList&&) noexcept;
-  ~CFiFormatOptionList();
 
   // Replaces the options by those of a document and rewrites the text; returns 0. A document in
   // error returns 3: the options stay, the text is then the one given (null counts as empty).

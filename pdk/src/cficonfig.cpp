@@ -49,36 +49,15 @@ void writeInfo(CFiXmlWriter& writer, const CFiConfigParamInfo& info) {
 
 }  // namespace
 
-CFiConfigParamInfo::CFiConfigParamInfo() = default;
-CFiConfigParamInfo::CFiConfigParamInfo(const CFiConfigParamInfo&) = default;
-CFiConfigParamInfo::CFiConfigParamInfo(CFiConfigParamInfo&&) noexcept = default;
-CFiConfigParamInfo& CFiConfigParamInfo::operator=(const CFiConfigParamInfo&) = default;
-CFiConfigParamInfo& CFiConfigParamInfo::operator=(CFiConfigParamInfo&&) noexcept = default;
-CFiConfigParamInfo::~CFiConfigParamInfo() = default;
-
 tstr CFiConfigParamInfo::toXML() const {
   CFiXmlWriter writer;
   writeInfo(writer, *this);
   return writer.text();
 }
 
-CFiConfigParamData::CFiConfigParamData() = default;
-CFiConfigParamData::CFiConfigParamData(const CFiConfigParamData&) = default;
-CFiConfigParamData::CFiConfigParamData(CFiConfigParamData&&) noexcept = default;
-CFiConfigParamData& CFiConfigParamData::operator=(const CFiConfigParamData&) = default;
-CFiConfigParamData& CFiConfigParamData::operator=(CFiConfigParamData&&) noexcept = default;
-CFiConfigParamData::~CFiConfigParamData() = default;
-
 tstr CFiConfigParamData::toXML() const { return valueText(kConfigValueDocument, *this); }
 
-CFiConfigParamDataList::CFiConfigParamDataList() = default;
 CFiConfigParamDataList::CFiConfigParamDataList(const char* xml) { parse(xml); }
-CFiConfigParamDataList::CFiConfigParamDataList(const CFiConfigParamDataList&) = default;
-CFiConfigParamDataList::CFiConfigParamDataList(CFiConfigParamDataList&&) noexcept = default;
-CFiConfigParamDataList& CFiConfigParamDataList::operator=(const CFiConfigParamDataList&) = default;
-CFiConfigParamDataList& CFiConfigParamDataList::operator=(CFiConfigParamDataList&&) noexcept =
-    default;
-CFiConfigParamDataList::~CFiConfigParamDataList() = default;
 
 int CFiConfigParamDataList::parse(const char* xml) {
   const int result = readValues<CFiConfigParamDataListHandler>(xml, m_xml, params);
@@ -94,14 +73,7 @@ CFiConfigParamData& CFiConfigParamDataList::getParamData(const char* key) {
   return findValue(params, key, m_empty);
 }
 
-CFiConfigParamInfoList::CFiConfigParamInfoList() = default;
 CFiConfigParamInfoList::CFiConfigParamInfoList(const char* xml) { parse(xml); }
-CFiConfigParamInfoList::CFiConfigParamInfoList(const CFiConfigParamInfoList&) = default;
-CFiConfigParamInfoList::CFiConfigParamInfoList(CFiConfigParamInfoList&&) noexcept = default;
-CFiConfigParamInfoList& CFiConfigParamInfoList::operator=(const CFiConfigParamInfoList&) = default;
-CFiConfigParamInfoList& CFiConfigParamInfoList::operator=(CFiConfigParamInfoList&&) noexcept =
-    default;
-CFiConfigParamInfoList::~CFiConfigParamInfoList() = default;
 
 // Descriptions come from the provider, never from outside: the text is not read, so it cannot be in
 // error either.

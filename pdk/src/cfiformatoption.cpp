@@ -5,22 +5,9 @@
 
 namespace orca_pdk_4_4 {
 
-CFiFormatOption::CFiFormatOption() = default;
-CFiFormatOption::CFiFormatOption(const CFiFormatOption&) = default;
-CFiFormatOption::CFiFormatOption(CFiFormatOption&&) noexcept = default;
-CFiFormatOption& CFiFormatOption::operator=(const CFiFormatOption&) = default;
-CFiFormatOption& CFiFormatOption::operator=(CFiFormatOption&&) noexcept = default;
-CFiFormatOption::~CFiFormatOption() = default;
-
 tstr CFiFormatOption::toXML() const { return valueText(kFormatOptionDocument, *this); }
 
-CFiFormatOptionList::CFiFormatOptionList() = default;
 CFiFormatOptionList::CFiFormatOptionList(const char* xml) { parse(xml); }
-CFiFormatOptionList::CFiFormatOptionList(const CFiFormatOptionList&) = default;
-CFiFormatOptionList::CFiFormatOptionList(CFiFormatOptionList&&) noexcept = default;
-CFiFormatOptionList& CFiFormatOptionList::operator=(const CFiFormatOptionList&) = default;
-CFiFormatOptionList& CFiFormatOptionList::operator=(CFiFormatOptionList&&) noexcept = default;
-CFiFormatOptionList::~CFiFormatOptionList() = default;
 
 int CFiFormatOptionList::parse(const char* xml) {
   const int result = readValues<CFiFormatOptionListHandler>(xml, m_xml, options);
