@@ -59,7 +59,8 @@ struct ORCA_PDK_API CFiConfigParamData {
 };
 
 // The values of configuration parameters by key, with their document text beside them. params may
-// be changed freely; updateXML then brings the text in step.
+// be changed freely; updateXML then brings the text in step, or throws std::bad_alloc and leaves
+// it.
 class ORCA_PDK_API CFiConfigParamDataList {
  public:
   CFiConfigParamDataList() = default;
@@ -68,6 +69,7 @@ class ORCA_PDK_API CFiConfigParamDataList {
 
   // Replaces the values by those of a document and rewrites the text; returns 0. A document in
   // error returns 3: the values stay, the text is then the one given (null counts as empty).
+  // Throws nothing but std::bad_alloc, and then both are what they were.
   int parse(const char* xml);
   // Rewrites the text from the values.
   void updateXML();

@@ -33,7 +33,7 @@ class ORCA_PDK_API CFiFormatOptionList {
 
   // Replaces the options by those of a document and rewrites the text; returns 0. A document in
   // error returns 3: the options stay, the text is then the one given (null counts as empty).
-  // Throws nothing but std::bad_alloc.
+  // Throws nothing but std::bad_alloc, and then both are what they were.
   int parse(const char* xml);
   // Rewrites the text from the options.
   void updateXML();

@@ -16,7 +16,9 @@ namespace orca_pdk_4_4 {
 //
 // Errors of the set-up operations are not reported there: a parser whose set-up failed throws
 // std::runtime_error at every parse until init succeeds. A parser can be used again, also after a
-// document that was in error.
+// document that was in error. Without memory every operation throws std::bad_alloc; the parser
+// then wants init as well. A process whose first parser found no memory gets no other one: the
+// reader's platform stays half made.
 //
 // Threads: one at a time for each parser.
 class ORCA_PDK_API CFiSaxParser {

@@ -11,7 +11,7 @@ namespace orca_pdk_4_4 {
 class ORCA_PDK_API CFiXStringTool {
  public:
   // The text in UTF-16; the caller releases it with xercesc::XMLString::release. Null for null, and
-  // when the XML reader's platform cannot be started.
+  // when the XML reader's platform cannot be started. Throws std::bad_alloc.
   static XMLCh* unicodeForm(const char* text);
   // The text in UTF-8, made with malloc; the caller frees it with free. Null, and text that is no
   // valid UTF-16, give the empty string; a lack of memory gives null.

@@ -60,9 +60,7 @@ tstr CFiConfigParamData::toXML() const { return valueText(kConfigValueDocument, 
 CFiConfigParamDataList::CFiConfigParamDataList(const char* xml) { parse(xml); }
 
 int CFiConfigParamDataList::parse(const char* xml) {
-  const int result = readValues<CFiConfigParamDataListHandler>(xml, m_xml, params);
-  if (result == FI_OK) updateXML();
-  return result;
+  return readValues<CFiConfigParamDataListHandler>(kConfigValueDocument, xml, m_xml, params);
 }
 
 void CFiConfigParamDataList::updateXML() { updateValues(kConfigValueDocument, params, m_xml); }

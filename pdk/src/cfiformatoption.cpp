@@ -10,9 +10,7 @@ tstr CFiFormatOption::toXML() const { return valueText(kFormatOptionDocument, *t
 CFiFormatOptionList::CFiFormatOptionList(const char* xml) { parse(xml); }
 
 int CFiFormatOptionList::parse(const char* xml) {
-  const int result = readValues<CFiFormatOptionListHandler>(xml, m_xml, options);
-  if (result == FI_OK) updateXML();
-  return result;
+  return readValues<CFiFormatOptionListHandler>(kFormatOptionDocument, xml, m_xml, options);
 }
 
 void CFiFormatOptionList::updateXML() { updateValues(kFormatOptionDocument, options, m_xml); }

@@ -5,6 +5,8 @@
 
 #include <xercesc/util/XMLString.hpp>
 
+#include "cfixerces.h"
+
 namespace orca_pdk_4_4 {
 namespace {
 
@@ -86,7 +88,7 @@ std::string CFiSaxParseHandler::text() const {
 void CFiSaxParseHandler::throwSavedError() const {
   if (!m_errorSeen || !m_savedError) return;
   if (xercesc::XMLString::stringLen(m_savedError->getMessage()) == 0) return;
-  throw xercesc::SAXParseException(*m_savedError);
+  withMemory([this] { throw xercesc::SAXParseException(*m_savedError); });
 }
 
 }  // namespace orca_pdk_4_4

@@ -1,15 +1,18 @@
 #include "cfisaxparser.h"
 
+#include <exception>
+#include <new>
 #include <numeric>
 #include <stdexcept>
+#include <utility>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/EntityResolver.hpp>
 #include <xercesc/sax/SAXException.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PanicHandler.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/SecurityManager.hpp>
-#include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
@@ -26,17 +29,16 @@ constexpr XMLCh kSystemId[] = u"orca_sax_parser";
 constexpr XMLSize_t kEntityExpansionLimit = 1000;
 constexpr XMLSize_t kEntityTextLimit = 16384;  // all entities of a document together
 
-// Runs one step of the set-up; false when the reader refused it.
+// Runs one step of the set-up; failed is set when the reader refused it or memory ran short.
 template <typename Step>
-bool succeeds(Step step) {
+void setUp(bool& failed, Step step) {
+  const bool hadFailed = std::exchange(failed, true);
   try {
-    step();
-    return true;
+    withMemory(step);
+    failed = hadFailed;
   } catch (const xercesc::XMLException&) {
   } catch (const xercesc::SAXException&) {
-  } catch (const xercesc::OutOfMemoryException&) {
   }
-  return false;
 }
 
 struct ExpansionBounds : xercesc::SecurityManager {
@@ -97,7 +99,28 @@ void validate(xercesc::SAX2XMLReader& reader, bool on) {
   reader.setFeature(XMLUni::fgXercesSchemaFullChecking, on);
 }
 
+// The reader's own handler ends the process; only a lack of memory leads here.
+struct PanicHandler : xercesc::PanicHandler {
+  void panic(const PanicReasons) override { throw std::bad_alloc(); }
+};
+
+std::exception_ptr start() {
+  static PanicHandler handler;
+  try {
+    xercesc::XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale, nullptr, &handler);
+    return nullptr;
+  } catch (...) {
+    return std::current_exception();
+  }
+}
+
 }  // namespace
+
+// A start that failed leaves the platform half made. It can be neither repeated nor undone.
+void startXerces() {
+  static const std::exception_ptr failure = start();
+  if (failure) std::rethrow_exception(failure);
+}
 
 // Lets the reader open the schema; whatever else a document names is empty.
 class CFiSaxParser::SchemaResolver : public xercesc::EntityResolver {
@@ -122,12 +145,12 @@ CFiSaxParser::~CFiSaxParser() = default;
 
 void CFiSaxParser::init() {
   m_reader.reset();
-  m_setUpFailed = !succeeds([this] { createReader(); });
+  m_setUpFailed = false;
+  setUp(m_setUpFailed, [this] { createReader(); });
   if (m_handler != nullptr) setHandler(m_handler);
 }
 
 void CFiSaxParser::createReader() {
-  startXerces();
   m_reader = std::make_unique<BoundedReader>();
   validate(*m_reader, false);
   m_reader->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
@@ -139,16 +162,15 @@ void CFiSaxParser::createReader() {
 void CFiSaxParser::setHandler(xercesc::DefaultHandler* handler) {
   m_handler = handler;
   if (!m_reader) return;
-  const bool installed = succeeds([&] {
+  setUp(m_setUpFailed, [&] {
     m_reader->setContentHandler(handler);
     m_reader->setErrorHandler(handler);
   });
-  if (!installed) m_setUpFailed = true;
 }
 
 void CFiSaxParser::setInputSchema(const char* path) {
   if (!m_reader || path == nullptr) return;
-  if (!succeeds([&] { useSchema(path); })) m_setUpFailed = true;
+  setUp(m_setUpFailed, [&] { useSchema(path); });
 }
 
 void CFiSaxParser::useSchema(const char* path) {
@@ -168,9 +190,16 @@ void CFiSaxParser::parse(const std::string& text) { parse(text.data(), text.size
 void CFiSaxParser::parse(const char* text, size_t length) {
   if (!m_reader || m_setUpFailed) throw std::runtime_error("the XML reader could not be set up");
   if (text == nullptr) return parse("", 0);
-  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text), length, kSystemId);
-  source.setCopyBufToStream(false);
-  m_reader->parse(source);
+  try {
+    withMemory([&] {
+      xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text), length, kSystemId);
+      source.setCopyBufToStream(false);
+      m_reader->parse(source);
+    });
+  } catch (const std::bad_alloc&) {
+    m_setUpFailed = true;  // the reader is in no state to go on
+    throw;
+  }
 }
 
 void CFiSaxParser::parse(const std::vector<std::string>& lines) {

@@ -4,6 +4,7 @@
 #include <map>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <xercesc/util/XercesDefs.hpp>
 
@@ -109,21 +110,24 @@ struct CFiValueReading {
   }
 };
 
-// Replaces the text of a list by xml (null counts as empty) and its entries by what Handler reads
-// in it. 3 when the document is in error, for whatever reason the reader gives; entries then stay.
+// Replaces the entries of a list by what Handler reads in xml (null counts as empty), and its text
+// by theirs. 3 when the document is in error, for whatever reason the reader gives; the text is
+// then xml, the entries stay. Changes nothing when it throws std::bad_alloc.
 template <typename Handler, typename Map>
-int readValues(const char* xml, tstr& listXml, Map& entries) {
-  tstr text(xml == nullptr ? "" : xml);
-  listXml.swap(text);  // xml may point into the text that goes
+int readValues(const CFiValueDocument& names, const char* xml, tstr& listXml, Map& entries) {
+  const std::string_view document(xml == nullptr ? "" : xml);
   try {
     Handler handler;
-    CFiSaxParser parser(&handler);
-    parser.parse(listXml.c_str(), listXml.length());
-    entries = std::move(handler.getList());
+    CFiSaxParser(&handler).parse(document.data(), document.size());
+    Map& read = handler.getList();
+    updateValues(names, read, listXml);
+    entries.swap(read);
     return FI_OK;
   } catch (const std::bad_alloc&) {
     throw;
   } catch (...) {
+    tstr text = checkedText(document);  // the document may stand in the text that goes
+    listXml.swap(text);
     return FI_INVALID;
   }
 }

@@ -1,6 +1,7 @@
 #ifndef ORCA_PDK_CFIXMLWRITER_H
 #define ORCA_PDK_CFIXMLWRITER_H
 
+#include <new>
 #include <string>
 #include <string_view>
 #include <xercesc/util/XercesDefs.hpp>
@@ -30,6 +31,13 @@ class CFiXmlElement {
   std::string_view m_name;
 };
 
+// A copy of a text; throws std::bad_alloc where tstr itself would only stay empty.
+inline tstr checkedText(std::string_view text) {
+  tstr copy(text.data(), text.size());
+  if (copy.length() != text.size()) throw std::bad_alloc();
+  return copy;
+}
+
 // Builds the text of a document: block tags alone on their lines, leaf elements one line each.
 class CFiXmlWriter {
  public:
@@ -50,7 +58,7 @@ class CFiXmlWriter {
     for (const std::string& value : values) leaf(element, value);
   }
 
-  tstr text() const { return tstr(m_text.data(), m_text.size()); }
+  tstr text() const { return checkedText(m_text); }
 
  private:
   void tag(std::string_view before, const CFiXmlElement& element, std::string_view after) {

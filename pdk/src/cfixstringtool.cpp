@@ -23,11 +23,10 @@ int32_t utf8Length(const XMLCh* text) {
 
 XMLCh* CFiXStringTool::unicodeForm(const char* text) {
   try {
-    startXerces();
+    return withMemory([text] { return xercesc::XMLString::transcode(text); });
   } catch (const xercesc::XMLException&) {
     return nullptr;
   }
-  return xercesc::XMLString::transcode(text);
 }
 
 char* CFiXStringTool::asciiForm(const XMLCh* text) {
