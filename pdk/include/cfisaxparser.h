@@ -5,14 +5,15 @@
 #include <string>
 #include <vector>
 #include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
 
 #include "cfiexport.h"
 
 namespace orca_pdk_4_4 {
 
 // Reads XML documents held in memory through a SAX2 reader. A document can reach neither files nor
-// the network, and entities expand within bounds; only the schema given to setInputSchema is read.
+// the network; only the schema given to setInputSchema is read. What its document type declares may
+// make it grow by 16 times its own length and 16 MiB; what could do more is an error where it is
+// used: a parameter entity, an entity in an attribute default, one of more than 4096 characters.
 //
 // Errors of the set-up operations are not reported there: a parser whose set-up failed throws
 // std::runtime_error at every parse until init succeeds. A parser can be used again, also after a
@@ -47,6 +48,7 @@ class ORCA_PDK_API CFiSaxParser {
   void parse(const std::vector<std::string>& lines);
 
  private:
+  class Reader;
   class SchemaResolver;
 
   void createReader();
@@ -54,7 +56,7 @@ class ORCA_PDK_API CFiSaxParser {
 
   xercesc::DefaultHandler* m_handler = nullptr;
   std::unique_ptr<SchemaResolver> m_resolver;
-  std::unique_ptr<xercesc::SAX2XMLReader> m_reader;
+  std::unique_ptr<Reader> m_reader;
   bool m_setUpFailed = false;
 };
 
