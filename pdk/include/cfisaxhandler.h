@@ -1,6 +1,8 @@
 #ifndef ORCA_PDK_CFISAXHANDLER_H
 #define ORCA_PDK_CFISAXHANDLER_H
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,12 +26,18 @@ class ORCA_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
   void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                     const xercesc::Attributes& attributes) override;
   void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+  // Remembers the reader's place, for errors found by the handler itself.
+  void setDocumentLocator(const xercesc::Locator* const locator) override;
   // Appends to the text gathered so far.
   void characters(const XMLCh* chars, const XMLSize_t length) override;
   // Keep a copy of the exception; parsing goes on as far as the reader can.
   void warning(const xercesc::SAXParseException& exception) override;
   void error(const xercesc::SAXParseException& exception) override;
   void fatalError(const xercesc::SAXParseException& exception) override;
+
+  // From now on text() gives so many bytes in all; no limit at first. A parser sets it for each
+  // document, since nested elements can repeat the same text without end.
+  void limitText(std::size_t bytes);
 
   // True once a warning or an error was reported.
   bool isErrorSeen() const;
@@ -39,13 +47,15 @@ class ORCA_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
  protected:
   // Forgets the text gathered so far.
   void clearText();
-  // The text gathered since the last clearText, in UTF-8.
-  std::string text() const;
+  // The text gathered since the last clearText, in UTF-8. Beyond the limit the document is in error
+  // and its parse ends.
+  std::string text();
   // Throws a copy of the saved error when there is one and it carries a message.
   void throwSavedError() const;
 
  private:
   void keep(const xercesc::SAXParseException& exception);
+  [[noreturn]] void refuse();
 
   std::unique_ptr<xercesc::SAXParseException> m_savedError;
   bool m_errorSeen = false;
@@ -53,6 +63,8 @@ class ORCA_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
   std::vector<char> m_ascii;
   std::size_t m_asciiLength = 0;
   std::u16string m_units;
+  std::size_t m_textLeft = SIZE_MAX;
+  const xercesc::Locator* m_locator = nullptr;
 };
 
 }  // namespace orca_pdk_4_4

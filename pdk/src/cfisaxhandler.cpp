@@ -3,6 +3,8 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <xercesc/framework/XMLErrorCodes.hpp>
+#include <xercesc/sax/Locator.hpp>
 #include <xercesc/util/XMLString.hpp>
 
 #include "cfixerces.h"
@@ -20,6 +22,8 @@ bool writeAscii(const XMLCh* chars, size_t length, char* out) {
   }
   return seen < 0x80;
 }
+
+constexpr XMLCh kTooMuch[] = u"the values of the document repeat too much of its text";
 
 // Lone surrogates become U+FFFD.
 std::string utf8(const std::u16string& text) {
@@ -44,6 +48,10 @@ CFiSaxParseHandler::~CFiSaxParseHandler() = default;
 void CFiSaxParseHandler::startElement(const XMLCh*, const XMLCh*, const XMLCh*,
                                       const xercesc::Attributes&) {}
 void CFiSaxParseHandler::endElement(const XMLCh*, const XMLCh*, const XMLCh*) {}
+
+void CFiSaxParseHandler::setDocumentLocator(const xercesc::Locator* const locator) {
+  m_locator = locator;
+}
 
 // Pieces beyond ASCII are converted together: one can end between the halves of a surrogate pair.
 void CFiSaxParseHandler::characters(const XMLCh* chars, const XMLSize_t length) {
@@ -81,8 +89,20 @@ void CFiSaxParseHandler::clearText() {
   m_units.clear();
 }
 
-std::string CFiSaxParseHandler::text() const {
-  return m_units.empty() ? std::string(m_ascii.data(), m_asciiLength) : utf8(m_units);
+void CFiSaxParseHandler::limitText(std::size_t bytes) { m_textLeft = bytes; }
+
+std::string CFiSaxParseHandler::text() {
+  std::string text = m_units.empty() ? std::string(m_ascii.data(), m_asciiLength) : utf8(m_units);
+  if (text.size() > m_textLeft) refuse();
+  m_textLeft -= text.size();
+  return text;
+}
+
+// As the scanner does with its own fatal errors: it reports them and ends by throwing their code.
+void CFiSaxParseHandler::refuse() {
+  fatalError(m_locator == nullptr ? xercesc::SAXParseException(kTooMuch, nullptr, nullptr, 0, 0)
+                                  : xercesc::SAXParseException(kTooMuch, *m_locator));
+  throw xercesc::XMLErrs::EntityExpansionLimitExceeded;
 }
 
 void CFiSaxParseHandler::throwSavedError() const {

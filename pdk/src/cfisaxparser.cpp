@@ -18,6 +18,7 @@
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
+#include "cfisaxhandler.h"
 #include "cfixerces.h"
 #include "cfixstringtool.h"
 
@@ -249,6 +250,9 @@ void CFiSaxParser::parse(const std::string& text) { parse(text.data(), text.size
 void CFiSaxParser::parse(const char* text, size_t length) {
   if (!m_reader || m_setUpFailed) throw std::runtime_error("the XML reader could not be set up");
   if (text == nullptr) return parse("", 0);
+  if (auto* handler = dynamic_cast<CFiSaxParseHandler*>(m_handler)) {
+    handler->limitText(growthLimit(length));
+  }
   try {
     withMemory([&] { m_reader->parse(text, length); });
   } catch (const std::bad_alloc&) {

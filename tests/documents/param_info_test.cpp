@@ -124,6 +124,18 @@ TEST(ParamInfoHandler, ReadsAWrittenDocumentBackButNotOneInError) {
   EXPECT_THROW(handler.getList(), xercesc::SAXParseException);
 }
 
+TEST(ParamInfoHandler, StoresNoMoreThanADocumentMayRepeat) {
+  std::string text = "<ConfigParam>\n";
+  for (int i = 0; i < 20000; ++i) text += "<selectionItem>";
+  text.append(2000, 'x');
+  for (int i = 0; i < 20000; ++i) text += "</selectionItem>";
+  CFiGetConfigParamListHandler handler;
+  CFiSaxParser(&handler).parse(text + "</ConfigParam>");
+  ASSERT_TRUE(handler.isErrorSeen());
+  EXPECT_EQ(handler.getSavedError()->getLineNumber(), 2u);
+  EXPECT_THROW(handler.getList(), xercesc::SAXParseException);
+}
+
 TEST(ParamInfoHandler, ReadsOnlyThreeTextsAsTrue) {
   const auto shared = [](const std::string& text) {
     return read("<ConfigParam><isSharedParam>" + text + "</isSharedParam></ConfigParam>")

@@ -120,4 +120,26 @@ TYPED_TEST(ValueList, HandlerChecksNoNestingAndFinishesWithTheList) {
   EXPECT_TRUE(handler.isFinished());
 }
 
+// Nested elements take the same text again and again.
+TYPED_TEST(ValueList, StoresAtMost16TimesTheLengthAnd16MiBOfADocument) {
+  const auto nested = [this](size_t size) {
+    std::string text;
+    for (int i = 0; i < 100; ++i) text += "<value>";
+    text.append(size, 'x');
+    for (int i = 0; i < 100; ++i) text += "</value>";
+    return this->block("<valueList>" + text + "</valueList>");
+  };
+  const size_t most = 16 * (nested(0).size() + (1 << 20)) / (100 - 16);
+  EXPECT_EQ(this->list.parse(nested(most).c_str()), 0);
+  EXPECT_EQ(this->list.getParamData("").valueList.back().size(), most);
+  EXPECT_EQ(this->list.parse(nested(most + 1).c_str()), 3);
+  typename TypeParam::Handler handler;
+  CFiSaxParser parser(&handler);
+  for (int document = 0; document < 2; ++document) parser.parse(nested(most));
+  EXPECT_FALSE(handler.isErrorSeen()) << "each document counts by itself";
+  parser.parse(nested(most + 1));
+  ASSERT_TRUE(handler.isErrorSeen());
+  EXPECT_EQ(handler.getSavedError()->getLineNumber(), 2u);
+}
+
 }  // namespace
