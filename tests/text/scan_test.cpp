@@ -200,6 +200,7 @@ TEST(IntegerTexts, FollowTheRulesOfTheCLibrary) {
         errno = 0;
         const auto expected = theirs(text.c_str(), &expectedEnd, base);
         const int expectedError = std::exchange(errno, 0);
+        if (expectedError == EINVAL) expectedEnd = text.data();  // sanitizers leave it unset
         EXPECT_EQ(ours(text.c_str(), &end, base), expected);
         EXPECT_EQ(errno, expectedError);
         EXPECT_STREQ(end, expectedEnd);
