@@ -13,5 +13,7 @@ function(orca_add_provider name)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  if(NOT ORCA_SANITIZE) # the sanitizers' calls are left to the host
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  endif()
 endfunction()
