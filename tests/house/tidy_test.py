@@ -12,6 +12,7 @@ import tempfile
 from house import ROOT, finish, run
 
 FOLDERS = tuple(str(ROOT / f) + "/" for f in ("vtools", "common", "fiutil", "pdk", "host", "examples"))
+WARNINGS = ("-Wno-unknown-warning-option", "-Wzero-as-null-pointer-constant")
 
 
 def sources_of(build, folder):
@@ -26,7 +27,7 @@ def sources_of(build, folder):
 
 
 def check(folder, path):
-    result = run("clang-tidy", "--quiet", "--extra-arg=-Wno-unknown-warning-option", "-p", folder, path)
+    result = run("clang-tidy", "--quiet", *(f"--extra-arg={w}" for w in WARNINGS), "-p", folder, path)
     return f"{os.path.relpath(path, ROOT)}:\n{result.stdout}{result.stderr}" if result.returncode else None
 
 
