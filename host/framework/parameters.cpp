@@ -3,6 +3,8 @@
 #include <cficonfighandler.h>
 #include <cfisaxparser.h>
 
+#include <algorithm>
+#include <charconv>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -22,6 +24,50 @@ std::string readFile(const std::string& path) {
   return text.str();
 }
 
+// A range of which both bounds are -1 is none.
+bool hasRange(const orca_pdk::CFiConfigParamInfo& info) {
+  return info.rangeMin != -1 || info.rangeMax != -1;
+}
+
+bool isInt(const std::string& value, long& number) {
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  return error == std::errc() && end == value.data() + value.size();
+}
+
+bool fits(const orca_pdk::CFiConfigParamInfo& info, const std::string& value) {
+  long number = 0;
+  switch (info.dataType) {
+    case orca_pdk::FI_DATATYPE_INT:
+    case orca_pdk::FI_DATATYPE_INT_LIST:
+      return isInt(value, number) &&
+             (!hasRange(info) || (info.rangeMin <= number && number <= info.rangeMax));
+    case orca_pdk::FI_DATATYPE_BOOLEAN:
+    case orca_pdk::FI_DATATYPE_BOOLEAN_LIST:
+      return value == "true" || value == "false";
+    default:
+      return info.selectionList.empty() ||
+             std::find(info.selectionList.begin(), info.selectionList.end(), value) !=
+                 info.selectionList.end();
+  }
+}
+
+std::string misfit(const std::string& key, const orca_pdk::CFiConfigParamInfo& info,
+                   const orca_pdk::CFiConfigParamData& data) {
+  if (info.usageType == orca_pdk::FI_USAGE_NO_MODIFY) return "parameter " + key + " cannot be set";
+  if (!data.valueList.empty() && info.dataType < orca_pdk::FI_DATATYPE_STRING_LIST) {
+    return "parameter " + key + " takes one value";
+  }
+  std::vector<std::string> values(data.valueList.begin(), data.valueList.end());
+  if (values.empty()) values.push_back(data.value);
+  for (const std::string& value : values) {
+    if (fits(info, value)) continue;
+    const std::string allowed = allowedValues(info);
+    return "parameter " + key + " cannot be \"" + value + "\"; it is of type " +
+           dataTypeName(info.dataType) + (allowed.empty() ? "" : ", allowed: " + allowed);
+  }
+  return "";
+}
+
 }  // namespace
 
 const char* dataTypeName(int32_t type) {
@@ -33,6 +79,28 @@ const char* dataTypeName(int32_t type) {
 const char* usageName(int32_t usage) {
   static constexpr const char* kNames[] = {"SELECT", "AUTO", "NO_MODIFY"};
   return usage >= 0 && usage < 3 ? kNames[usage] : "UNKNOWN";
+}
+
+std::string allowedValues(const orca_pdk::CFiConfigParamInfo& info) {
+  if (hasRange(info)) return std::to_string(info.rangeMin) + " to " + std::to_string(info.rangeMax);
+  std::string choices;
+  for (const std::string& item : info.selectionList) {
+    choices += (choices.empty() ? "" : ", ") + item;
+  }
+  return choices;
+}
+
+std::vector<std::string> misfits(const orca_pdk::CFiConfigParamDataList& values,
+                                 const Descriptions& descriptions) {
+  std::vector<std::string> sentences;
+  for (const auto& [key, data] : values.params) {
+    const auto found = descriptions.find(key);
+    const std::string sentence = found == descriptions.end()
+                                     ? "the provider describes no parameter " + key
+                                     : misfit(key, found->second, data);
+    if (!sentence.empty()) sentences.push_back(sentence);
+  }
+  return sentences;
 }
 
 bool readDescriptions(Caller& caller, const std::string& document, Descriptions& descriptions) {

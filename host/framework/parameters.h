@@ -18,6 +18,14 @@ using Descriptions = std::map<std::string, orca_pdk::CFiConfigParamInfo>;
 const char* dataTypeName(int32_t type);
 const char* usageName(int32_t usage);
 
+// The values that a description allows, by its range or its selection; empty where it says nothing.
+std::string allowedValues(const orca_pdk::CFiConfigParamInfo& info);
+
+// Why values do not fit the descriptions of a node, a sentence each: a key that none describes, a
+// value of another type, or one that is not allowed.
+std::vector<std::string> misfits(const orca_pdk::CFiConfigParamDataList& values,
+                                 const Descriptions& descriptions);
+
 // Reads the document of parameters of a node; a failure of the caller's last step where it cannot
 // be read. An empty document holds no descriptions.
 bool readDescriptions(Caller& caller, const std::string& document, Descriptions& descriptions);

@@ -19,20 +19,12 @@ Json toJson(Caller& caller, const Descriptions& descriptions) {
                     {"range_min", info.rangeMin},
                     {"range_max", info.rangeMax},
                     {"choices", info.selectionList},
+                    {"allowed", allowedValues(info)},
                     {"shared", info.isSharedParam},
                     {"message_id", info.messageId},
                     {"meaning", ops::catalogText(caller, info.messageId)}});
   }
   return list;
-}
-
-std::string allowedValues(const Json& row) {
-  if (row["range_min"] != -1 || row["range_max"] != -1) {
-    return row["range_min"].dump() + " to " + row["range_max"].dump();
-  }
-  std::string choices;
-  for (const std::string item : row["choices"]) choices += (choices.empty() ? "" : ", ") + item;
-  return choices;
 }
 
 using Row = std::vector<std::string>;
@@ -87,7 +79,7 @@ class Params : public Verb {
     if (answer["parameters"].empty()) return "no parameters\n";
     std::vector<Row> rows{{"KEY", "TYPE", "USE", "DEFAULT", "ALLOWED", "SHARED", "MEANING"}};
     for (const Json& row : answer["parameters"]) {
-      rows.push_back({row["key"], row["type"], row["use"], row["default"], allowedValues(row),
+      rows.push_back({row["key"], row["type"], row["use"], row["default"], row["allowed"],
                       row["shared"] ? "yes" : "no", row["meaning"]});
     }
     return tableText(rows);

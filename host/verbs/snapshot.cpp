@@ -16,6 +16,7 @@ class Snapshot : public Verb {
     options.keyValues(
         "--set", "KEY=VALUE of a parameter; given again for one key: a list of values", m_settings);
     options.text("--params", "File with a ConfigValueList", m_parameterFile);
+    options.flag("--force", "Send values also where they do not fit the descriptions", m_force);
   }
 
   void run(Context& context) override {
@@ -28,7 +29,7 @@ class Snapshot : public Verb {
       context.report.answer()["session"] = sessionId;
       if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::Yes)) return;
       Taking taking(run.caller, context.report, run.lifecycle.nodes(), store, sessionId);
-      if (taking.configure(values)) taking.take();
+      if (taking.configure(values, m_force)) taking.take();
     });
   }
 
@@ -42,6 +43,7 @@ class Snapshot : public Verb {
   std::vector<std::string> m_nodes;
   std::vector<std::pair<std::string, std::string>> m_settings;
   std::string m_parameterFile;
+  bool m_force = false;
 };
 
 }  // namespace

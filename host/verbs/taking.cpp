@@ -56,7 +56,7 @@ std::string newSessionId() {
   return "fihost-" + id + "-" + std::to_string(getpid());
 }
 
-bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values) {
+bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values, bool force) {
   for (std::size_t i = 0; i < m_nodes.size(); ++i) {
     std::string document;
     std::string completed;
@@ -65,7 +65,10 @@ bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values) {
         !readDescriptions(m_caller, document, descriptions)) {
       return false;
     }
-    warnOfUnknown(values, descriptions);
+    for (const std::string& sentence : misfits(values, descriptions)) {
+      if (!force) throw Problem{kWrongUse, sentence + " (--force sends it all the same)"};
+      m_report.warning("node " + m_nodes[i].name() + ": " + sentence);
+    }
     if (!ops::configSet(m_caller, m_nodes[i], m_sessionId, values.getXML().c_str(), completed)) {
       return false;
     }
@@ -91,16 +94,6 @@ bool Taking::isInterrupted() {
   if (!HeldSignals::isPending()) return false;
   m_report.error(kRefused, "interrupted before make; no snapshot was taken");
   return true;
-}
-
-void Taking::warnOfUnknown(const orca_pdk::CFiConfigParamDataList& values,
-                           const Descriptions& descriptions) {
-  for (const auto& entry : values.params) {
-    if (descriptions.count(entry.first) != 0 || m_warned) continue;
-    m_report.warning("provider " + m_caller.plugin().name() + " describes no parameter " +
-                     entry.first);
-  }
-  m_warned = true;
 }
 
 bool Taking::prePrepare() {

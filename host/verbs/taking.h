@@ -23,9 +23,9 @@ class Taking {
         m_store(store),
         m_sessionId(sessionId) {}
 
-  // Configures every node. A setting that no description names is sent all the same, with a
-  // warning.
-  bool configure(const orca_pdk::CFiConfigParamDataList& values);
+  // Configures every node. Throws a Problem for a value that does not fit the node's descriptions;
+  // with `force` it is sent all the same, with a warning.
+  bool configure(const orca_pdk::CFiConfigParamDataList& values, bool force);
 
   // Takes the snapshots and keeps those that the provider handed out, whatever came after them.
   // Throws a Problem when the list cannot be written.
@@ -33,8 +33,6 @@ class Taking {
 
  private:
   bool isInterrupted();
-  void warnOfUnknown(const orca_pdk::CFiConfigParamDataList& values,
-                     const Descriptions& descriptions);
   bool prePrepare();
   bool make();
   bool keep(const std::vector<std::string>& names);
@@ -50,7 +48,6 @@ class Taking {
   std::vector<std::string> m_values;
   SnapshotRecords m_records;
   std::vector<std::size_t> m_recordNodes;  // of each record, the node's place
-  bool m_warned = false;
 };
 
 // An id that no other session of this machine has, fit for a file name.

@@ -64,9 +64,9 @@ TEST_F(LifeCycle, SendsFileValuesListsAndUnknownKeysOn) {
             "<ConfigValue><key>mode</key><value>copy</value></ConfigValue></ConfigValueList>");
   const CommandResult result =
       run(withPlugin("snapshot", {"/data/a", "/data/b", "--params", file, "--set", "mode=x",
-                                  "--set", "mode=y", "--set", "odd=1"}));
+                                  "--set", "mode=y", "--set", "odd=1", "--force"}));
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "fihost: provider tester describes no parameter odd\n");
+  EXPECT_THAT(result.err, HasSubstr("node /data/b: the provider describes no parameter odd\n"));
   const Json records = runJson({"list"}, 0)["snapshots"];
   ASSERT_EQ(records.size(), 2u);
   EXPECT_THAT(

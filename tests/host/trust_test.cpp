@@ -33,6 +33,23 @@ TEST_F(Trust, LeavesAFileAloneWhoseNameTheStateKeepsWithoutItsFolder) {
   EXPECT_THAT(result.err, HasSubstr("in a folder that is not known; here that is another file"));
 }
 
+TEST_F(Trust, SendsNoValueThatDoesNotFitItsDescription) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"odd=1", "the provider describes no parameter odd"},
+      {"keep=0", "parameter keep cannot be \"0\"; it is of type int, allowed: 1 to 64"},
+      {"keep=65", "allowed: 1 to 64"},
+      {"keep=3x", "parameter keep cannot be \"3x\""},
+      {"mode=fast", "it is of type string_list, allowed: auto, copy"},
+  };
+  for (const auto& [setting, sentence] : cases) {
+    SCOPED_TRACE(setting);
+    const Json answer = runJson(withPlugin("snapshot", {"/data/a", "--set", setting}), 2);
+    EXPECT_THAT(answer["error"].get<std::string>(), HasSubstr(sentence));
+    EXPECT_EQ(operations(answer),
+              (Words{"init", "claim", "initNode", "config GETPARAM", "deInitNode", "fini"}));
+  }
+}
+
 TEST_F(Trust, FailsForEachSnapshotWhoseStatusIsNotGood) {
   const Words snapshot = withPlugin("snapshot", {"/data/a", "/data/b"});
   runJson(snapshot, 0);
