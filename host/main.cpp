@@ -18,8 +18,9 @@ using namespace fihost;
 // Runs the verb; what it has to say stands in the report then.
 void runVerb(Verb& verb, const Settings& settings, Report& report) {
   OperationWatch watch;
+  MemoryWatch memory;
   Progress progress;
-  Context context{settings, report, {&watch, &report}};
+  Context context{settings, report, {&watch, &memory, &report}};
   if (!settings.json && verb.showsOperations()) context.observers.push_back(&progress);
   try {
     verb.run(context);
@@ -27,7 +28,7 @@ void runVerb(Verb& verb, const Settings& settings, Report& report) {
     report.error(problem.exit, problem.text);
   }
   report.answer()["findings"] = Json::array();
-  for (const std::string& text : memoryFindings()) report.finding(text);
+  for (const std::string& text : memory.findings()) report.finding(text);
 }
 
 // A reader of the output that goes away must not end the host between quiesce and unquiesce. A
@@ -49,7 +50,7 @@ int main(int argc, char** argv) {
     Verb& verb = commandLine.verb();
     const Settings& settings = commandLine.settings();
     StandardOutput output(settings.json);
-    Report report(verb.name());
+    Report report(verb.name(), settings.isLenient);
     const auto print = [&] {
       report.answer()["exit"] = report.exitStatus();
       output.print(settings.json ? toText(report.answer()) : verb.text(report.answer()));

@@ -30,6 +30,9 @@ typedef struct orca_finding {
   size_t size;        /* size asked for; for an object id the length of its name with the NUL */
   size_t given;       /* size given back where it differs, else 0 */
   const char* name;   /* name of an object id, else null */
+  /* Of a leak: how many buffers and ids had been handed out before it. Of a wrong free: how many
+     wrong frees there had been before it. */
+  uint64_t serial;
 } orca_finding;
 
 /* Totals since the last reset. */
@@ -39,6 +42,7 @@ typedef struct orca_totals {
   uint64_t bytes_live;   /* bytes in buffers that were not given back */
   uint64_t objids_out;   /* object ids handed out */
   uint64_t objids_back;  /* object ids given back */
+  uint64_t wrong_frees;  /* buffers and ids given back that should not have been, or not so */
 } orca_totals;
 
 /* Fills the totals. */

@@ -15,6 +15,7 @@ bool Registry::add(Items& items, const void* object, int leakKind, std::size_t s
     const std::lock_guard<std::mutex> guard(m_lock);
     items.insert_or_assign(object, Item{leakKind, size, m_nextSerial, name});
     ++m_nextSerial;
+    m_totals.bytes_live += size;
     ++out;
     return true;
   } catch (...) {
@@ -32,7 +33,8 @@ bool Registry::addObjid(const orca_objid* id) noexcept {
 
 void Registry::note(int kind, const void* object, std::size_t size, std::size_t given) noexcept {
   try {
-    m_wrongFrees.push_back(orca_finding{kind, object, size, given, nullptr});
+    m_wrongFrees.push_back(orca_finding{kind, object, size, given, nullptr, m_totals.wrong_frees});
+    ++m_totals.wrong_frees;
   } catch (...) {
     // Without memory the finding is lost; the free itself must go on.
   }
@@ -48,6 +50,7 @@ bool Registry::removeBuffer(const void* buffer, std::size_t size) noexcept {
   if (found->second.size != size) {
     note(ORCA_FINDING_BUFFER_WRONG_SIZE, buffer, found->second.size, size);
   }
+  m_totals.bytes_live -= found->second.size;
   m_buffers.erase(found);
   ++m_totals.buffers_back;
   return true;
@@ -65,9 +68,7 @@ bool Registry::removeObjid(const orca_objid* id) noexcept {
 
 orca_totals Registry::totals() {
   const std::lock_guard<std::mutex> guard(m_lock);
-  orca_totals totals = m_totals;
-  for (const auto& entry : m_buffers) totals.bytes_live += entry.second.size;
-  return totals;
+  return m_totals;
 }
 
 std::vector<Registry::Items::const_pointer> Registry::liveInOrder() const {
@@ -87,8 +88,12 @@ std::size_t Registry::report(void (*visit)(const orca_finding*, void*), void* co
     for (const auto entry : live) {
       const auto& [object, item] = *entry;
       const bool isObjid = item.leakKind == ORCA_FINDING_OBJID_LEAKED;
-      const orca_finding finding{item.leakKind, object, isObjid ? item.name.size() + 1 : item.size,
-                                 0, isObjid ? item.name.c_str() : nullptr};
+      const orca_finding finding{item.leakKind,
+                                 object,
+                                 isObjid ? item.name.size() + 1 : item.size,
+                                 0,
+                                 isObjid ? item.name.c_str() : nullptr,
+                                 item.serial};
       visit(&finding, context);
     }
   }
@@ -101,6 +106,7 @@ void Registry::reset() {
   m_objids.clear();
   m_wrongFrees.clear();
   m_totals = orca_totals{};
+  m_nextSerial = 0;
 }
 
 }  // namespace orca_fiutil

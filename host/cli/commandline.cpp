@@ -38,6 +38,7 @@ class CommandLine::Declared {
     m_app.add_option("--state", settings.stateFolder,
                      "Folder of the host's own state (default: $XDG_STATE_HOME/fihost)");
     m_app.add_flag("--json", settings.json, "Answer with one JSON document on standard output");
+    m_app.add_flag("--lenient", settings.isLenient, "Findings leave the exit status as it is");
     m_app
         .add_option("--timeout", settings.timeout,
                     "SECONDS after which an operation that did not come back ends the host")

@@ -8,7 +8,7 @@ namespace fihost {
 // Exit statuses of the program.
 enum Exit : int {
   kDone = 0,       // everything asked for was done
-  kRefused = 1,    // the provider refused or failed
+  kRefused = 1,    // the provider refused or failed, or a finding was made
   kWrongUse = 2,   // the command line or the state does not fit
   kNotLoaded = 3,  // the plug-in could not be loaded
 };

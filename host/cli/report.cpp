@@ -93,7 +93,8 @@ void Report::finding(const std::string& text) {
 }
 
 Exit Report::exitStatus() const {
-  return m_exit == kDone && m_answer.contains("failures") ? kRefused : m_exit;
+  const bool isFound = !m_isLenient && !rowsOf(m_answer, "findings").empty();
+  return m_exit == kDone && (isFound || m_answer.contains("failures")) ? kRefused : m_exit;
 }
 
 }  // namespace fihost

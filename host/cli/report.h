@@ -21,7 +21,10 @@ Json rowsOf(const Json& answer, const char* list);
 // once, at the end. What went wrong is said on standard error as it happens, too.
 class Report : public CallObserver {
  public:
-  explicit Report(const std::string& verb) { m_answer["verb"] = verb; }
+  // `isLenient`: findings do not change the exit status.
+  Report(const std::string& verb, bool isLenient) : m_isLenient(isLenient) {
+    m_answer["verb"] = verb;
+  }
 
   // The verb's own part.
   Json& answer() { return m_answer; }
@@ -42,6 +45,7 @@ class Report : public CallObserver {
 
  private:
   Json m_answer;
+  bool m_isLenient;
   Exit m_exit = kDone;
 };
 

@@ -9,7 +9,8 @@ namespace fihost {
 struct Settings {
   std::string stateFolder;
   bool json = false;
-  int timeout = 0;  // seconds for each thing that is called of a plug-in; 0: any
+  bool isLenient = false;  // findings leave the exit status at 0
+  int timeout = 0;         // seconds for each thing that is called of a plug-in; 0: any
 };
 
 }  // namespace fihost

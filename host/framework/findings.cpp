@@ -1,12 +1,12 @@
 #include "framework/findings.h"
 
-#include <fiutil_accounting.h>
+#include <algorithm>
 
 namespace fihost {
 
 namespace {
 
-std::string sentence(const orca_finding& finding) {
+std::string whatIsWrong(const orca_finding& finding) {
   const std::string size = std::to_string(finding.size);
   const std::string given = std::to_string(finding.given);
   switch (finding.kind) {
@@ -24,16 +24,43 @@ std::string sentence(const orca_finding& finding) {
   }
 }
 
+uint64_t handedOut(const orca_totals& totals) { return totals.buffers_out + totals.objids_out; }
+
 }  // namespace
 
-std::vector<std::string> memoryFindings() {
-  std::vector<std::string> sentences;
+void MemoryWatch::ended(const Call& call) {
+  orca_totals now{};
+  orca_accounting_totals(&now);
+  const Span span{
+      std::string(call.operation->name) + (call.node.empty() ? "" : ", node ") + call.node,
+      handedOut(m_before), handedOut(now), m_before.wrong_frees, now.wrong_frees};
+  if (span.outBefore == span.outAfter && span.wrongBefore == span.wrongAfter) return;
+  m_spans.push_back(span);
+}
+
+std::string MemoryWatch::sentence(const orca_finding& finding) const {
+  const bool isLeak =
+      finding.kind == ORCA_FINDING_BUFFER_LEAKED || finding.kind == ORCA_FINDING_OBJID_LEAKED;
+  const auto found = std::find_if(m_spans.begin(), m_spans.end(), [&](const Span& span) {
+    return isLeak ? span.outBefore <= finding.serial && finding.serial < span.outAfter
+                  : span.wrongBefore <= finding.serial && finding.serial < span.wrongAfter;
+  });
+  return whatIsWrong(finding) +
+         (found == m_spans.end() ? ", outside any operation" : ", in " + found->operation);
+}
+
+std::vector<std::string> MemoryWatch::findings() const {
+  struct Collected {
+    const MemoryWatch* watch;
+    std::vector<std::string> sentences;
+  } collected{this, {}};
   orca_accounting_report(
       [](const orca_finding* finding, void* context) {
-        static_cast<std::vector<std::string>*>(context)->push_back(sentence(*finding));
+        auto* into = static_cast<Collected*>(context);
+        into->sentences.push_back(into->watch->sentence(*finding));
       },
-      &sentences);
-  return sentences;
+      &collected);
+  return collected.sentences;
 }
 
 }  // namespace fihost
