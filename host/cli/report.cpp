@@ -16,6 +16,7 @@ Json toJson(const Call& call) {
     json["code"] = *call.code;
     json["meaning"] = call.operation->meaningOf(*call.code);
   }
+  if (call.isDefault) json["default"] = true;
   if (!call.exception.empty()) json["exception"] = call.exception;
   json["milliseconds"] = call.milliseconds;
   return json;
@@ -37,9 +38,10 @@ void complain(const std::string& text) { std::cerr << "fihost: " << printable(te
 
 std::string answerText(const Call& call) {
   if (!call.exception.empty()) return "raised " + call.exception;
-  if (!call.code) return "done";
+  const std::string mark = call.isDefault ? " (default)" : "";
+  if (!call.code) return "done" + mark;
   const std::string meaning = call.operation->meaningOf(*call.code);
-  return call.isGood() ? meaning : std::to_string(*call.code) + " (" + meaning + ")";
+  return (call.isGood() ? meaning : std::to_string(*call.code) + " (" + meaning + ")") + mark;
 }
 
 std::string toText(const Json& document) {

@@ -4,6 +4,7 @@
 
 #include "framework/exceptions.h"
 #include "framework/lasterror.h"
+#include "framework/overrides.h"
 
 namespace fihost {
 
@@ -13,6 +14,13 @@ using Clock = std::chrono::steady_clock;
 
 }  // namespace
 
+Caller::Caller(Plugin& plugin) : m_plugin(plugin) {
+  Overrides overrides = overriddenOperations(plugin.provider());
+  for (std::vector<std::string>* names : {&overrides.own, &overrides.inherited}) {
+    m_overridden.insert(names->begin(), names->end());
+  }
+}
+
 bool Caller::run(Op op, const std::string& node, Values arguments,
                  const std::function<std::optional<int>()>& function, const Outputs& outputs) {
   Call call;
@@ -20,6 +28,8 @@ bool Caller::run(Op op, const std::string& node, Values arguments,
   call.provider = m_plugin.name();
   call.node = node;
   call.done = m_done;
+  const std::string name = call.operation->name;
+  call.isDefault = m_overridden.count(name.substr(0, name.find(' '))) == 0;
   call.arguments = std::move(arguments);
   if (call.operation->isStep) takeLastError(*this);
   perform(call, function, outputs);

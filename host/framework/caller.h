@@ -2,6 +2,7 @@
 #define FIHOST_FRAMEWORK_CALLER_H
 
 #include <functional>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -16,7 +17,7 @@ namespace fihost {
 // tells the observers; for a failure also the provider's last error and what has changed.
 class Caller {
  public:
-  explicit Caller(Plugin& plugin) : m_plugin(plugin) {}
+  explicit Caller(Plugin& plugin);
 
   // Adds an observer, which must live as long as this object.
   void observe(CallObserver& observer) { m_observers.push_back(&observer); }
@@ -60,6 +61,7 @@ class Caller {
 
   Plugin& m_plugin;
   std::vector<CallObserver*> m_observers;
+  std::set<std::string> m_overridden;  // operations that are not the defaults
   std::string m_done;
   Call m_last;
   std::string m_raised;

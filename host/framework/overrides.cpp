@@ -1,14 +1,21 @@
 #include "framework/overrides.h"
 
 #include <cfioperationtable.h>
+#include <cfiplugininterposer.h>
 
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 namespace fihost {
 
 namespace {
 
 constexpr std::size_t kDestructors = 2;
+
+// What an interposing provider has behind the operation table.
+constexpr std::string_view kInterposing[] = {"addIgnoreNodeType", "setDefaultNodeType",
+                                             "importNode"};
 
 // The function pointers of an object's operation table; the object begins with their address.
 const void* const* operationTable(const orca_pdk::CFiPluginBase& provider) {
@@ -19,15 +26,26 @@ const void* const* operationTable(const orca_pdk::CFiPluginBase& provider) {
 
 }  // namespace
 
-std::vector<std::string> overriddenOperations(const orca_pdk::CFiPluginBase& provider) {
+Overrides overriddenOperations(const orca_pdk::CFiPluginBase& provider) {
+  const bool interposes = dynamic_cast<const orca_pdk::CFiPluginInterposer*>(&provider) != nullptr;
   const orca_pdk::CFiPluginBase plain;
+  const orca_pdk::CFiPluginInterposer interposer;
   const void* const* defaults = operationTable(plain);
+  const void* const* inherited = interposes ? operationTable(interposer) : defaults;
   const void* const* own = operationTable(provider);
-  std::vector<std::string> names;
-  for (std::size_t i = kDestructors; i < orca_pdk::kProviderOperations.size(); ++i) {
-    if (own[i] != defaults[i]) names.emplace_back(orca_pdk::kProviderOperations[i]);
+  std::vector<std::string_view> names(orca_pdk::kProviderOperations.begin(),
+                                      orca_pdk::kProviderOperations.end());
+  if (interposes) names.insert(names.end(), std::begin(kInterposing), std::end(kInterposing));
+  Overrides overrides;
+  for (std::size_t i = kDestructors; i < names.size(); ++i) {
+    const bool isBeyond = i >= orca_pdk::kProviderOperations.size();
+    if (own[i] != inherited[i]) {
+      overrides.own.emplace_back(names[i]);
+    } else if (isBeyond || own[i] != defaults[i]) {
+      overrides.inherited.emplace_back(names[i]);
+    }
   }
-  return names;
+  return overrides;
 }
 
 }  // namespace fihost

@@ -8,9 +8,16 @@
 
 namespace fihost {
 
-// Names of the table's operations that the provider has in place of the defaults, in the order of
-// the table. The destructors are left out: every class has its own.
-std::vector<std::string> overriddenOperations(const orca_pdk::CFiPluginBase& provider);
+// Names of operations, in the order of their table. The destructors are left out: every class has
+// its own.
+struct Overrides {
+  std::vector<std::string> own;        // that the plug-in's own classes have
+  std::vector<std::string> inherited;  // that an interposing provider has from its base
+};
+
+// What a provider has in place of the defaults; of an interposing provider importNode and its like,
+// too.
+Overrides overriddenOperations(const orca_pdk::CFiPluginBase& provider);
 
 }  // namespace fihost
 

@@ -27,6 +27,7 @@ struct Call {
   std::string provider;  // the provider's name
   std::string node;      // the node, or several with ", " between them; may be empty
   Values arguments;
+  bool isDefault = false;   // whether the answer is that of the default, not of the provider
   std::string done;         // what is known to have been done before, as a sentence; may be empty
   Values outputs;           // what was handed out, also by an operation that failed
   std::string known;        // what the outputs show to have changed; may be empty

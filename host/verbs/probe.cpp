@@ -14,7 +14,9 @@ void tellIdentity(Plugin& plugin, Json& answer) {
                         {"fim", plugin.provider().getFimName()},
                         {"abi", plugin.abi()},
                         {"plugin", plugin.path()}};
-  answer["overrides"] = overriddenOperations(plugin.provider());
+  const Overrides overrides = overriddenOperations(plugin.provider());
+  answer["overrides"] = overrides.own;
+  if (!overrides.inherited.empty()) answer["inherited"] = overrides.inherited;
 }
 
 // What an interposing provider registered; nothing for other providers.
@@ -35,15 +37,21 @@ void tellFims(Plugin& plugin, Json& answer) {
   }
 }
 
+std::string countText(const Json& operations) {
+  std::string text = std::to_string(operations.size()) + " operations:";
+  for (const std::string operation : operations) text += " " + operation;
+  return text + "\n";
+}
+
 std::string identityText(const Json& answer) {
   if (!answer.contains("provider")) return "";
   const Json& provider = answer["provider"];
   std::string text = "provider  " + printable(provider["name"]) + "\nFIM       " +
                      printable(provider["fim"]) + "\nABI       " + printable(provider["abi"]) +
                      "\nplug-in   " + printable(provider["plugin"]) + "\n";
-  text += "overrides " + std::to_string(answer["overrides"].size()) + " operations:";
-  for (const std::string operation : answer["overrides"]) text += " " + operation;
-  return text + "\n";
+  text += "overrides " + countText(answer["overrides"]);
+  if (answer.contains("inherited")) text += "inherits  " + countText(answer["inherited"]);
+  return text;
 }
 
 class Probe : public Verb {

@@ -17,6 +17,15 @@ TEST_F(Host, ProbeShowsGroupsAndFimsOfAnInterposer) {
                                    {"flags", 0x20}}}));
 }
 
+TEST_F(Host, TellsWhatAnInterposerHasOfItsOwnFromWhatItInherits) {
+  const Json answer = runJson({"probe", "--plugin", kInterposer}, 0);
+  EXPECT_EQ(answer["overrides"], (Json{"importResource", "importNode"}));
+  EXPECT_EQ(answer["inherited"],
+            (Json{"claim", "supportsFiType", "importTreeNode", "initNode", "initAltNode",
+                  "deInitNode", "isReady", "interpose", "checkNodeExistence", "deportResource",
+                  "addIgnoreNodeType", "setDefaultNodeType"}));
+}
+
 TEST_F(Host, InterposesNodesAndClaimsWhatStandsInFront) {
   const Json answer = runJson({"interpose", "--plugin", kInterposer, "/dev/disk1", "/dev/x"}, 0);
   EXPECT_EQ(answer["nodes"],
@@ -30,7 +39,7 @@ TEST_F(Host, InterposesNodesAndClaimsWhatStandsInFront) {
 
 TEST_F(Host, ImportsAndDeportsResources) {
   const std::tuple<Words, int, std::string> cases[] = {
-      {{"import", "UDID##a##b##c", "--host", "h1"}, 0, "imported UDID##a##b##c"},
+      {{"import", "UDID##a##b##c", "--host", "h1"}, 0, "imported UDID##a##b##c  as /dev/c"},
       {{"deport", "UDID##a##b##c", "--host", "h1"}, 0, "deported UDID##a##b##c"},
       {{"import", "UDID##a##b##c"},
        1,

@@ -3,6 +3,7 @@
 namespace {
 
 using namespace orca_tests;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 
 // The host says what it knows, whatever a provider or a user makes of it.
@@ -67,6 +68,12 @@ TEST_F(Trust, FailsForEachSnapshotWhoseStatusIsNotGood) {
     EXPECT_EQ(answer["failures"].back()["reason"], std::string("snapshot ") + sentence);
     EXPECT_FALSE(answer.contains("restored"));
   }
+}
+
+TEST_F(Trust, MarksTheAnswersOfDefaults) {
+  const CommandResult result = run(withPlugin("access", {"disable", "/data/a"}));
+  EXPECT_THAT(result.out, ContainsRegex("disableAccess .* ms  success \\(default\\)  /data/a\n"));
+  EXPECT_THAT(result.out, ContainsRegex("initNode .* ms  success  /data/a\n"));
 }
 
 TEST_F(Trust, KeepsAndNamesTheSnapshotsThatAFailedMakeHandedOut) {

@@ -1,5 +1,6 @@
 #include <cfiplugininterposer.h>
 #include <cfiproviderentry.h>
+#include <cfistringtool.h>
 
 namespace {
 
@@ -11,6 +12,13 @@ class Interposer : public CFiPluginInterposer {
   Interposer() {
     setProviderName("P");
     addFim("disk", "snapA", "detail A", 0x20, "");
+  }
+  int importResource(char** names, char* resource, char* hostName, char* options, int flags,
+                     char** imported, char* sessionId) override {
+    const int result = CFiPluginInterposer::importResource(names, resource, hostName, options,
+                                                           flags, imported, sessionId);
+    if (result == 0) *imported = CFiStringTool::tstrdup("/dev/c");
+    return result;
   }
   int importNode(tstr, std::vector<tstr> hosts, bool, bool, bool, int) override {
     return hosts.size() == 1 && hosts[0] == "h1" ? FI_OK : FI_FAILED;
