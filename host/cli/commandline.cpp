@@ -1,5 +1,7 @@
 #include "cli/commandline.h"
 
+#include <cfiproviderentry.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
@@ -35,6 +37,9 @@ class CommandLine::Declared {
   Declared(Settings& settings, const std::vector<std::unique_ptr<Verb>>& verbs) {
     m_app.require_subcommand(1);
     m_app.fallthrough();
+    m_app.set_version_flag("--version",
+                           "fihost " FIHOST_VERSION ", provider ABI " ORCA_PROVIDER_ABI,
+                           "Print the version of the host and the provider ABI that it has");
     m_app.add_option("--state", settings.stateFolder,
                      "Folder of the host's own state (default: $XDG_STATE_HOME/fihost)");
     m_app.add_flag("--json", settings.json, "Answer with one JSON document on standard output");

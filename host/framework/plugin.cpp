@@ -58,7 +58,9 @@ Plugin::Plugin(const std::string& nameOrPath) : m_path(findPlugin(nameOrPath)) {
   const CurrentOperation current(m_path, "loading");
   m_library.reset(dlopen(m_path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (m_library == nullptr) {
-    throw Problem{kNotLoaded, "cannot load plug-in " + m_path + ": " + loaderWords()};
+    throw Problem{kNotLoaded, "cannot load plug-in " + m_path + ": " + loaderWords() +
+                                  "; build it against this kit, orca_pdk " FIHOST_VERSION
+                                  ", and see that its libraries are found"};
   }
   std::error_code ignored;
   const fs::path absolute = fs::absolute(m_path, ignored);
@@ -83,8 +85,9 @@ std::string Plugin::name() const {
 void* Plugin::symbol(const char* name) const {
   void* address = dlsym(m_library.get(), name);
   if (address == nullptr) {
-    throw Problem{kNotLoaded,
-                  "plug-in " + m_path + " lacks the symbol " + name + ": " + loaderWords()};
+    throw Problem{kNotLoaded, "plug-in " + m_path + " lacks the symbol " + name + ": " +
+                                  loaderWords() +
+                                  "; put ORCA_PROVIDER(Class) into one of its sources"};
   }
   return address;
 }
@@ -94,7 +97,9 @@ void Plugin::checkAbi() {
   m_abi.assign(text, strnlen(text, kLongestAbi));
   if (m_abi != ORCA_PROVIDER_ABI) {
     throw Problem{kNotLoaded, "plug-in " + m_path + " is built for the provider ABI \"" +
-                                  printable(m_abi) + "\", this host has \"" ORCA_PROVIDER_ABI "\""};
+                                  printable(m_abi) +
+                                  "\", this host has \"" ORCA_PROVIDER_ABI
+                                  "\"; rebuild it against orca_pdk " FIHOST_VERSION};
   }
 }
 

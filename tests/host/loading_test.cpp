@@ -10,10 +10,14 @@ TEST_F(Host, RefusesWhatIsNoPluginAndSaysWhy) {
   writeFile(text, "this is no ELF file, but long enough to be looked at as one: 0123456789abcdef");
   const ScopedEnv env("TEST_THROW", "orca_provider_create");
   const std::pair<std::string, Words> cases[] = {
-      {text, {"cannot load plug-in " + text, "invalid ELF header"}},
+      {text,
+       {"cannot load plug-in " + text, "invalid ELF header",
+        "; build it against this kit, orca_pdk 4.4"}},
       {m_dir.file("none.so"), {"none.so", "cannot open shared object file: No such file"}},
-      {plugin("other_abi"), {"other_abi.so", "\"9.9\"", "\"4.4\""}},
-      {plugin("no_entry"), {"no_entry.so", "lacks the symbol orca_provider_create"}},
+      {plugin("other_abi"),
+       {"other_abi.so", "\"9.9\"", "\"4.4\"; rebuild it against orca_pdk 4.4"}},
+      {plugin("no_entry"),
+       {"no_entry.so", "lacks the symbol orca_provider_create", "put ORCA_PROVIDER(Class)"}},
       {plugin("provider"), {"orca_provider_create raised std::runtime_error: no provider"}},
       {"unheard_of", {"no plug-in \"unheard_of\" in "}},
   };
@@ -23,6 +27,10 @@ TEST_F(Host, RefusesWhatIsNoPluginAndSaysWhy) {
     for (const std::string& word : words) EXPECT_THAT(result.err, HasSubstr(word));
     EXPECT_EQ(result.out, "");
   }
+}
+
+TEST_F(Host, TellsItsVersionAndItsAbi) {
+  EXPECT_EQ(run({"--version"}).out, "fihost 4.4.0, provider ABI 4.4\n");
 }
 
 TEST_F(Host, FindsABareNameInThePluginFolder) {
