@@ -18,6 +18,10 @@ install(FILES
         common/lib/vtime.h
         DESTINATION "${orca_include_dir}")
 
+# Folders of the store, of which the kit makes only the last level; their places are fixed.
+install(DIRECTORY DESTINATION lib/orca/configfiles)
+install(DIRECTORY DESTINATION lib/orca/cachefiles)
+
 install(EXPORT orca_pdk_targets NAMESPACE orca:: DESTINATION "${orca_package_dir}")
 configure_package_config_file(cmake/orca_pdkConfig.cmake.in
   "${CMAKE_CURRENT_BINARY_DIR}/orca_pdkConfig.cmake"

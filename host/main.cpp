@@ -10,6 +10,7 @@
 #include "framework/currentoperation.h"
 #include "framework/exceptions.h"
 #include "framework/findings.h"
+#include "framework/installroot.h"
 
 namespace {
 
@@ -19,14 +20,16 @@ using namespace fihost;
 void runVerb(Verb& verb, const Settings& settings, Report& report) {
   OperationWatch watch;
   MemoryWatch memory;
+  CatalogWatch catalogs;
   Progress progress;
-  Context context{settings, report, {&watch, &memory, &report}};
+  Context context{settings, report, {&watch, &memory, &catalogs, &report}};
   if (!settings.json && verb.showsOperations()) context.observers.push_back(&progress);
   try {
     verb.run(context);
   } catch (const Problem& problem) {
     report.error(problem.exit, problem.text);
   }
+  for (const std::string& text : catalogs.findings()) report.warning(text);
   report.answer()["findings"] = Json::array();
   for (const std::string& text : memory.findings()) report.finding(text);
 }

@@ -278,13 +278,18 @@ std::string catalogText(Caller& caller, const std::string& messageId) {
   const auto& catalogs = caller.plugin().provider().catalogManager();
   if (messageId.empty() || !catalogs) return messageId;
   std::string sentence = messageId;
-  caller.call(Op::CatalogMessage, "", {{"message", messageId}, {"locale", "native"}}, [&](auto&) {
-    char* text = nullptr;
-    catalogs->getLocalizedMessage(messageId.c_str(), "native", &text);
-    if (text == nullptr) return;
-    sentence = text;
-    catalogs->deleteLocalizedMessage(&text);
-  });
+  caller.call(
+      Op::CatalogMessage, "", {{"message", messageId}, {"locale", "native"}},
+      [&](auto&) {
+        char* text = nullptr;
+        catalogs->getLocalizedMessage(messageId.c_str(), "native", &text);
+        if (text == nullptr) return;
+        sentence = text;
+        catalogs->deleteLocalizedMessage(&text);
+      },
+      [&](Call& call) {
+        call.outputs = {{"text", sentence}};
+      });
   return sentence;
 }
 

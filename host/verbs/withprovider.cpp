@@ -1,9 +1,12 @@
 #include "verbs/withprovider.h"
 
+#include "framework/installroot.h"
+
 namespace fihost {
 
 void withProvider(Context& context, const std::string& plugin,
                   const std::function<void(ProviderRun&)>& work) {
+  prepareInstallRoot();
   Plugin loaded(plugin);
   Caller caller(loaded);
   for (CallObserver* observer : context.observers) caller.observe(*observer);

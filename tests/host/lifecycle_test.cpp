@@ -130,8 +130,10 @@ TEST_F(LifeCycle, FailureLineSaysWhoWhatWhereWhyAndWhatChanged) {
         {"TEST_THROW", std::string("raised std::runtime_error: thrown in ") + operation + "; "}};
     for (const auto& [variable, reason] : reasons) {
       const ScopedEnv env(variable, operation);
+      const std::string catalog = "fihost: no catalog libtester in " + m_dir.str() + "/resources\n";
       EXPECT_EQ(run(words).err, std::string("fihost: provider tester, operation ") + operation +
-                                    ", node /data/a: " + reason + changed + "\n");
+                                    ", node /data/a: " + reason + changed + "\n" +
+                                    (variable == std::string("TEST_FAIL") ? catalog : ""));
     }
   }
   EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 1u);

@@ -33,6 +33,13 @@ TEST_F(Host, TellsItsVersionAndItsAbi) {
   EXPECT_EQ(run({"--version"}).out, "fihost 4.4.0, provider ABI 4.4\n");
 }
 
+TEST_F(Host, MakesTheFoldersOfTheStoreInItsRoot) {
+  run(withPlugin("probe", {}));
+  for (const char* folder : {"lib/orca/configfiles", "lib/orca/cachefiles"}) {
+    EXPECT_TRUE(std::filesystem::is_directory(m_dir.path() / folder)) << folder;
+  }
+}
+
 TEST_F(Host, FindsABareNameInThePluginFolder) {
   const ScopedEnv env("ORCA_PLUGIN_DIR", FIHOST_TEST_PLUGINS);
   EXPECT_EQ(runJson({"probe", "--plugin", "provider"}, 0)["provider"]["name"], "tester");

@@ -32,6 +32,11 @@ for sample in "$root"/examples/*/; do
   grep -q 4.4 "$work/probe.txt"
 done
 
+# The host works in the root that it is installed in.
+[ -d "$prefix/lib/orca/cachefiles" ]
+env -u ORCA_INSTALL_ROOT "$fihost" --state "$work/state" params --plugin "$plugins/filesnap.so" \
+  "$work/probe.txt" | grep "Number of snapshots of a file that are kept"
+
 # The guide's first provider is exactly what its code blocks say.
 python3 "$root/tests/house/guide_blocks.py" "$root/docs/provider-guide.md" "$work/guide"
 build_against_install "$work/guide" guide_build
