@@ -21,7 +21,8 @@ struct ShortMemory {
   std::function<std::string()> work;
   // True when a result other than that of the whole work is right while memory is short.
   std::function<bool(const std::string&)> isStated = [](const std::string&) { return false; };
-  // What is held afterwards is not looked at: Xerces-C loses blocks of its own when memory is short.
+  // What is held afterwards is not looked at: Xerces-C loses blocks of its own when memory is
+  // short.
   bool mayLeak = false;
 
   void sweep() const;
