@@ -377,7 +377,7 @@ const tstr& CFiTraceLog::getTracePath() const { return m_tracePath; }
 int CFiTraceLog::readVerbosity() {
   // Never destroyed: objects trace until the very end of the process.
   static const std::string& path =
-      *new std::string(std::string(kProductFolder) + "/" + kProductFile);
+      (new std::string(kProductFolder))->append("/").append(kProductFile);
   int verbosity = -1;
   VerbositySetting(path.c_str()).readLevel(verbosity);
   return verbosity;
