@@ -98,7 +98,7 @@ class CFiSaxParser::Reader : public xercesc::SAX2XMLReaderImpl {
 
   xercesc::SecurityManager* bounds() { return &m_bounds; }
 
-  void parse(const char* text, size_t length) {
+  void read(const char* text, size_t length) {
     m_bounds.setEntityExpansionLimit(expansionLimit(length));
     m_defaultsLeft = growthLimit(length);
     xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text), length, kSystemId);
@@ -254,7 +254,7 @@ void CFiSaxParser::parse(const char* text, size_t length) {
     handler->limitText(growthLimit(length));
   }
   try {
-    withMemory([&] { m_reader->parse(text, length); });
+    withMemory([&] { m_reader->read(text, length); });
   } catch (const std::bad_alloc&) {
     m_setUpFailed = true;  // the reader is in no state to go on
     throw;
