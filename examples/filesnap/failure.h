@@ -2,7 +2,9 @@
 #define FILESNAP_FAILURE_H
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace filesnap {
@@ -20,6 +22,16 @@ Failure failure(std::string messageId, std::vector<std::string> arguments);
 
 // The system's words for an error number, the current one by default.
 std::string cause(int error = errno);
+
+// Runs a step and turns what the system says against it into a message about an object.
+template <typename Step>
+auto withMessage(const char* messageId, const std::filesystem::path& object, Step step) {
+  try {
+    return step();
+  } catch (const std::system_error& error) {
+    throw failure(messageId, {object.string(), cause(error.code().value())});
+  }
+}
 
 }  // namespace filesnap
 

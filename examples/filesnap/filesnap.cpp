@@ -3,11 +3,17 @@
 #include <orca_pdk.h>
 
 #include <filesystem>
+#include <map>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "failure.h"
+#include "guard.h"
 #include "parameters.h"
+#include "retention.h"
+#include "snapshotmaking.h"
 #include "snapshotstore.h"
 
 namespace filesnap {
@@ -64,81 +70,114 @@ class FileSnap : public CFiPluginBase {
     describeParameters(secondConfigInfoList(kSnapshotIndex));
   }
 
+  void fini() override { settleLimits(); }
+
   int claim(orca_objid* primary, orca_objid*** secondaries, int* count) override {
-    const CFiTraceLogFunction scope(getTraceLog(), "claim", __LINE__, kSource);
-    if (!hasName(primary) || !openRegular(primary->name)) return PYX_CLAIM_NONE;
-    if (secondaries != nullptr) *secondaries = nullptr;
-    if (count != nullptr) *count = 0;
-    return PYX_CLAIM_PRIMARY;
+    const int claimed = operation("claim", __LINE__, [&]() -> int {
+      if (!hasName(primary) || !openSource(primary->name)) return PYX_CLAIM_NONE;
+      if (secondaries != nullptr) *secondaries = nullptr;
+      if (count != nullptr) *count = 0;
+      return PYX_CLAIM_PRIMARY;
+    });
+    return claimed == PYX_CLAIM_PRIMARY ? PYX_CLAIM_PRIMARY : PYX_CLAIM_NONE;
   }
 
   int supportsFiType(pyx_domain* domain, char* fiType) override {
-    CFiPluginBase::supportsFiType(domain, fiType);
-    const std::string type = fiType == nullptr ? "" : fiType;
-    if (type != getFimName() && type != "any") return FI_OK;
-    if (domain != nullptr && domain->capability != nullptr) *domain->capability = 1;
-    return FI_YES;
+    return operation("supportsFiType", __LINE__, [&]() -> int {
+      CFiPluginBase::supportsFiType(domain, fiType);
+      const std::string type = fiType == nullptr ? "" : fiType;
+      if (type != getFimName() && type != "any") return FI_OK;
+      if (domain != nullptr && domain->capability != nullptr) *domain->capability = 1;
+      return FI_YES;
+    });
   }
 
   int initNode(pyx_domain* domain, pyx_domain**, int, orca_objid*) override {
-    return guarded("initNode", __LINE__, [&] {
-      pathOf(domain);
-      return findOrCreatePrivateData(domain, 0) ? FI_OK : FI_INVALID;
+    return operation("initNode", __LINE__, [&] {
+      const fs::path path = pathOf(domain);
+      if (!findOrCreatePrivateData(domain, 0)) return FI_INVALID;
+      m_nodes[path] = domain;
+      beginSession();
+      return FI_OK;
+    });
+  }
+
+  void deInitNode(pyx_domain* domain) override {
+    settleLimits();
+    operation("deInitNode", __LINE__, [&] {
+      if (domain != nullptr && hasName(domain->objid)) m_nodes.erase(domain->objid->name);
+      CFiPluginBase::deInitNode(domain);
+      return FI_OK;
     });
   }
 
   // Values are checked before they are taken, so that refused ones change nothing.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
-    const bool sets = (mode == 2 || mode == 5) && spec != nullptr && spec->first != 0;
-    const int checked = sets ? guarded("config", __LINE__, [&] { return checkValues(*spec); }) : 0;
-    if (checked == FI_OK) return CFiPluginBase::config(domain, mode, sessionId, spec);
-    spec->text = nullptr;
-    return checked;
+    return operation("config", __LINE__, [&] {
+      const bool sets = (mode == 2 || mode == 5) && spec != nullptr && spec->first != 0;
+      if (sets) checkValues(spec->text);
+      return CFiPluginBase::config(domain, mode, sessionId, spec);
+    });
   }
 
   int prepare(char* sessionId, pyx_splitnode** nodes, int count, int) override {
-    return guarded("prepare", __LINE__, [&] {
-      for (pyx_domain* domain : domainsOf(nodes, count)) {
+    settleLimits();  // of a session whose nodes were not given up
+    return operation("prepare", __LINE__, [&] {
+      beginSession();
+      const std::vector<pyx_domain*> domains = domainsOf(nodes, count);
+      for (pyx_domain* domain : domains) {
         if (sessionId != nullptr) privateData(domain)->setSessionId(sessionId);
-        prepareSnapshot(pathOf(domain), readParameters(*privateData(domain)));
       }
+      prepareFiles(requestsFor(domains));
       return FI_OK;
     });
   }
 
   int make(char* sessionId, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
-    return guarded("make", __LINE__, [&]() -> int {
+    return operation("make", __LINE__, [&]() -> int {
       require(snapshots != nullptr && snapshotCount != nullptr, "place for the snapshots");
-      const std::vector<pyx_domain*> domains = domainsOf(nodes, count);
-      std::vector<StagedSnapshot> staged = stageAll(domains, sessionId);
-      std::vector<fs::path> paths;
-      paths.reserve(staged.size());
-      for (StagedSnapshot& snapshot : staged) paths.push_back(publishSnapshot(snapshot));
-      // All of them or none: what is not kept goes away with its staging.
-      if (!handOut(paths, *snapshots, *snapshotCount)) return FI_NO_MEMORY;
-      for (StagedSnapshot& snapshot : staged) snapshot.staging.keep();
-      for (pyx_domain* domain : domains) keepWithinLimit(domain, paths);
+      beginSession();
+      const std::vector<Request> requests = requestsFor(domainsOf(nodes, count));
+      const std::vector<fs::path> made = snapshotFiles(
+          requests, sessionId == nullptr ? "" : sessionId, [&](const fs::path& file, int percent) {
+            traceLine(FI_TRACE_INFO, "copied %d %% of %s", percent, file.c_str());
+          });
+      // All of them or none.
+      try {
+        noteLimits(requests, made);
+        handOut(made, *snapshots, *snapshotCount);
+      } catch (...) {
+        withdraw(made);
+        throw;
+      }
       return FI_OK;
     });
   }
 
-  int getStatus(orca_objid**, orca_objid** snapshots, long count, char*, long,
+  int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
-    return guarded("getStatus", __LINE__, [&] {
+    return operation("getStatus", __LINE__, [&] {
       require(count <= 0 || (snapshots != nullptr && statuses != nullptr), "snapshot list");
-      for (long i = 0; i < count; ++i) statuses[i] = static_cast<long>(stateOf(snapshots[i]));
+      for (long i = 0; i < count; ++i) {
+        const bool deep = sources != nullptr && isDeep(sources[i]);
+        statuses[i] = static_cast<long>(stateOf(snapshots[i], deep));
+      }
       return FI_OK;
     });
   }
 
   int restore(orca_objid** sources, orca_objid** snapshots, long count, char*, char*, char***,
               long*, long, long* statuses) override {
-    return guarded("restore", __LINE__, [&] {
+    return operation("restore", __LINE__, [&] {
       require(count <= 0 || (sources != nullptr && snapshots != nullptr), "snapshot list");
+      for (long i = 0; i < count; ++i) {
+        pathOf(snapshots[i]);
+        pathOf(sources[i]);
+      }
       int result = FI_OK;
       for (long i = 0; i < count; ++i) {
-        const int restored = guarded("restoreSnapshot", 0, [&] {
+        const int restored = operation("restoreSnapshot", 0, [&] {
           restoreSnapshot(pathOf(snapshots[i]), pathOf(sources[i]));
           return FI_OK;
         });
@@ -150,35 +189,47 @@ class FileSnap : public CFiPluginBase {
   }
 
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
-    return guarded("dispose", __LINE__, [&] {
+    return operation("dispose", __LINE__, [&] {
       const bool hasSecond = node != nullptr && node->second != nullptr;
       removeSnapshot(pathOf(hasSecond ? node->second : second));
       return FI_OK;
     });
   }
 
-  int processProviderState(pyx_domain* domain, pyx_blob* blob,
-                           pyx_op_providerstate operation) override {
-    const CFiPrivateDataPtr data = findPrivateData(domain);
-    if (operation != PYX_OPSTATE_GET || blob == nullptr || !data) {
-      return CFiPluginBase::processProviderState(domain, blob, operation);
-    }
-    return guarded("processProviderState", __LINE__, [&] { return data->getNodeState(blob); });
+  int processProviderState(pyx_domain* domain, pyx_blob* blob, pyx_op_providerstate what) override {
+    return operation("processProviderState", __LINE__, [&]() -> int {
+      const CFiPrivateDataPtr data = findPrivateData(domain);
+      if (what != PYX_OPSTATE_GET || blob == nullptr || !data) {
+        return CFiPluginBase::processProviderState(domain, blob, what);
+      }
+      return data->getNodeState(blob);
+    });
   }
 
  private:
-  // Runs the body of an operation in its trace scope; what goes wrong becomes the last error.
+  // Runs the body of an operation in its trace scope. Nothing is thrown past it: what goes wrong
+  // becomes the last error and a result.
   template <typename Body>
-  int guarded(const char* operation, int line, Body body, pyx_eseverity severity = PYX_SEV_ERROR) {
-    const CFiTraceLogFunction scope(getTraceLog(), operation, line, kSource);
+  int operation(const char* name, int line, Body body,
+                pyx_eseverity severity = PYX_SEV_ERROR) noexcept {
+    return guarded(
+        [&]() -> int {
+          const CFiTraceLogFunction scope(getTraceLog(), name, line, kSource);
+          return body();
+        },
+        [&] { return report(name, severity); }, FI_FAILED);
+  }
+
+  // Makes the exception that is current the last error; returns the result that it stands for.
+  int report(const char* name, pyx_eseverity severity) {
     try {
-      return body();
+      throw;
     } catch (const Failure& failed) {
       return push(failed, severity);
+    } catch (const std::bad_alloc& error) {
+      return push({"FILESNAP_INTERNAL", {name, error.what()}, FI_NO_MEMORY}, severity);
     } catch (const std::exception& error) {
-      return push(failure("FILESNAP_INTERNAL", {operation, error.what()}), severity);
-    } catch (...) {
-      return push(failure("FILESNAP_INTERNAL", {operation, "?"}), severity);
+      return push(failure("FILESNAP_INTERNAL", {name, error.what()}), severity);
     }
   }
 
@@ -191,22 +242,30 @@ class FileSnap : public CFiPluginBase {
     if (!isGiven) throw Failure{"FILESNAP_NO_NODE", {what}, FI_INVALID};
   }
 
-  SnapshotState stateOf(const orca_objid* snapshot) {
+  SnapshotState stateOf(const orca_objid* snapshot, bool deep) {
     SnapshotState state = SnapshotState::kDamaged;
-    guarded("checkSnapshot", 0, [&] {
-      state = checkSnapshot(pathOf(snapshot));
+    operation("checkSnapshot", 0, [&] {
+      state = checkSnapshot(pathOf(snapshot), deep);
+      if (state == SnapshotState::kAbsent) {
+        push(failure("FILESNAP_ABSENT", {snapshot->name}), PYX_SEV_WARNING);
+      }
       return FI_OK;
     });
-    if (state == SnapshotState::kAbsent) {
-      push(failure("FILESNAP_ABSENT", {snapshot->name}), PYX_SEV_WARNING);
-    }
     return state;
   }
 
-  static int checkValues(const pyx_confspec& spec) {
+  bool isDeep(const orca_objid* source) const {
+    const auto node = hasName(source) ? m_nodes.find(source->name) : m_nodes.end();
+    return node != m_nodes.end() && readParameters(*privateData(node->second)).deep;
+  }
+
+  // Refused text does not stay with the request.
+  static void checkValues(char*& text) {
+    if (text == nullptr) return;
+    char* const given = std::exchange(text, nullptr);
     CFiConfigParamDataList values;
-    if (spec.text != nullptr && values.parse(spec.text) == FI_OK) readParameters(values);
-    return FI_OK;
+    if (values.parse(given) == FI_OK) readParameters(values);
+    text = given;
   }
 
   static std::vector<pyx_domain*> domainsOf(pyx_splitnode** nodes, int count) {
@@ -225,22 +284,17 @@ class FileSnap : public CFiPluginBase {
     return data;
   }
 
-  std::vector<StagedSnapshot> stageAll(const std::vector<pyx_domain*>& domains,
-                                       const char* sessionId) {
-    std::vector<StagedSnapshot> staged;
+  std::vector<Request> requestsFor(const std::vector<pyx_domain*>& domains) const {
+    std::vector<Request> requests;
+    requests.reserve(domains.size());
     for (pyx_domain* domain : domains) {
-      const fs::path file = pathOf(domain);
-      staged.push_back(stageSnapshot(file, readParameters(*privateData(domain)),
-                                     sessionId == nullptr ? "" : sessionId, [&](int percent) {
-                                       traceLine(FI_TRACE_INFO, "copied %d %% of %s", percent,
-                                                 file.c_str());
-                                     }));
+      requests.push_back({pathOf(domain), readParameters(*privateData(domain))});
     }
-    return staged;
+    return requests;
   }
 
-  // False, and nothing handed out, when memory is short.
-  static bool handOut(const std::vector<fs::path>& paths, orca_objid**& snapshots, int& count) {
+  // Nothing is handed out when memory is short.
+  static void handOut(const std::vector<fs::path>& paths, orca_objid**& snapshots, int& count) {
     const std::size_t size = paths.size() * sizeof(orca_objid*);
     auto** ids = static_cast<orca_objid**>(orca_alloc_buf(size));
     bool isWhole = ids != nullptr;
@@ -251,26 +305,51 @@ class FileSnap : public CFiPluginBase {
     if (!isWhole) {
       for (std::size_t i = 0; ids != nullptr && i < paths.size(); ++i) orca_free_objid(ids[i]);
       orca_free_buf(ids, size);
-      return false;
+      throw std::bad_alloc();
     }
     snapshots = ids;
     count = static_cast<int>(paths.size());
-    return true;
   }
 
-  // The new snapshots exist: an old one that cannot be removed is no failure of theirs.
-  void keepWithinLimit(pyx_domain* domain, const std::vector<fs::path>& fresh) {
-    const auto removeOld = [&] {
-      const Parameters parameters = readParameters(*privateData(domain));
-      for (const fs::path& old : removeOldest(pathOf(domain), parameters, fresh)) {
-        traceLine(FI_TRACE_INFO, "removed %s, beyond the number of snapshots to keep", old.c_str());
-      }
-      return FI_OK;
-    };
-    guarded("keepWithinLimit", __LINE__, removeOld, PYX_SEV_WARNING);
+  void beginSession() {
+    if (m_begun == 0) m_begun = now();
+  }
+
+  void noteLimits(const std::vector<Request>& requests, const std::vector<fs::path>& made) {
+    for (std::size_t i = 0; i < made.size(); ++i) {
+      FolderLimits& limits = m_limits[made[i].parent_path()];
+      limits.keep[placeOf(requests[i].file)] = requests[i].parameters.keep;
+      limits.fresh.insert(made[i].filename());
+    }
+  }
+
+  // Keeps the session's files within their limits. Done when the framework is through with the new
+  // snapshots and the writers go on: what is removed here held nobody up. The new snapshots exist:
+  // an old one that cannot be removed is no failure of theirs.
+  void settleLimits() noexcept {
+    if (m_limits.empty()) return;
+    for (const auto& entry : m_limits) settleFolder(entry.first, entry.second);
+    m_limits.clear();
+    m_begun = 0;
+  }
+
+  void settleFolder(const fs::path& folder, const FolderLimits& limits) noexcept {
+    operation(
+        "settleFolder", 0,
+        [&] {
+          for (const fs::path& old : removeOldest(folder, limits, m_begun)) {
+            traceLine(FI_TRACE_INFO, "removed %s, beyond the number of snapshots to keep",
+                      old.c_str());
+          }
+          return FI_OK;
+        },
+        PYX_SEV_WARNING);
   }
 
   CFiProviderSetup m_setup;
+  std::map<std::string, pyx_domain*> m_nodes;  // by their paths
+  std::map<fs::path, FolderLimits> m_limits;   // of the snapshots made last
+  int64_t m_begun = 0;                         // when the session began; 0: there is none
 };
 
 }  // namespace filesnap

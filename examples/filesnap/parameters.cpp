@@ -49,7 +49,7 @@ int readKeep(const std::string& key, const std::string& value) {
   return number;
 }
 
-bool readVerify(const std::string& key, const std::string& value) {
+bool readFlag(const std::string& key, const std::string& value) {
   if (value != "true" && value != "false") throw refused(key, value, "true, false");
   return value == "true";
 }
@@ -66,7 +66,9 @@ void readOne(const orca_pdk::CFiConfigParamData& data, Parameters& parameters) {
   } else if (key == "keep") {
     parameters.keep = readKeep(key, value);
   } else if (key == "verify") {
-    parameters.verify = readVerify(key, value);
+    parameters.verify = readFlag(key, value);
+  } else if (key == "deep") {
+    parameters.deep = readFlag(key, value);
   } else {
     throw Failure{"FILESNAP_UNKNOWN_PARAMETER", {key}, orca_pdk::FI_INVALID};
   }
@@ -87,7 +89,8 @@ void describeParameters(orca_pdk::CFiConfigParamInfoList& list) {
   for (const CFiConfigParamInfo& info :
        {describe("snapshot_dir", "FILESNAP_PARAM_SNAPSHOT_DIR", FI_DATATYPE_STRING,
                  defaults.directory.c_str()),
-        mode, keep, describe("verify", "FILESNAP_PARAM_VERIFY", FI_DATATYPE_BOOLEAN, "false")}) {
+        mode, keep, describe("verify", "FILESNAP_PARAM_VERIFY", FI_DATATYPE_BOOLEAN, "false"),
+        describe("deep", "FILESNAP_PARAM_DEEP", FI_DATATYPE_BOOLEAN, "false")}) {
     list.params[info.key] = info;
   }
   list.updateXML();

@@ -23,6 +23,7 @@ struct Parameters {
   CopyMode mode = CopyMode::kAuto;
   int keep = 8;         // how many snapshots of a file are kept
   bool verify = false;  // compare digests of file and copy
+  bool deep = false;    // read all of the data to tell a snapshot's status
 };
 
 // Fills a list with the descriptions of all parameters.

@@ -2,10 +2,9 @@
 
 #include <fcntl.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <sys/file.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -13,91 +12,78 @@ namespace filesnap {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr char kRandomPart[] = "XXXXXX";
-
-[[noreturn]] void raise(const char* call, int error = errno) {
-  throw std::system_error(error, std::generic_category(), call);
-}
-
-std::string pattern(const fs::path& folder, const std::string& prefix) {
-  return (folder / (prefix + kRandomPart)).string();
-}
+constexpr std::size_t kRandomPart = 6;
+constexpr int kLevels = 2;  // a session's folder, and those of its snapshots
 
 bool isStaged(const std::string& name, const std::string& prefix) {
-  return name.starts_with(prefix) && name.size() == prefix.size() + sizeof kRandomPart - 1;
+  return name.starts_with(prefix) && name.size() == prefix.size() + kRandomPart;
 }
 
-bool lock(const Descriptor& file) { return flock(file.get(), LOCK_EX | LOCK_NB) == 0; }
+bool lock(const Descriptor& file) {
+  return retried([&] { return flock(file.get(), LOCK_EX | LOCK_NB); }) == 0;
+}
 
-void removeIfDead(const fs::path& path) {
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  std::error_code ignored;
-  if (file && lock(file)) fs::remove_all(path, ignored);
+void removeIfDead(const Descriptor& parent, const std::string& name) {
+  const Descriptor file = openIn(parent, name, O_RDONLY);
+  if (!file || statusOf(file).st_uid != geteuid()) return;
+  if (lock(file)) removeTree(parent, name.c_str(), kLevels);
 }
 
 }  // namespace
 
-Staging::Staging(fs::path path, Descriptor lock)
-    : m_path(std::move(path)), m_lock(std::move(lock)) {}
+Staging::Staging(const Descriptor& parent, std::string name, Descriptor lock)
+    : m_parent(&parent), m_name(std::move(name)), m_lock(std::move(lock)) {}
 
 Staging::Staging(Staging&& other) noexcept
-    : m_path(std::exchange(other.m_path, fs::path())),
-      m_final(std::move(other.m_final)),
+    : m_parent(other.m_parent),
+      m_name(std::exchange(other.m_name, std::string())),
       m_lock(std::move(other.m_lock)) {}
 
 Staging::~Staging() {
-  if (m_path.empty()) return;
-  std::error_code ignored;
-  if (!m_final.empty()) fs::rename(m_final, m_path, ignored);
-  fs::remove_all(m_path, ignored);
+  if (!m_name.empty()) removeTree(*m_parent, m_name.c_str(), kLevels);
 }
 
 // A sweep of another process may come between making and locking: then it removes the thing.
 bool Staging::isOurs() const {
-  return m_lock && (lock(m_lock) || errno != EWOULDBLOCK) && statusOf(m_lock).st_nlink > 0;
+  return (lock(m_lock) || errno != EWOULDBLOCK) && statusOf(m_lock).st_nlink > 0;
 }
 
-Staging Staging::directory(const fs::path& folder, const std::string& prefix) {
+template <typename Make>
+Staging Staging::make(const Descriptor& parent, const std::string& prefix, Make make) {
   for (;;) {
-    std::string name = pattern(folder, prefix);
-    if (mkdtemp(name.data()) == nullptr) raise("mkdtemp");
-    Descriptor opened = openDirectory(name);
-    const int error = opened ? 0 : errno;
-    Staging staging(name, std::move(opened));
-    if (error != 0 && error != ENOENT) raise("open", error);
-    if (staging.isOurs()) return staging;
+    std::string name = prefix + randomText(kRandomPart);
+    try {
+      Descriptor made = make(parent, name);
+      Staging staging(parent, std::move(name), std::move(made));
+      if (staging.isOurs()) return staging;
+    } catch (const std::system_error& error) {
+      if (error.code() != std::errc::file_exists) throw;
+    }
   }
 }
 
-Staging Staging::file(const fs::path& folder, const std::string& prefix) {
-  for (;;) {
-    std::string name = pattern(folder, prefix);
-    Descriptor opened(mkostemp(name.data(), O_CLOEXEC));
-    if (!opened) raise("mkostemp");
-    Staging staging(name, std::move(opened));
-    if (staging.isOurs()) return staging;
+Staging Staging::folder(const Descriptor& parent, const std::string& prefix) {
+  return make(parent, prefix, createFolder);
+}
+
+Staging Staging::file(const Descriptor& parent, const std::string& prefix) {
+  return make(parent, prefix, createFile);
+}
+
+void Staging::sweep(const Descriptor& parent, const std::string& prefix) noexcept {
+  try {
+    for (const std::string& name : namesIn(parent)) {
+      if (isStaged(name, prefix)) removeIfDead(parent, name);
+    }
+  } catch (...) {
+    return;  // what stays is swept another time
   }
 }
 
-void Staging::sweep(const fs::path& folder, const std::string& prefix) {
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (isStaged(entry->path().filename().string(), prefix)) removeIfDead(entry->path());
-  }
-}
-
-bool Staging::publish(const fs::path& name) {
-  fs::path final = name;
-  // No directory that holds anything is ever replaced by a rename.
-  if (rename(m_path.c_str(), name.c_str()) != 0) {
-    if (errno == EEXIST || errno == ENOTEMPTY) return false;
-    raise("rename");
-  }
-  m_final.swap(final);
-  return true;
+void Staging::publish(const std::string& name) {
+  const int folder = m_parent->get();
+  checked("rename", [&] { return renameat(folder, m_name.c_str(), folder, name.c_str()); });
+  m_name.clear();
 }
 
 }  // namespace filesnap

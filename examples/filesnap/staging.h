@@ -1,49 +1,46 @@
 #ifndef FILESNAP_STAGING_H
 #define FILESNAP_STAGING_H
 
-#include <filesystem>
 #include <string>
 
-#include "filecopy.h"
+#include "files.h"
 
 namespace filesnap {
 
-// A file or directory under a temporary name, on its way to its final one. A lock marks it as in
-// use, so that what a dead process left can be told from what a live one is filling. Whatever was
-// not kept is removed at the end of the scope, errors ignored.
+// A file or folder under a temporary name, on its way to its final one. A lock marks it as in use,
+// so that what a dead process left can be told from what a live one is filling. What was not
+// published is removed at the end of the scope, errors ignored; a folder with all in it.
 //
 // On a file system without locks everything works, but nothing is swept.
 //
 // Operations throw std::system_error.
 class Staging {
  public:
-  // Makes a directory (mode 0700) below folder, or a file (mode 0600) in it. Its name is prefix and
-  // six characters.
-  static Staging directory(const std::filesystem::path& folder, const std::string& prefix);
-  static Staging file(const std::filesystem::path& folder, const std::string& prefix);
-  // Removes what dead processes left in the folder under such names. Fails silently.
-  static void sweep(const std::filesystem::path& folder, const std::string& prefix);
+  // Makes a folder (mode 0700) or a file (mode 0600) in an opened folder, which must stay open as
+  // long. Its name is prefix and six characters.
+  static Staging folder(const Descriptor& parent, const std::string& prefix);
+  static Staging file(const Descriptor& parent, const std::string& prefix);
+  // Removes what dead processes of this user left under such names. Fails silently.
+  static void sweep(const Descriptor& parent, const std::string& prefix) noexcept;
 
   Staging(Staging&& other) noexcept;
   Staging& operator=(Staging&&) = delete;
   ~Staging();
 
-  const std::filesystem::path& path() const { return m_path; }
-  // The file or directory, locked.
+  // The file or folder, locked.
   const Descriptor& descriptor() const { return m_lock; }
 
-  // Gives it its final name. A file replaces the one that has the name; for a directory the answer
-  // is false when the name is taken. Not kept, it goes back under the temporary name and away.
-  bool publish(const std::filesystem::path& name);
-  // From now on it stays.
-  void keep() noexcept { m_path.clear(); }
+  // Gives a file its final name, in the place of the file that has it. Then it stays.
+  void publish(const std::string& name);
 
  private:
-  Staging(std::filesystem::path path, Descriptor lock);
+  Staging(const Descriptor& parent, std::string name, Descriptor lock);
+  template <typename Make>
+  static Staging make(const Descriptor& parent, const std::string& prefix, Make make);
   bool isOurs() const;
 
-  std::filesystem::path m_path;   // the temporary name; empty: nothing to remove
-  std::filesystem::path m_final;  // the name that it was published under
+  const Descriptor* m_parent;
+  std::string m_name;  // empty: nothing to remove
   Descriptor m_lock;
 };
 

@@ -1,30 +1,43 @@
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdarg>
 #include <functional>
 
 #include "examples/provider_test.h"
 #include "support/private_usr.h"
 #include "support/run_command.h"
 
-// The calls by which the provider changes a disk come through here.
+// The calls by which the provider changes a disk come through here, and what it reads is counted.
 namespace {
 
 struct {
   int calls = 0;                  // seen so far
   int killing = 0;                // the call that kills the process
   int failing = 0;                // the call that fails
+  bool failsOn = false;           // and so do all after it
+  int error = ENOSPC;             // why
   std::function<void()> onWrite;  // done once, after the next write
+  std::size_t bytesRead = 0;
+  int infosOpened = 0;
+  int sleeps = 0;
 } g_disk;
+
+long g_allocationsLeft = -1;  // then memory is short; negative: there is enough
 
 // True when the call must fail.
 bool strikes() {
   if (++g_disk.calls == g_disk.killing) raise(SIGKILL);
-  if (g_disk.calls != g_disk.failing) return false;
-  errno = ENOSPC;
+  const bool isPast = g_disk.failing != 0 && g_disk.calls > g_disk.failing && g_disk.failsOn;
+  if (g_disk.calls != g_disk.failing && !isPast) return false;
+  errno = g_disk.error;
   return true;
 }
 
@@ -35,12 +48,26 @@ auto next(Function*, const char* name, Arguments... arguments) {
 
 }  // namespace
 
+#ifndef __SANITIZE_ADDRESS__
+void* operator new(std::size_t size) {
+  if (g_allocationsLeft == 0) throw std::bad_alloc();
+  if (g_allocationsLeft > 0) --g_allocationsLeft;
+  if (void* const memory = malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { free(memory); }
+#endif
+
 #define DISK_CALL extern "C" __attribute__((visibility("default")))
 #define PASS_ON(name, ...) strikes() ? -1 : next(&name, #name, __VA_ARGS__)
 DISK_CALL int fsync(int file) { return PASS_ON(fsync, file); }
 DISK_CALL int ftruncate(int file, off_t size) noexcept { return PASS_ON(ftruncate, file, size); }
-DISK_CALL int rename(const char* from, const char* to) noexcept {
-  return PASS_ON(rename, from, to);
+DISK_CALL int mkdirat(int folder, const char* name, mode_t mode) noexcept {
+  return PASS_ON(mkdirat, folder, name, mode);
+}
+DISK_CALL int renameat(int from, const char* name, int to, const char* final) noexcept {
+  return PASS_ON(renameat, from, name, to, final);
 }
 DISK_CALL int unlinkat(int folder, const char* name, int flags) noexcept {
   return PASS_ON(unlinkat, folder, name, flags);
@@ -49,6 +76,23 @@ DISK_CALL ssize_t pwrite(int file, const void* data, size_t size, off_t at) {
   const ssize_t put = PASS_ON(pwrite, file, data, size, at);
   if (g_disk.onWrite) std::exchange(g_disk.onWrite, nullptr)();
   return put;
+}
+DISK_CALL ssize_t pread(int file, void* data, size_t size, off_t at) {
+  const ssize_t got = next(&pread, "pread", file, data, size, at);
+  if (got > 0) g_disk.bytesRead += static_cast<std::size_t>(got);
+  return got;
+}
+DISK_CALL int openat(int folder, const char* name, int flags, ...) {
+  if (std::string_view(name) == "info") ++g_disk.infosOpened;
+  va_list rest;
+  va_start(rest, flags);
+  const int mode = va_arg(rest, int);  // not looked at where no file is made
+  va_end(rest);
+  return next(&openat, "openat", folder, name, flags, mode);
+}
+DISK_CALL int nanosleep(const timespec*, timespec*) {
+  ++g_disk.sleeps;
+  return 0;
 }
 
 namespace orca_tests {
@@ -68,6 +112,36 @@ Names contents(const fs::path& folder) {
   for (const auto& entry : fs::directory_iterator(folder, none)) paths.push_back(entry.path());
   std::sort(paths.begin(), paths.end());
   return paths;
+}
+
+constexpr uid_t kUser = 12345;
+
+// Runs an action in a child; what it finds wrong is told on standard output.
+void inChild(const std::function<void()>& action) {
+  const pid_t child = fork();
+  if (child == 0) {
+    action();
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int ended = 0;
+  ASSERT_EQ(waitpid(child, &ended, 0), child);
+  EXPECT_EQ(ended, 0) << "in a child";
+}
+
+void asUser(const std::function<void()>& action) {
+  inChild([&] {
+    ASSERT_EQ(setgroups(0, nullptr), 0);
+    ASSERT_EQ(setresgid(kUser, kUser, kUser), 0);
+    ASSERT_EQ(setresuid(kUser, kUser, kUser), 0);
+    action();
+  });
+}
+
+void replaceIn(const std::string& file, const std::string& from, const std::string& to) {
+  std::string text = readFile(file);
+  const std::size_t at = text.find(from);
+  ASSERT_NE(at, std::string::npos) << from << " is not in " << text;
+  writeFile(file, text.replace(at, from.size(), to));
 }
 
 // Runs an action in a child that a kill strikes at its n-th change of the disk, for every n there
@@ -97,7 +171,10 @@ class FileSnap : public ProviderTest {
     writeFile(m_file, m_content);
     load();
   }
-  ~FileSnap() override { umount2(m_data.c_str(), MNT_DETACH); }  // where a test mounted there
+  ~FileSnap() override {
+    g_disk = {};
+    umount2(m_data.c_str(), MNT_DETACH);  // where a test mounted there
+  }
 
   std::string snapshot(const Values& values = {}) {
     EXPECT_EQ(set(m_file, values), 0) << lastError();
@@ -114,6 +191,12 @@ class FileSnap : public ProviderTest {
                                            nullptr, 0, &answer);
     EXPECT_EQ(result == 0, answer == 0);
     return answer;
+  }
+
+  // Gives the data to an ordinary user; false where there is none.
+  bool giveToUser() {
+    if (chown(m_data.c_str(), kUser, kUser) != 0) return false;
+    return chmod(m_dir.path().c_str(), 0755) == 0 && chown(m_file.c_str(), kUser, kUser) == 0;
   }
 
   // Mounts a file system on the data folder, with a new source file; false where nobody may. The
@@ -185,13 +268,14 @@ TEST_F(FileSnap, NamesSnapshotsWhateverTheNamesAre) {
     SCOPED_TRACE(file);
     writeFile(m_data + "/" + file, "");
     ASSERT_EQ(set(file, {{"snapshot_dir", "snaps/of/all/"}, {"keep", "1"}}), 0);
-    ASSERT_EQ(prepare({file}), 0) << lastError();
     for (int i = 0; i < 2; ++i) {
+      ASSERT_EQ(prepare({file}), 0) << lastError();
       const Names made = make({file});
       ASSERT_EQ(made.size(), 1U) << lastError();
       EXPECT_EQ(fs::path(made[0]).parent_path(), m_data + "/snaps/of/all");
       EXPECT_EQ(restore(file, made[0]), 0) << lastError();
     }
+    load();
   }
   EXPECT_EQ(contents("snaps/of/all").size(), 3U) << "one of each file is kept";
 }
@@ -199,7 +283,55 @@ TEST_F(FileSnap, NamesSnapshotsWhateverTheNamesAre) {
 TEST_F(FileSnap, KeepsTheNewestSnapshotsWithinTheLimit) {
   Names made;
   for (int i = 0; i < 4; ++i) made.push_back(snapshot({{"keep", "2"}}));
+  EXPECT_THAT(contents(m_folder), testing::IsSupersetOf(made.begin() + 1, made.end()))
+      << "nothing goes before the new one is in the host's list";
+  unload();
   EXPECT_THAT(contents(m_folder), testing::UnorderedElementsAre(made[2], made[3]));
+}
+
+TEST_F(FileSnap, KeepsWhatOtherSessionsMadeMeanwhile) {
+  const std::string old = snapshot();
+  ASSERT_EQ(set(m_file, {{"keep", "1"}}), 0);
+  ASSERT_EQ(prepare({m_file}), 0);
+  inChild([&] { snapshot({{"keep", "8"}}); });
+  Names kept = contents(m_folder);
+  kept.erase(std::find(kept.begin(), kept.end(), old));
+  kept.push_back(make({m_file})[0]);
+  unload();
+  EXPECT_THAT(contents(m_folder), testing::UnorderedElementsAreArray(kept));
+  EXPECT_EQ(kept.size(), 2U);
+}
+
+TEST_F(FileSnap, KeepsWhatAnotherProcessIsNotThroughWith) {
+  const std::string made = snapshot();
+  inChild([&] {
+    snapshot({{"keep", "1"}});
+    m_provider->fini();
+  });
+  EXPECT_EQ(status(made), 8);
+  snapshot({{"keep", "1"}});
+  m_provider->fini();
+  EXPECT_EQ(contents(m_folder).size(), 1U) << "those of the dead go";
+}
+
+TEST_F(FileSnap, NamesWhoHoldsTheLockOfTheFolder) {
+  snapshot({{"keep", "1"}});
+  snapshot({{"keep", "1"}});
+  const std::string lock = m_folder + "/.filesnap-tmp.locked";
+  writeFile(lock, "4711");
+  const int held = open(lock.c_str(), O_RDONLY);
+  ASSERT_EQ(flock(held, LOCK_EX), 0);
+  g_disk.sleeps = 0;
+  m_provider->fini();
+  EXPECT_THAT(lastError(), HasSubstr("The lock " + lock + " is held by process 4711"));
+  EXPECT_EQ(g_disk.sleeps, 600) << "of 50 ms";
+  close(held);
+}
+
+TEST_F(FileSnap, NeverUsesANameTwice) {
+  const std::string first = snapshot();
+  ASSERT_EQ(dispose(first), 0);
+  EXPECT_NE(snapshot(), first);
 }
 
 TEST_F(FileSnap, NoticesWritersAndBadCopies) {
@@ -214,22 +346,26 @@ TEST_F(FileSnap, NoticesWritersAndBadCopies) {
   EXPECT_THAT(during([&] { std::ofstream(m_file, std::ios::app) << 'x'; }),
               HasSubstr(m_file + " was written to while it was copied"));
   EXPECT_THAT(during([&] { fs::resize_file(m_file, 5); }), HasSubstr("was written to"));
-  EXPECT_THAT(during([&] { flipByte(contents(m_folder)[0] + "/data"); }),
-              HasSubstr("does not have the digest of the file"));
+  const auto spoil = [&] {
+    for (const auto& entry : fs::recursive_directory_iterator(m_folder)) {
+      if (entry.path().filename() == "data") flipByte(entry.path());
+    }
+  };
+  EXPECT_THAT(during(spoil), HasSubstr("does not have the digest of the file"));
 }
 
 TEST_F(FileSnap, TellsDamageAndRestoresNothingFromIt) {
   const std::string made = snapshot({{"verify", "true"}});
   flipByte(made + "/data");
   EXPECT_EQ(status(made), 1);
-  EXPECT_THAT(lastError(), HasSubstr(made + " is damaged: size or digest differ"));
+  EXPECT_THAT(lastError(), HasSubstr(made + " is damaged: size, time or digest differ"));
   writeFile(m_file, "other");
   EXPECT_EQ(restore(m_file, made), 1);
   EXPECT_EQ(readFile(m_file), "other");
   EXPECT_THAT(contents(m_data), ElementsAre(m_folder, m_file)) << "no temporary stays";
-  const std::string plain = snapshot();
-  fs::resize_file(plain + "/data", 4);
-  EXPECT_EQ(status(plain), 1);
+  const std::string plain = snapshot({{"verify", "false"}});
+  flipByte(plain + "/data");
+  EXPECT_EQ(status(plain), 1) << "written to since it was made";
   EXPECT_EQ(dispose(made), 0) << "a damaged one can be removed";
 }
 
@@ -282,26 +418,57 @@ TEST_F(FileSnap, RestoresAndRemovesWhollyOrNotAtAllWhereverItIsKilled) {
   killEverywhere([&] { dispose(made); }, lookAtSnapshot);
 }
 
-TEST_F(FileSnap, MakesAllSnapshotsOfACallOrNoneWhereverTheDiskIsFull) {
-  const Names files = {m_file, m_data + "/second.img"};
-  writeFile(files[1], "second");
-  for (const std::string& file : files) ASSERT_EQ(set(file, {{"copy_mode", "copy"}}), 0);
-  ASSERT_EQ(prepare(files), 0) << lastError();
-  int calls = 0;
-  for (int n = 1; calls >= n - 1; ++n) {
-    SCOPED_TRACE("failing change " + std::to_string(n));
-    g_disk.calls = 0;
-    g_disk.failing = n;
-    const Names made = make(files);
-    g_disk.failing = 0;
-    calls = g_disk.calls;
-    EXPECT_EQ(prepare(files), 0);
-    EXPECT_EQ(contents(m_folder), made);
-    EXPECT_EQ(made.size(), m_result == 0 ? 2U : 0U);
-    EXPECT_THAT(lastError(), HasSubstr(m_result == 0 ? "no error" : "No space left on device. No"));
-    for (const std::string& one : made) EXPECT_EQ(dispose(one), 0);
+// Fails each change of the disk that a making of two snapshots does, one after the other; looks at
+// what was made.
+class FailingDisk : public FileSnap {
+ protected:
+  void failEach(const std::function<void(const Names& made)>& look) {
+    const Names files = {m_file, m_data + "/second.img"};
+    writeFile(files[1], "second");
+    for (const std::string& file : files) ASSERT_EQ(set(file, {{"copy_mode", "copy"}}), 0);
+    int calls = 0;
+    for (int n = 1; calls >= n - 1; ++n) {
+      SCOPED_TRACE("failing change " + std::to_string(n));
+      ASSERT_EQ(prepare(files), 0) << lastError();
+      g_disk.calls = 0;
+      g_disk.failing = n;
+      const Names made = make(files);
+      g_disk.failing = 0;
+      calls = g_disk.calls;
+      look(made);
+      ASSERT_EQ(prepare(files), 0) << lastError();
+      for (const std::string& one : contents(m_folder)) EXPECT_EQ(dispose(one), 0);
+    }
+    EXPECT_GT(calls, 15) << "few changes were struck";
   }
-  EXPECT_GT(calls, 15) << "few changes were struck";
+};
+
+TEST_F(FailingDisk, MakesAllSnapshotsOfACallOrNone) {
+  failEach([&](const Names& made) {
+    EXPECT_EQ(made.size(), m_result == 0 ? 2U : 0U);
+    EXPECT_THAT(lastError(), HasSubstr(m_result == 0 ? "no error" : "No space left on device. "));
+    EXPECT_EQ(prepare({m_file}), 0);
+    EXPECT_EQ(contents(m_folder), made);
+  });
+}
+
+TEST_F(FailingDisk, SaysThatNothingWasMadeOnlyWhereThatIsSo) {
+  g_disk.failsOn = true;
+  int left = 0;
+  failEach([&](const Names& made) {
+    if (m_result == 0) return;
+    Names seen = contents(m_folder);
+    std::erase_if(seen, [&](const auto& path) { return path.starts_with(m_folder + "/."); });
+    left += seen.empty() ? 0 : 1;
+    EXPECT_THAT(lastError(), HasSubstr(seen.empty() ? "No snapshot was made." : seen[0]));
+    EXPECT_THAT(made, IsEmpty());
+  });
+  EXPECT_GT(left, 0) << "no snapshot was ever left over";
+}
+
+TEST_F(FailingDisk, DoesAgainWhatASignalInterrupts) {
+  g_disk.error = EINTR;
+  failEach([&](const Names& made) { EXPECT_EQ(made.size(), 2U) << lastError(); });
 }
 
 TEST_F(FileSnap, LeavesTemporariesOfTheLivingAlone) {
@@ -332,6 +499,187 @@ TEST_F(FileSnap, SharesBlocksWhereTheFileSystemCan) {
     GTEST_SKIP() << "no XFS can be made and mounted over a loop device here";
   }
   EXPECT_EQ(readFile(snapshot({{"copy_mode", "reflink"}}) + "/data"), m_content);
+}
+
+TEST_F(FileSnap, ReadsTheCopyOnceToVerifyIt) {
+  ASSERT_EQ(set(m_file, {{"copy_mode", "copy"}, {"verify", "true"}}), 0);
+  ASSERT_EQ(prepare({m_file}), 0);
+  g_disk.bytesRead = 0;
+  ASSERT_EQ(make({m_file}).size(), 1U);
+  EXPECT_EQ(g_disk.bytesRead, 2 * m_content.size());
+}
+
+TEST_F(FileSnap, ReadsAnUntouchedSnapshotForItsStatusOnlyWhereThatIsWanted) {
+  const std::string made = snapshot({{"verify", "true"}});
+  const auto readFor = [&](const char* deep) {
+    EXPECT_EQ(set(m_file, {{"deep", deep}}), 0);
+    g_disk.bytesRead = 0;
+    EXPECT_EQ(status(made, m_file), 8);
+    return g_disk.bytesRead;
+  };
+  EXPECT_LT(readFor("false"), 2000U) << "the info";
+  EXPECT_GT(readFor("true"), m_content.size());
+}
+
+TEST_F(FileSnap, ReadsTheInfoOfBefore) {
+  const std::string made = snapshot();
+  EXPECT_THAT(readFile(made + "/info"), HasSubstr("\"format\": \"filesnap-2\""));
+  writeFile(made + "/info",
+            "format=filesnap-1\nname=" + fs::path(made).filename().string() + "\nsource=" + m_file +
+                "\nsession=s1\ndigest=\ncreated=7\nsize=" + std::to_string(m_content.size()) +
+                "\nmode=416\nowner=0\ngroup=0\nend=\n");
+  EXPECT_EQ(status(made), 8);
+  ASSERT_EQ(restore(m_file, made), 0) << lastError();
+  EXPECT_EQ(fs::status(m_file).permissions(), fs::perms(0640));
+}
+
+TEST_F(FileSnap, TakesManyFilesWithFewDescriptorsAndReadsEachInfoOnce) {
+  Names files;
+  for (int i = 0; i < 80; ++i) {
+    files.push_back(m_data + "/" + std::to_string(i % 40) + "/file" + std::to_string(i));
+    fs::create_directories(fs::path(files.back()).parent_path());
+    writeFile(files.back(), "");
+    ASSERT_EQ(set(files.back(), {{"keep", "1"}, {"snapshot_dir", i < 40 ? m_folder : "snaps"}}), 0);
+  }
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit few{48, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  ASSERT_EQ(prepare(files), 0) << lastError();
+  EXPECT_EQ(make(files).size(), 80U) << lastError();
+  g_disk.infosOpened = 0;
+  unload();
+  EXPECT_EQ(g_disk.infosOpened, 80);
+  setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST_F(FileSnap, ThrowsNothingHoweverShortMemoryIs) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer allocates by itself";
+#endif
+  writeFile(m_file, "small");
+  Node second(snapshot({{"verify", "true"}}));
+  Node& first = node(m_file);
+  pyx_splitnode* nodes[] = {&first.split};
+  const auto make = [&] {
+    orca_objid** ids = nullptr;
+    int count = 0;
+    m_provider->make(m_session, nodes, 1, &ids, &count);
+    const long left = std::exchange(g_allocationsLeft, -1);
+    for (int i = 0; i < count; ++i) EXPECT_EQ(status(ids[i]->name), 8) << "what was made is whole";
+    for (int i = 0; i < count; ++i) orca_free_objid(ids[i]);
+    orca_free_buf(ids, static_cast<std::size_t>(count) * sizeof(orca_objid*));
+    g_allocationsLeft = left;
+  };
+  long answer = 0;
+  const std::pair<const char*, std::function<void()>> operations[] = {
+      {"claim", [&] { m_provider->claim(first.id, nullptr, nullptr); }},
+      {"prepare", [&] { m_provider->prepare(m_session, nodes, 1, 0); }},
+      {"make", make},
+      {"fini", [&] { m_provider->fini(); }},
+      {"status", [&] { m_provider->getStatus(&first.id, &second.id, 1, nullptr, 0, &answer); }},
+      {"restore",
+       [&] {
+         m_provider->restore(&first.id, &second.id, 1, nullptr, nullptr, nullptr, nullptr, 0,
+                             &answer);
+       }},
+      {"dispose", [&] { m_provider->dispose(nullptr, &second.domain, nullptr, {}); }}};
+  for (const auto& [name, operation] : operations) {
+    bool isEnough = false;
+    for (long n = 0; !isEnough; ++n) {
+      SCOPED_TRACE(std::string(name) + " with " + std::to_string(n) + " allocations");
+      g_allocationsLeft = n;
+      EXPECT_NO_THROW(operation());
+      isEnough = std::exchange(g_allocationsLeft, -1) != 0;
+    }
+  }
+}
+
+// What another user can make or change on the way to a snapshot; each is told by its name.
+TEST_F(FileSnap, BelievesNothingThatOthersCouldHaveChanged) {
+  if (!giveToUser()) GTEST_SKIP() << "only root can give files to another user";
+  ASSERT_EQ(chown(m_data.c_str(), 0, 0), 0);
+  const std::string made = snapshot();
+  const auto owns = [](const std::string& path, uid_t user) {
+    ASSERT_EQ(lchown(path.c_str(), user, user), 0) << path;
+  };
+  const auto mode = [](const std::string& path, mode_t bits) {
+    ASSERT_EQ(chmod(path.c_str(), bits), 0) << path;
+  };
+  const std::string second = m_data + "/second";
+  const struct {
+    std::string thing;
+    std::function<void()> spoil, mend;
+  } cases[] = {
+      {m_data, [&] { mode(m_data, 0777); }, [&] { mode(m_data, 0755); }},
+      {m_data, [&] { owns(m_data, kUser + 1); }, [&] { owns(m_data, 0); }},
+      {m_folder, [&] { mode(m_folder, 0770); }, [&] { mode(m_folder, 0700); }},
+      {made, [&] { owns(made, kUser + 1); }, [&] { owns(made, 0); }},
+      {made + "/info", [&] { mode(made + "/info", 0620); }, [&] { mode(made + "/info", 0600); }},
+      {made + "/data", [&] { owns(made + "/data", kUser + 1); }, [&] { owns(made + "/data", 0); }},
+      {made + "/data", [&] { fs::create_hard_link(made + "/data", second); },
+       [&] { fs::remove(second); }}};
+  for (const auto& [thing, spoil, mend] : cases) {
+    SCOPED_TRACE(thing);
+    spoil();
+    EXPECT_EQ(restore(m_file, made), 1);
+    EXPECT_THAT(lastError(), HasSubstr(": " + thing + " is not trusted: it belongs to user "));
+    EXPECT_EQ(status(made), 1);
+    mend();
+  }
+  mode(m_data, 01777);
+  EXPECT_EQ(restore(m_file, made), 0) << "nobody else can rename in a sticky folder" << lastError();
+}
+
+TEST_F(FileSnap, GivesNobodyMoreThanTheMakerOfASnapshotHas) {
+  if (!giveToUser()) GTEST_SKIP() << "only root can give files to another user";
+  asUser([&] { snapshot(); });
+  const std::string made = contents(m_folder).at(0);
+  EXPECT_EQ(restore(m_file, made), 0) << "root believes a user's word of the user's own things";
+  const std::string honest = readFile(made + "/info");
+  for (const std::string forged : {"\"owner\": 0", "\"group\": 0", "\"mode\": 2541"}) {
+    SCOPED_TRACE(forged);
+    const std::string key = forged.substr(0, forged.find(' '));
+    const std::size_t at = honest.find(key);
+    replaceIn(made + "/info", honest.substr(at, honest.find(',', at) - at), forged);
+    EXPECT_EQ(restore(m_file, made), 1);
+    EXPECT_THAT(lastError(), HasSubstr("was made by user 12345 and claims an owner, a group or"));
+    EXPECT_EQ(fs::status(m_file).permissions() & fs::perms::set_uid, fs::perms::none);
+    std::ofstream(made + "/info") << honest;
+  }
+}
+
+TEST_F(FileSnap, FollowsNoLinkOnTheWayToSnapshots) {
+  const std::string elsewhere = m_data + "/elsewhere";
+  fs::create_directory(elsewhere);
+  fs::create_directory_symlink(elsewhere, m_folder);
+  EXPECT_EQ(prepare({m_file}), 6);
+  EXPECT_THAT(lastError(), HasSubstr(m_folder + ": Too many levels of symbolic links"));
+  fs::remove(m_folder);
+  const std::string made = snapshot();
+  fs::rename(m_folder, elsewhere + "/moved");
+  fs::create_directory_symlink(elsewhere + "/moved", m_folder);
+  EXPECT_EQ(restore(m_file, made), 1);
+  EXPECT_EQ(dispose(made), 6);
+  EXPECT_EQ(contents(elsewhere + "/moved").size(), 1U);
+}
+
+TEST_F(FileSnap, RestoresOnlyTheFileThatTheSnapshotIsOf) {
+  const std::string made = snapshot();
+  const std::string other = m_data + "/other";
+  writeFile(other, "other");
+  EXPECT_EQ(restore(other, made), 1);
+  EXPECT_THAT(lastError(), HasSubstr(made + " is one of " + m_file + ", not of " + other));
+  EXPECT_EQ(readFile(other), "other");
+}
+
+TEST_F(FileSnap, SaysWhyASnapshotCannotBeRead) {
+  if (!giveToUser()) GTEST_SKIP() << "only root can give files to another user";
+  const std::string made = snapshot();
+  asUser([&] {
+    EXPECT_EQ(status(made), 1);
+    EXPECT_THAT(lastError(), HasSubstr(made + " cannot be read: Permission denied"));
+  });
 }
 
 }  // namespace
