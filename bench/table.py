@@ -45,6 +45,9 @@ ROWS = [
     ("credentials/10000", "credentials/1000", 12, "itself at a tenth"),
     ("selection/10000", "selection/1000", 12, "itself at a tenth"),
     ("import/1000", "import/100", 12, "itself at a tenth"),
+    ("filesnap/copy", "cp/sync", 1.1, "cp and sync of 256 MiB"),
+    ("filesnap/verify", "cp/md5sum", 1.5, "cp --sparse=always and md5sum"),
+    ("filesnap/files/10000", "filesnap/files/100", 1.3, "itself, a file", 100),
     ("interpose/1000", "strstr/1000", 1.5, "the same strstr loop"),
     ("claim/1000", "strstr/1000", 1.5, "the same strstr loop"),
 ]
