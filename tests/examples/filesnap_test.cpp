@@ -48,7 +48,7 @@ auto next(Function*, const char* name, Arguments... arguments) {
 
 }  // namespace
 
-#ifndef __SANITIZE_ADDRESS__
+#if !ORCA_SANITIZED
 void* operator new(std::size_t size) {
   if (g_allocationsLeft == 0) throw std::bad_alloc();
   if (g_allocationsLeft > 0) --g_allocationsLeft;
@@ -554,7 +554,7 @@ TEST_F(FileSnap, TakesManyFilesWithFewDescriptorsAndReadsEachInfoOnce) {
 }
 
 TEST_F(FileSnap, ThrowsNothingHoweverShortMemoryIs) {
-#ifdef __SANITIZE_ADDRESS__
+#if ORCA_SANITIZED
   GTEST_SKIP() << "the sanitizer allocates by itself";
 #endif
   writeFile(m_file, "small");
