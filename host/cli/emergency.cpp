@@ -21,7 +21,7 @@ namespace {
 constexpr int kCrashes[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS};
 constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr unsigned kSecondsForAnswer = 10;
-constexpr std::size_t kStackSize = 256 * 1024;
+constexpr std::size_t kStackSize = std::size_t{256} * 1024;
 
 Emergency::PrintAnswer g_printAnswer;
 Emergency::PrintText g_printInstead;
@@ -53,8 +53,8 @@ void printInstead(const char* what) {
       text[size++] = isPlain ? *part : '?';
     }
   }
-  memcpy(text + size, "\"}\n", 3);
-  g_printInstead(text, size + 3);
+  for (const char c : {'"', '}', '\n'}) text[size++] = c;
+  g_printInstead(text, size);
 }
 
 void onSignal(int number);

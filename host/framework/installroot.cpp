@@ -18,7 +18,7 @@ constexpr const char* kStoreFolders[] = {"lib/orca/configfiles", "lib/orca/cache
 // The prefix that the host is installed in; empty for one in a build tree.
 fs::path ownPrefix() {
   std::error_code ignored;
-  const fs::path prefix = fs::read_symlink("/proc/self/exe", ignored).parent_path().parent_path();
+  fs::path prefix = fs::read_symlink("/proc/self/exe", ignored).parent_path().parent_path();
   return fs::is_directory(prefix / "lib/orca", ignored) ? prefix : fs::path();
 }
 
@@ -27,7 +27,7 @@ fs::path ownPrefix() {
 std::string installRoot() {
   char* root = nullptr;
   orca_get_install_root(&root);
-  const std::string path = root == nullptr ? kDefaultRoot : root;
+  std::string path = root == nullptr ? kDefaultRoot : root;
   if (root != nullptr) orca_free_buf(root, std::strlen(root) + 1);
   return path;
 }

@@ -62,8 +62,10 @@ std::string misfit(const std::string& key, const orca_pdk::CFiConfigParamInfo& i
   for (const std::string& value : values) {
     if (fits(info, value)) continue;
     const std::string allowed = allowedValues(info);
-    return "parameter " + key + " cannot be \"" + value + "\"; it is of type " +
-           dataTypeName(info.dataType) + (allowed.empty() ? "" : ", allowed: " + allowed);
+    std::string refusal = "parameter " + key;
+    refusal.append(" cannot be \"").append(value).append("\"; it is of type ");
+    refusal.append(dataTypeName(info.dataType));
+    return allowed.empty() ? refusal : refusal.append(", allowed: ").append(allowed);
   }
   return "";
 }

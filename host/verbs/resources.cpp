@@ -21,7 +21,7 @@ void ResourceVerb::run(Context& context) {
       if (!work(run.caller, answer, resource, m_host, m_flags)) return;
       answer[done].push_back(resource);
       all += (all.empty() ? "" : ", ") + resource;
-      run.caller.setDone(done + ": " + all);
+      run.caller.setDone(std::string(done).append(": ").append(all));
     }
   });
 }
