@@ -52,7 +52,9 @@ void writeInfo(CFiXmlWriter& writer, const CFiConfigParamInfo& info) {
 tstr CFiConfigParamInfo::toXML() const {
   CFiXmlWriter writer;
   writeInfo(writer, *this);
-  return writer.text();
+  tstr text;
+  storeText(text, writer.text());
+  return text;
 }
 
 tstr CFiConfigParamData::toXML() const { return valueText(kConfigValueDocument, *this); }

@@ -185,7 +185,7 @@ void appendXmlEscaped(std::string& out, std::string_view text) {
   while (true) {
     const char* const plain = p;
     while (p != end && entityNumber(*p) == 0) ++p;
-    out.append(plain, p);
+    out += view(plain, p);
     if (p == end) return;
     out += kEntities[entityNumber(*p++) - 1].text;
   }

@@ -54,7 +54,9 @@ template <typename Entry>
 tstr valueText(const CFiValueDocument& names, const Entry& entry) {
   CFiXmlWriter writer;
   writeValue(writer, names, entry);
-  return writer.text();
+  tstr text;
+  storeText(text, writer.text());
+  return text;
 }
 
 // Rewrites the text of a list from its entries.
@@ -126,7 +128,8 @@ int readValues(const CFiValueDocument& names, const char* xml, tstr& listXml, Ma
   } catch (const std::bad_alloc&) {
     throw;
   } catch (...) {
-    tstr text = checkedText(document);  // the document may stand in the text that goes
+    tstr text;  // the document may stand in the text that goes
+    storeText(text, document);
     listXml.swap(text);
     return FI_INVALID;
   }

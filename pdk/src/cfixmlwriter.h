@@ -11,31 +11,47 @@
 
 namespace orca_pdk_4_4 {
 
-// The name of an element.
+// An element, with its tags made by the compiler.
 class CFiXmlElement {
  public:
-  consteval explicit CFiXmlElement(std::string_view name) : m_name(name) {}
+  consteval explicit CFiXmlElement(std::string_view name) : m_size(name.size()) {
+    join(m_open, "\t<", name);
+    join(m_close, "</", name);
+  }
 
-  std::string_view name() const { return m_name; }
+  // The tags of a block end their lines; that of a leaf begins one with a tab.
+  std::string_view open() const { return {m_open + 1, m_size + 3}; }
+  std::string_view leaf() const { return {m_open, m_size + 3}; }
+  std::string_view close() const { return {m_close, m_size + 4}; }
 
   // True when the reader's name is this one.
   bool is(const XMLCh* qname) const {
     if (qname == nullptr) return false;
-    for (const char c : m_name) {
-      if (*qname++ != static_cast<XMLCh>(c)) return false;
+    for (size_t i = 0; i < m_size; ++i) {
+      if (qname[i] != static_cast<XMLCh>(m_open[i + 2])) return false;
     }
-    return *qname == 0;
+    return qname[m_size] == 0;
   }
 
  private:
-  std::string_view m_name;
+  static constexpr size_t kRoom = 32;
+
+  static consteval void join(char (&tag)[kRoom], std::string_view before, std::string_view name) {
+    before.copy(tag, kRoom);
+    name.copy(tag + before.size(), kRoom);
+    std::string_view(">\n").copy(tag + before.size() + name.size(), kRoom);
+  }
+
+  size_t m_size;
+  char m_open[kRoom] = {};
+  char m_close[kRoom] = {};
 };
 
-// A copy of a text; throws std::bad_alloc where tstr itself would only stay empty.
-inline tstr checkedText(std::string_view text) {
-  tstr copy(text.data(), text.size());
-  if (copy.length() != text.size()) throw std::bad_alloc();
-  return copy;
+// Puts a text in place of another; throws std::bad_alloc where tstr itself would only keep the
+// other.
+inline void storeText(tstr& target, std::string_view text) {
+  target.set(text.data(), text.size(), true);
+  if (target.length() != text.size()) throw std::bad_alloc();
 }
 
 // Builds the text of a document: block tags alone on their lines, leaf elements one line each.
@@ -44,11 +60,11 @@ class CFiXmlWriter {
   explicit CFiXmlWriter(size_t expectedSize = 0) { m_text.reserve(expectedSize); }
 
   void declaration() { m_text += "<?xml version=\"1.0\" standalone=\"yes\" ?>\n"; }
-  void open(const CFiXmlElement& element) { tag("<", element, ">\n"); }
-  void close(const CFiXmlElement& element) { tag("</", element, ">\n"); }
+  void open(const CFiXmlElement& element) { m_text += element.open(); }
+  void close(const CFiXmlElement& element) { m_text += element.close(); }
   // A leaf element; the value is escaped.
   void leaf(const CFiXmlElement& element, std::string_view value) {
-    tag("\t<", element, ">");
+    m_text += element.leaf();
     appendXmlEscaped(m_text, value);
     close(element);
   }
@@ -58,13 +74,9 @@ class CFiXmlWriter {
     for (const std::string& value : values) leaf(element, value);
   }
 
-  tstr text() const { return checkedText(m_text); }
+  const std::string& text() const { return m_text; }
 
  private:
-  void tag(std::string_view before, const CFiXmlElement& element, std::string_view after) {
-    m_text.append(before).append(element.name()).append(after);
-  }
-
   std::string m_text;
 };
 
@@ -78,8 +90,7 @@ void writeDocument(tstr& text, const CFiXmlElement& list, const Map& entries,
   writer.open(list);
   for (const auto& [key, entry] : entries) writeEntry(writer, entry);
   writer.close(list);
-  tstr written = writer.text();
-  text.swap(written);
+  storeText(text, writer.text());
 }
 
 }  // namespace orca_pdk_4_4
