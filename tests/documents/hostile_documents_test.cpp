@@ -142,12 +142,16 @@ TEST(DocumentType, MayRepeatAttributesBy16TimesTheLengthAnd16MiB) {
             "3:");
 }
 
-TEST(HostileDocument, MayNestDeeplyAndBeLarge) {
+TEST(HostileDocument, MayNestDeeply) {
   const std::string open = repeated("<a>", 100000);
   EXPECT_EQ(valueOf(open + repeated("</a>", 100000)), "");
   EXPECT_EQ(valueOf(open), "refused");
-  const std::string large(50u << 20, 'v');
-  EXPECT_TRUE(valueOf(document(large)) == large);
+}
+
+TEST(HostileDocument, MayBeLarge) {
+  const std::string read = valueOf(document(std::string(50u << 20, 'v')));
+  EXPECT_EQ(read.find_first_not_of('v'), std::string::npos);
+  EXPECT_EQ(read.size(), 50u << 20);
 }
 
 TEST(HostileDocument, IsRefusedWithTextThatIsNotXml) {

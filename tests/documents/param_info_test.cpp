@@ -53,35 +53,46 @@ TEST(ParamInfoList, WritesItsDescriptionsInKeyOrder) {
   EXPECT_STREQ(CFiConfigParamInfoList().getXML().c_str(), "");
 }
 
-TEST(ParamInfo, NamesItsTypesAndReadsTheNames) {
+TEST(ParamInfo, NamesItsTypes) {
   const tstr usages[] = {"SELECT", "AUTO", "NO_MODIFY", "UNKNOWN"};
   const tstr types[] = {"string",   "int",          "boolean", "string_list",
                         "int_list", "boolean_list", "unknown"};
   for (int type = -1; type < 8; ++type) {
+    SCOPED_TRACE(type);
     const int usage = type < 0 || type > 3 ? 3 : type;
     const int data = type < 0 || type > 6 ? 6 : type;
     CFiConfigParamInfo info;
     info.dataType = info.usageType = type;
     const tstr block = info.toXML();
-    EXPECT_NE(block.find("\t<usageType>" + usages[usage] + "</usageType>\n"), tstr::npos) << type;
-    EXPECT_NE(block.find("\t<dataType>" + types[data] + "</dataType>\n"), tstr::npos) << type;
-    EXPECT_EQ(read(block.c_str()).usageType, usage);
-    EXPECT_EQ(read(block.c_str()).dataType, data);
+    EXPECT_NE(block.find("\t<usageType>" + usages[usage] + "</usageType>\n"), tstr::npos);
+    EXPECT_NE(block.find("\t<dataType>" + types[data] + "</dataType>\n"), tstr::npos);
+    EXPECT_EQ(read(block.c_str()).usageType, usage) << "read back";
+    EXPECT_EQ(read(block.c_str()).dataType, data) << "read back";
   }
 }
 
-TEST(ParamInfo, WritesRangesForIntTypesAndChoicesForStringLists) {
+TEST(ParamInfo, WritesItsRangeForIntTypes) {
   for (int type = 0; type <= 6; ++type) {
     for (const auto& [min, max] : {std::pair(-1, -1), {0, -1}, {-1, 5}}) {
+      SCOPED_TRACE(testing::Message() << "type " << type << ", " << min << " to " << max);
       CFiConfigParamInfo info;
       std::tie(info.dataType, info.rangeMin, info.rangeMax) = std::tie(type, min, max);
-      const bool ranged = (type == 1 || type == 4) && (min != -1 || max != -1);
-      EXPECT_EQ(info.toXML().find("<dataRange>\n") != tstr::npos, ranged) << type << min << max;
-      const tstr empty = "<selectionList>\n</selectionList>\n";
-      EXPECT_EQ(info.toXML().find(empty) != tstr::npos, type == 3) << type;
-      info.selectionList = {"c"};
-      EXPECT_EQ(info.toXML().find("selectionItem") != tstr::npos, type == 3) << type;
+      const bool isInt = type == FI_DATATYPE_INT || type == FI_DATATYPE_INT_LIST;
+      const bool isRange = min + max != -2;
+      EXPECT_EQ(info.toXML().find("<dataRange>\n") != tstr::npos, isInt ? isRange : false);
     }
+  }
+}
+
+TEST(ParamInfo, WritesItsChoicesForStringLists) {
+  for (int type = 0; type <= 6; ++type) {
+    SCOPED_TRACE(type);
+    CFiConfigParamInfo info;
+    info.dataType = type;
+    const tstr empty = "<selectionList>\n</selectionList>\n";
+    EXPECT_EQ(info.toXML().find(empty) != tstr::npos, type == FI_DATATYPE_STRING_LIST);
+    info.selectionList = {"c"};
+    EXPECT_EQ(info.toXML().find("selectionItem") != tstr::npos, type == FI_DATATYPE_STRING_LIST);
   }
 }
 
@@ -96,7 +107,7 @@ TEST(ParamInfoList, IsEmptyAfterParseWhateverTheText) {
   }
 }
 
-TEST(ParamInfoList, AnswersUnknownKeysWithADefaultAndDoesNotGrow) {
+TEST(ParamInfoList, AnswersUnknownKeysWithADefaultThatItDoesNotKeep) {
   CFiConfigParamInfoList list = twoParams();
   list.getParamInfo("none").key = "written by mistake";
   EXPECT_EQ(list.getParamInfo(nullptr).toXML(), CFiConfigParamInfo().toXML());
@@ -114,12 +125,16 @@ TEST(ParamInfoList, GivesEveryDefaultAsASingleValue) {
   EXPECT_TRUE(values.getParamData("b").valueList.empty());
 }
 
-TEST(ParamInfoHandler, ReadsAWrittenDocumentBackButNotOneInError) {
+TEST(ParamInfoHandler, ReadsAWrittenDocumentBack) {
   CFiGetConfigParamListHandler handler;
   CFiSaxParser(&handler).parse(document(kTwoBlocks));
   EXPECT_TRUE(handler.isFinished());
   EXPECT_EQ(handler.getList().getXML().c_str(), document(kTwoBlocks));
   EXPECT_EQ(handler.getList().params.at("b<&>\"'").defaultValue, " c1\n");
+}
+
+TEST(ParamInfoHandler, ThrowsTheErrorOfADocument) {
+  CFiGetConfigParamListHandler handler;
   CFiSaxParser(&handler).parse(std::string("x"));
   EXPECT_THROW(handler.getList(), xercesc::SAXParseException);
 }
