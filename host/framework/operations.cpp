@@ -119,6 +119,18 @@ bool configSet(Caller& caller, Node& node, const std::string& sessionId, const s
   return ConfigRequest(values).send(caller, Op::ConfigSet, kConfigSet, node, sessionId, completed);
 }
 
+bool reAccessTmpObj(Caller& caller, Node& snapshot, Node& source, const std::string& sessionId) {
+  std::string session = sessionId;
+  std::string splitType = caller.plugin().provider().getFimName();
+  return caller.call(
+      Op::ReAccessTmpObj, snapshot.name(),
+      {{"snapshot", snapshot.name()}, {"source", source.name()}, {"session", sessionId}},
+      [&](auto& provider) {
+        return provider.reAccessTmpObj(snapshot.domain(), snapshot.id(), splitType.data(),
+                                       source.domain(), session.data(), PYX_INTENT_NONE);
+      });
+}
+
 bool quiesce(Caller& caller, NodeSet& nodes, const std::string& sessionId) {
   std::string session = sessionId;
   return caller.call(Op::Quiesce, nodes.names(), ofSession(nodes, sessionId), [&](auto& provider) {

@@ -30,6 +30,10 @@ bool configGetParam(Caller& caller, Node& node, const std::string& sessionId,
 bool configSet(Caller& caller, Node& node, const std::string& sessionId, const std::string& values,
                std::string& completed);
 
+// Gives the provider back what it knew of a snapshot of a node in an earlier run; deInitNode of the
+// snapshot lets it go again.
+bool reAccessTmpObj(Caller& caller, Node& snapshot, Node& source, const std::string& sessionId);
+
 bool quiesce(Caller& caller, NodeSet& nodes, const std::string& sessionId);
 void unquiesce(Caller& caller, NodeSet& nodes);
 bool prePrepare(Caller& caller, Node& node);

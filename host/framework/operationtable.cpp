@@ -43,6 +43,7 @@ constexpr Operation kOperations[] = {
     {Op::DeInitNode, "deInitNode", {}, "", true},
     {Op::ConfigGetParam, "config GETPARAM", kSuccess, "", true},
     {Op::ConfigSet, "config SET", kSuccess, "", true},
+    {Op::ReAccessTmpObj, "reAccessTmpObj", kSuccess, "", true},
     {Op::Quiesce, "quiesce", kSuccess, "", true},
     {Op::Unquiesce, "unquiesce", {}, "", true},
     {Op::PrePrepare, "prePrepare", kSuccess, "", true},

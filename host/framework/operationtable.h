@@ -17,6 +17,7 @@ enum class Op {
   DeInitNode,
   ConfigGetParam,
   ConfigSet,
+  ReAccessTmpObj,
   Quiesce,
   Unquiesce,
   PrePrepare,

@@ -31,7 +31,8 @@ class Dispose : public Verb {
     store.check();
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
       const SnapshotRecord& record = own.front();
-      SnapshotSet set({record});
+      KnownSnapshots known(run.caller, {record});
+      SnapshotSet& set = known.set();
       if (!ops::dispose(run.caller, set.sources[0], set.snapshots[0])) return;
       run.caller.setDone(record.name + " was disposed, but is still in the list");
       takeOff(store, record);

@@ -20,7 +20,8 @@ class Restore : public Verb {
     const SnapshotRecords records = wantedRecords(store, m_wanted);
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
       const SnapshotRecord& record = own.front();
-      SnapshotSet set({record});
+      KnownSnapshots known(run.caller, {record});
+      SnapshotSet& set = known.set();
       std::vector<long> statuses;
       if (!ops::restore(run.caller, set.sources, set.snapshots, record.session, statuses) ||
           !areGood(run.caller, {record}, statuses)) {

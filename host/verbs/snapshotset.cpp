@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <set>
 
 #include "cli/exitstatus.h"
@@ -71,11 +72,38 @@ void refuseRelativePaths(const SnapshotRecords& records) {
   }
 }
 
+// Sends each node the values that its last snapshot was taken with. What the provider refuses now
+// is reported and stops nothing: a snapshot must not be lost over it.
+void giveValuesBack(ProviderRun& run, const SnapshotRecords& records) {
+  std::map<std::string, const SnapshotRecord*> last;
+  for (const SnapshotRecord& record : records) last[record.node] = &record;
+  NodeSet& nodes = run.lifecycle.nodes();
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    const SnapshotRecord& record = *last.at(nodes[i].name());
+    std::string completed;
+    if (record.values.empty()) continue;
+    ops::configSet(run.caller, nodes[i], record.session, record.values, completed);
+  }
+}
+
 }  // namespace
 
 SnapshotSet::SnapshotSet(const SnapshotRecords& records)
     : sources(textsOf(records, &SnapshotRecord::node)),
       snapshots(textsOf(records, &SnapshotRecord::name)) {}
+
+KnownSnapshots::KnownSnapshots(Caller& caller, const SnapshotRecords& records)
+    : m_caller(caller), m_set(records) {
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    ops::reAccessTmpObj(caller, m_set.snapshots[i], m_set.sources[i], records[i].session);
+  }
+}
+
+KnownSnapshots::~KnownSnapshots() {
+  for (std::size_t i = 0; i < m_set.snapshots.size(); ++i) {
+    ops::deInitNode(m_caller, m_set.snapshots[i]);
+  }
+}
 
 std::vector<long> askStatus(Caller& caller, const std::string& sessionId, SnapshotSet& set) {
   std::vector<long> statuses;
@@ -139,6 +167,7 @@ void workOnSnapshots(Context& context, const WantedSnapshots& wanted,
     refuseRelativePaths(own);
     const auto nodes = distinct(textsOf(own, &SnapshotRecord::node));
     if (!run.lifecycle.begin(nodes, Lifecycle::Claim::No)) return;
+    giveValuesBack(run, own);
     work(run, own);
   });
 }

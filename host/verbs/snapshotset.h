@@ -20,6 +20,22 @@ struct SnapshotSet {
   NodeSet snapshots;
 };
 
+// Snapshots of an earlier run as the provider finds them: it gets back what it knew of them for the
+// scope.
+class KnownSnapshots {
+ public:
+  KnownSnapshots(Caller& caller, const SnapshotRecords& records);
+  ~KnownSnapshots();
+  KnownSnapshots(const KnownSnapshots&) = delete;
+  KnownSnapshots& operator=(const KnownSnapshots&) = delete;
+
+  SnapshotSet& set() { return m_set; }
+
+ private:
+  Caller& m_caller;
+  SnapshotSet m_set;
+};
+
 // Asks for the state of snapshots of one session; one status each, or nothing after a failure.
 std::vector<long> askStatus(Caller& caller, const std::string& sessionId, SnapshotSet& set);
 
@@ -43,7 +59,8 @@ struct WantedSnapshots {
 // too, and then stands as such in `wanted`. Throws a Problem for one that is not known.
 SnapshotRecords wantedRecords(const StateStore& store, WantedSnapshots& wanted);
 
-// Loads the plug-in of these records, sets their nodes up, lets `work` do its part with the records
+// Loads the plug-in of these records, sets their nodes up with the values that the last snapshot of
+// each was taken with, lets `work` do its part with the records
 // that are this provider's, and ends all that was begun. Throws a Problem where a wanted snapshot
 // belongs to another provider.
 using SnapshotWork = std::function<void(ProviderRun&, const SnapshotRecords&)>;

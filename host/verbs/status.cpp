@@ -28,8 +28,9 @@ class Status : public Verb {
     if (records.empty()) return;
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
       for (const auto& [session, members] : bySession(own)) {
-        SnapshotSet set(members);
-        tellStatuses(run.caller, context.report, members, askStatus(run.caller, session, set));
+        KnownSnapshots known(run.caller, members);
+        tellStatuses(run.caller, context.report, members,
+                     askStatus(run.caller, session, known.set()));
       }
     });
   }

@@ -44,10 +44,11 @@ TEST_F(LifeCycle, TakesKeepsRestoresAndDisposesASnapshot) {
   EXPECT_THAT(listed["values"].get<std::string>(),
               AllOf(HasSubstr("<value>3</value>"), HasSubstr("<value>auto</value>")));
 
-  const Words frame{"init", "initNode", "", "deInitNode", "fini"};
+  const Words frame{"init", "initNode",   "config SET", "reAccessTmpObj",
+                    "",     "deInitNode", "deInitNode", "fini"};
   for (const char* verb : {"getStatus", "restore", "dispose"}) {
     Words expected = frame;
-    expected[2] = verb;
+    expected[4] = verb;
     const std::string name = verb == std::string("getStatus") ? "status" : verb;
     const Json answer = runJson({name, "snap:/data/a"}, 0);
     EXPECT_EQ(operations(answer), expected);
