@@ -1,6 +1,6 @@
-// Value documents. parse against the same reader with a handler that does nothing (wanted: at most
-// 1.3 times its time); updateXML against parse (wanted: at most 0.25 of its time). The time of a
-// value should not depend on how many there are.
+// Value documents: parse against the same reader with a handler that does nothing; updateXML as
+// time a value. The program is linked at several places of the code, since the same code can take a
+// tenth more or less time elsewhere.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -59,7 +59,7 @@ void updateXML(benchmark::State& state) {
 }
 
 void sizes(benchmark::internal::Benchmark* bench) {
-  bench->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+  bench->Arg(20)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 }
 
 BENCHMARK(readOnly)->Name("document/read with an empty handler")->Apply(sizes);
