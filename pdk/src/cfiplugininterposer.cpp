@@ -303,7 +303,9 @@ const std::map<std::string, std::vector<SFiFimInfo>>& CFiPluginInterposer::fims(
 }
 
 std::string CFiPluginInterposer::marker() const {
-  return "<" + CFiStringTool::tstr2str(getProviderName()) + ">";
+  std::string text(1, '<');
+  text += CFiStringTool::tstr2str(getProviderName());
+  return text += '>';
 }
 
 CFiPluginInterposer::FimMap::const_iterator CFiPluginInterposer::findPattern(
