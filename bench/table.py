@@ -35,7 +35,7 @@ ROWS = [
     ("V_sscanf_words", "sscanf_words", 1.0, "the C library"),
     ("add_defaults/1000", "add_defaults/100", 150, "itself at 100 into 100"),
     ("trace/filtered", "bare/read_settings", 1.3, "bare open, read, close"),
-    ("trace/written", "bare/read_settings_and_append", 1.3, "the same and open, write, close"),
+    ("trace/written", "bare/read_settings_and_append", 1.3, "the same and open, fstat, write, close"),
     ("Exec/true", "popen/true", 0.5, "popen, read, pclose"),
     ("Exec/true_with_input", "popen/true", 1.0, "popen, read, pclose"),
     ("Exec/true_4GiB", "Exec/true", 1.5, "itself in a small process"),

@@ -1,11 +1,12 @@
 // A trace call against the system calls that it cannot do without: the settings file is read for
-// each call, and each written line opens and closes the trace file.
+// each call, and each written line opens the trace file, looks at whose it is, and closes it.
 //
 // The places of both files are fixed. Run it where they are a test's own:
 //
 //   tests/support/private_usr.sh BUILD/bench/orca_bench --benchmark_filter='trace|bare'
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -63,6 +64,8 @@ void readSettings() {
 
 void appendLine(const std::string& line) {
   const int fd = open(kBareFile, O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+  struct stat status;
+  benchmark::DoNotOptimize(fstat(fd, &status) == 0 && status.st_uid == geteuid());
   benchmark::DoNotOptimize(write(fd, line.data(), line.size()));
   close(fd);
 }
