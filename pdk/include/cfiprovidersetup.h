@@ -3,11 +3,14 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "cfiexport.h"
+#include "cfifailure.h"
 #include "cfimsgcatalogmgr.h"
 #include "cfipluginbase.h"
+#include "cfitracelog.h"
 #include "cfitypes.h"
 
 namespace orca_pdk_4_4 {
@@ -19,13 +22,15 @@ struct ORCA_PDK_API SFiProviderIdentity {
   SFiProviderIdentity& operator=(const SFiProviderIdentity&);
   ~SFiProviderIdentity();
 
-  std::string providerName;            // also the component of the trace log
-  std::string fimName;                 // the FI type that the provider serves
-  std::string catalogName;             // message catalog; empty: the provider's name
-  std::string defaultLanguage = "en";  // language that stands in where another has no text
-  std::string nativeLanguage;          // empty: taken from LC_ALL, LC_MESSAGES, LANG
-  long messageIndexOffset = 0;         // see CFiPluginBase::setMessageIndexOffset
-  int traceLevel = FI_TRACE_INFO;      // stored where no level is stored yet; 0: no tracing
+  std::string providerName;                 // also the component of the trace log
+  std::string fimName;                      // the FI type that the provider serves
+  std::string catalogName;                  // message catalog; empty: the provider's name
+  std::string defaultLanguage = "en";       // language that stands in where another has no text
+  std::string nativeLanguage;               // empty: taken from LC_ALL, LC_MESSAGES, LANG
+  std::string unexpectedId = "UNEXPECTED";  // message of what nobody expected: {0} is the
+                                            // operation, {1} the cause
+  long messageIndexOffset = 0;              // see CFiPluginBase::setMessageIndexOffset
+  int traceLevel = FI_TRACE_INFO;           // stored where no level is stored yet; 0: no tracing
 };
 
 // A provider's managers, set up in one place. Held as a member of the provider:
@@ -59,11 +64,60 @@ class ORCA_PDK_API CFiProviderSetup {
   void pushMessage(const std::string& id, pyx_eseverity severity,
                    const std::vector<icu::Formattable>& arguments);
 
+  // The same with the failure's message and arguments. Nothing in an argument is taken for
+  // formatting or cuts the message: "<", which delimits messages on their way, becomes "\u2039", a
+  // zero "\u2400", and what is no UTF-8 "\uFFFD".
+  void push(const SFiFailure& failure, pyx_eseverity severity = PYX_SEV_ERROR);
+
+  // Runs the body of an operation in its trace scope and returns the body's result, FI_OK where it
+  // has none. Nothing is thrown past it, also not when memory is short: an SFiFailure becomes the
+  // last error and its result; any other exception is told by the message `unexpectedId`, and
+  // returns FI_NO_MEMORY for std::bad_alloc, else FI_FAILED. Where there is no memory for the
+  // message the result alone tells what happened. The last two are the place of the call.
+  //
+  //   int make(...) override {
+  //     return m_setup.guarded("make", [&] { ... });
+  //   }
+  template <typename Body>
+  int guarded(const char* operation, Body body, pyx_eseverity severity = PYX_SEV_ERROR,
+              const char* file = __builtin_FILE(), int line = __builtin_LINE()) noexcept {
+    try {
+      const CFiTraceLogFunction scope(m_provider.getTraceLog(), operation, line, file);
+      if constexpr (std::is_void_v<decltype(body())>) {
+        body();
+        return FI_OK;
+      } else {
+        return body();
+      }
+    } catch (...) {
+      return pushCurrent(operation, severity);
+    }
+  }
+
+  // Keeps private data of the provider's own class for each node: Data derives from CFiPrivateData
+  // and has a constructor that takes an object id. To be called before the first node is set up.
+  template <typename Data>
+  void keepPrivateData() {
+    keepPrivateDataIn(new MapOf<Data>);
+  }
+
  private:
+  template <typename Data>
+  class MapOf : public CFiPrivateDataMap {
+   protected:
+    CFiPrivateData* create(pyx_domain* domain) override { return new Data(domain->objid); }
+  };
+
+  // Makes the current exception the last error; returns the result that it stands for.
+  int pushCurrent(const char* operation, pyx_eseverity severity) noexcept;
+  SFiFailure currentFailure(const char* operation, int& result) const;
+  void keepPrivateDataIn(CFiPrivateDataMap* map);
+
   class ErrorFeed;
   class Catalogs;
 
   CFiPluginBase& m_provider;
+  std::string m_unexpectedId;
   std::shared_ptr<ErrorFeed> m_feed;
   std::unique_ptr<Catalogs> m_catalogs;
 };

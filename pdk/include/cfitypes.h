@@ -34,6 +34,42 @@ enum EFiTraceLevel : int {
   FI_TRACE_DETAIL = 6  // function entry and exit, and details
 };
 
+// Kind of the object id of a node.
+enum EFiObjidKind : int { FI_OBJID_NODE = 3 };
+
+// Statuses that getStatus gives a snapshot.
+enum EFiSnapshotStatus : long {
+  FI_SNAPSHOT_ABSENT = 0,   // there is none, or it is not of this source
+  FI_SNAPSHOT_DAMAGED = 1,  // it is there, but cannot be used
+  FI_SNAPSHOT_READY = 8
+};
+
+// Statuses that restore gives a pair of source and snapshot.
+enum EFiRestoreStatus : long { FI_RESTORE_DONE = 0, FI_RESTORE_FAILED = 1 };
+
+// Modes of config.
+enum EFiConfigMode : int {
+  FI_CONFIG_GET = 1,       // hands the values out
+  FI_CONFIG_SET = 2,       // takes values
+  FI_CONFIG_CLEAR = 3,     // forgets the values
+  FI_CONFIG_GETPARAM = 4,  // hands the descriptions out
+  FI_CONFIG_SETPARAM = 5   // the same as FI_CONFIG_SET
+};
+
+// Flags of a node's record.
+enum EFiNodeFlag : uint32_t {
+  FI_NODE_READY = 0x8,       // set by isReady
+  FI_NODE_ACCESS_OFF = 0x40  // set by disableAccess, cleared by enableAccess
+};
+
+// Flags of importResource and deportResource.
+enum EFiImportFlag : int {
+  FI_IMPORT_READ_WRITE = 0x1,
+  FI_IMPORT_READ_ONLY = 0x2,
+  FI_DEPORT_READ_ONLY = 0x10,  // withdraws a read-only import
+  FI_DEPORT = 0x20             // withdraws any other
+};
+
 }  // namespace orca_pdk_4_4
 
 namespace orca_pdk = orca_pdk_4_4;

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "cfiexecpipebase.h"
 #include "cfistringtool.h"
 #include "cfitracelog.h"
+#include "cfiudid.h"
 
 namespace orca_pdk_4_4 {
 
@@ -35,9 +37,8 @@ CFiMessageCatalogManagerPtr newCatalogManager() {
   return CFiMessageCatalogManagerPtr(first ? Slot::allocate() : new CFiMessageCatalogManager);
 }
 
-CFiPrivateDataManagerPtr newPrivateDataMap(const CFiTraceLogPtr& log) {
+CFiPrivateDataManagerPtr holderOf(CFiPrivateDataMap* map, const CFiTraceLogPtr& log) {
   using Slot = CFiContextSingletonAllocator<CFiPrivateDataManager>;
-  auto* map = new CFiPrivateDataMap;
   CFiPrivateDataManagerPtr holder(map);
   map->registerTraceLog(log);
   if (Slot::instance() == nullptr) Slot::setInstance(map);
@@ -55,6 +56,14 @@ int traceLevelOf(pyx_eseverity severity) {
     default:
       return FI_TRACE_DETAIL;
   }
+}
+
+// Text that a message can carry.
+icu::UnicodeString carried(const std::string& text) {
+  icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(text);
+  unicode.findAndReplace(icu::UnicodeString(u'<'), icu::UnicodeString(u'\u2039'));
+  unicode.findAndReplace(icu::UnicodeString(UChar{0}), icu::UnicodeString(u'\u2400'));
+  return unicode;
 }
 
 }  // namespace
@@ -115,6 +124,7 @@ SFiProviderIdentity::~SFiProviderIdentity() = default;
 
 CFiProviderSetup::CFiProviderSetup(CFiPluginBase& provider, const SFiProviderIdentity& identity)
     : m_provider(provider),
+      m_unexpectedId(identity.unexpectedId),
       m_feed(ErrorFeed::get()),
       m_catalogs(std::make_unique<Catalogs>(identity)) {
   const tstr name = CFiStringTool::str2tstr(identity.providerName);
@@ -127,7 +137,7 @@ CFiProviderSetup::CFiProviderSetup(CFiPluginBase& provider, const SFiProviderIde
   provider.registerTraceLog(log);
   provider.registerErrorManager(m_feed->errors());
   provider.registerCatalogManager(m_catalogs->manager());
-  provider.registerPrivateDataManager(newPrivateDataMap(log));
+  provider.registerPrivateDataManager(holderOf(new CFiPrivateDataMap, log));
   provider.registerSessionManager(
       CFiSessionManagerPtr(CFiContextSingletonAllocator<CFiSessionManager>::allocate()));
 }
@@ -145,6 +155,53 @@ void CFiProviderSetup::pushMessage(const std::string& id, pyx_eseverity severity
     log->trace(traceLevelOf(severity), "%s: %s", id.c_str(), sentence.c_str());
   }
   if (m_provider.errorManager()) m_provider.errorManager()->pushError(message);
+}
+
+void CFiProviderSetup::push(const SFiFailure& failure, pyx_eseverity severity) {
+  std::vector<icu::Formattable> arguments;
+  arguments.reserve(failure.arguments.size());
+  for (const CFiArgument& argument : failure.arguments) {
+    arguments.emplace_back(carried(argument.text()));
+  }
+  pushMessage(failure.messageId, severity, arguments);
+}
+
+SFiFailure CFiProviderSetup::currentFailure(const char* operation, int& result) const {
+  const auto unexpected = [&](int code, const std::string& cause) -> SFiFailure {
+    result = code;
+    return {m_unexpectedId, {operation, cause}, code};
+  };
+  try {
+    throw;
+  } catch (const SFiFailure& failure) {
+    result = failure.result;
+    return failure;
+  } catch (const std::bad_alloc&) {
+    result = FI_NO_MEMORY;
+    return unexpected(FI_NO_MEMORY, "no memory");
+  } catch (const std::exception& error) {
+    return unexpected(FI_FAILED, error.what());
+  } catch (const CFiUdidException& error) {
+    return unexpected(FI_FAILED, error.text);
+  } catch (const EFiExecPipe& error) {
+    return unexpected(FI_FAILED, error.message);
+  } catch (...) {
+    return unexpected(FI_FAILED, "unknown exception");
+  }
+}
+
+int CFiProviderSetup::pushCurrent(const char* operation, pyx_eseverity severity) noexcept {
+  int result = FI_FAILED;
+  try {
+    push(currentFailure(operation, result), severity);
+  } catch (...) {
+    // Without memory the result alone tells what happened.
+  }
+  return result;
+}
+
+void CFiProviderSetup::keepPrivateDataIn(CFiPrivateDataMap* map) {
+  m_provider.registerPrivateDataManager(holderOf(map, m_feed->log()));
 }
 
 }  // namespace orca_pdk_4_4

@@ -1,9 +1,13 @@
 #include "cfiprovidersetup.h"
 
 #include <cstdlib>
+#include <functional>
 #include <memory>
 
 #include "cficonfiguration.h"
+#include "cfiobjidlist.h"
+#include "cfiudid.h"
+#include "fiutil_accounting.h"
 #include "framework/test_provider.h"
 
 namespace orca_tests {
@@ -38,7 +42,8 @@ class ProviderSetup : public ::testing::Test {
       const std::string bundle = std::string(dir.c_str()) + file.c_str();
       for (const std::string language : {"root", "en", "de"}) {
         const std::string source = bundle + "/" + language + ".txt";
-        writeFile(source, language + " { MSG_A { \"" + language + " {0}\" } }\n");
+        writeFile(source, language + " { MSG_A { \"" + language +
+                              " {0}\" } UNEXPECTED { \"{0} failed: {1}\" } }\n");
         EXPECT_EQ(std::system(("genrb -q -d " + bundle + " " + source).c_str()), 0);
       }
     }
@@ -100,6 +105,79 @@ TEST_F(ProviderSetup, MakesAPushedMessageTheLastErrorUntilItIsDeleted) {
   EXPECT_EQ(lastErrorIn(*one, "de"), "one: de MSG_A");
   one->delLastError(nullptr);
   EXPECT_EQ(lastErrorIn(*one, "de"), "(null)");
+}
+
+TEST_F(ProviderSetup, MakesWhatAnOperationThrowsTheLastErrorAndAResult) {
+  const auto one = provider("one");
+  const std::filesystem::path path = "/a<b";
+  const std::tuple<std::function<int()>, int, std::string> cases[] = {
+      {[] { return 77; }, 77, "(null)"},
+      {[&]() -> int {
+         throw SFiFailure{"MSG_A", {path}, FI_INVALID};
+       },
+       3, "one: en /a\u2039b"},
+      {[]() -> int {
+         throw SFiFailure{"MSG_A", {std::string("a\0\xFF", 3)}};
+       },
+       6, "one: en a\u2400\uFFFD"},
+      {[]() -> int {
+         throw SFiFailure{"MSG_A", {-5L}};
+       },
+       6, "one: en -5"},
+      {[]() -> int { throw std::bad_alloc(); }, 5, "one: make failed: no memory"},
+      {[]() -> int { throw std::runtime_error("why"); }, 6, "one: make failed: why"},
+      {[]() -> int {
+         throw CFiUdidException{"UDID##", 2};
+       },
+       6, "one: make failed: UDID##"},
+      {[]() -> int { throw 1; }, 6, "one: make failed: unknown exception"}};
+  for (const auto& [body, result, sentence] : cases) {
+    one->delLastError(nullptr);
+    EXPECT_EQ(one->setup.guarded("make", body), result) << sentence;
+    EXPECT_EQ(lastErrorIn(*one, "en"), sentence);
+  }
+}
+
+TEST_F(ProviderSetup, TracesAnOperationWithThePlaceOfItsBody) {
+  const auto one = provider("one");
+  m_recorder.lines.clear();
+  EXPECT_EQ(one->setup.guarded("make", [] {}), FI_OK);
+  const std::string place = " Function make [" + std::to_string(__LINE__ - 1);
+  EXPECT_EQ(m_recorder.lines, (Texts{"6 Entering" + place + ", provider_setup_test.cpp]",
+                                     "6 Exiting" + place + ", provider_setup_test.cpp]"}));
+}
+
+TEST_F(ProviderSetup, KeepsPrivateDataOfTheProvidersOwnClass) {
+  struct Data : CFiPrivateData {
+    using CFiPrivateData::CFiPrivateData;
+    int own = 7;
+  };
+  const auto one = provider("one");
+  one->setup.keepPrivateData<Data>();
+  pyx_domain node{};
+  const CFiPrivateDataPtr data = one->privateDataManager()->findOrCreate(&node, 0);
+  EXPECT_EQ(static_cast<Data*>(data.get())->own, 7);
+  EXPECT_EQ(data->getTraceLog().get(), one->getTraceLog().get());
+}
+
+TEST(ObjidList, FreesWhatItDoesNotHandOver) {
+  orca_accounting_reset();
+  orca_objid** ids = nullptr;
+  int count = 7;
+  CFiObjidList().handOver(ids, count);
+  EXPECT_EQ(count, 0);
+  {
+    CFiObjidList list, lost;
+    for (const char* name : {"a", "b"}) list.add(name);
+    lost.add("c");
+    list.handOver(ids, count);
+  }
+  ASSERT_EQ(count, 2);
+  EXPECT_STREQ(ids[1]->name, "b");
+  EXPECT_EQ(ids[1]->kind, 3);
+  for (int i = 0; i < count; ++i) orca_free_objid(ids[i]);
+  orca_free_buf(ids, 2 * sizeof *ids);
+  EXPECT_EQ(orca_accounting_report(nullptr, nullptr), 0U);
 }
 
 TEST_F(ProviderSetup, FeedsTheErrorManagerUntilTheLastSetUpEnds) {
