@@ -1,13 +1,11 @@
 #include "failure.h"
 
-#include <cfitypes.h>
-
 #include <system_error>
 #include <utility>
 
 namespace filesnap {
 
-Failure failure(std::string messageId, std::vector<std::string> arguments) {
+Failure failure(std::string messageId, std::vector<orca_pdk::CFiArgument> arguments) {
   return {std::move(messageId), std::move(arguments), orca_pdk::FI_FAILED};
 }
 

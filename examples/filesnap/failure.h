@@ -1,6 +1,8 @@
 #ifndef FILESNAP_FAILURE_H
 #define FILESNAP_FAILURE_H
 
+#include <cfifailure.h>
+
 #include <cerrno>
 #include <filesystem>
 #include <string>
@@ -9,16 +11,10 @@
 
 namespace filesnap {
 
-// Why an operation cannot go on: a message of the catalog and its arguments. Thrown inside the
-// provider only; each operation turns it into a message record and a result.
-struct Failure {
-  std::string messageId;
-  std::vector<std::string> arguments;
-  int result;
-};
+using Failure = orca_pdk::SFiFailure;
 
 // A failure with result FI_FAILED.
-Failure failure(std::string messageId, std::vector<std::string> arguments);
+Failure failure(std::string messageId, std::vector<orca_pdk::CFiArgument> arguments);
 
 // The system's words for an error number, the current one by default.
 std::string cause(int error = errno);
@@ -29,7 +25,7 @@ auto withMessage(const char* messageId, const std::filesystem::path& object, Ste
   try {
     return step();
   } catch (const std::system_error& error) {
-    throw failure(messageId, {object.string(), cause(error.code().value())});
+    throw failure(messageId, {object, cause(error.code().value())});
   }
 }
 

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "failure.h"
-#include "guard.h"
 #include "parameters.h"
 #include "retention.h"
 #include "snapshotmaking.h"
@@ -23,13 +22,13 @@ namespace {
 using namespace orca_pdk;
 namespace fs = std::filesystem;
 
-constexpr char kSource[] = "../filesnap";
 constexpr char kTraceFolder[] = "/usr/tarn/keystone/logs/frzcmd";
 
 SFiProviderIdentity identity() {
   SFiProviderIdentity identity;
   identity.providerName = "filesnap";
   identity.fimName = "filesnap";
+  identity.unexpectedId = "FILESNAP_INTERNAL";
   // Without the product's log folder every start would only complain that it is missing.
   std::error_code ignored;
   identity.traceLevel = fs::is_directory(kTraceFolder, ignored) ? FI_TRACE_INFO : 0;
@@ -51,16 +50,6 @@ fs::path pathOf(const orca_objid* id) {
   return id->name;
 }
 
-// Arguments of messages: a "<" would cut them on their way.
-std::vector<icu::Formattable> formattables(const std::vector<std::string>& texts) {
-  std::vector<icu::Formattable> arguments;
-  arguments.reserve(texts.size());
-  for (const std::string& text : texts) {
-    arguments.emplace_back(CFiStringTool::str2ustr(CFiStringTool::searchreplace(text, "<", "(")));
-  }
-  return arguments;
-}
-
 }  // namespace
 
 class FileSnap : public CFiPluginBase {
@@ -73,7 +62,7 @@ class FileSnap : public CFiPluginBase {
   void fini() override { settleLimits(); }
 
   int claim(orca_objid* primary, orca_objid*** secondaries, int* count) override {
-    const int claimed = operation("claim", __LINE__, [&]() -> int {
+    const int claimed = m_setup.guarded("claim", [&]() -> int {
       if (!hasName(primary) || !openSource(primary->name)) return PYX_CLAIM_NONE;
       if (secondaries != nullptr) *secondaries = nullptr;
       if (count != nullptr) *count = 0;
@@ -83,7 +72,7 @@ class FileSnap : public CFiPluginBase {
   }
 
   int supportsFiType(pyx_domain* domain, char* fiType) override {
-    return operation("supportsFiType", __LINE__, [&]() -> int {
+    return m_setup.guarded("supportsFiType", [&]() -> int {
       CFiPluginBase::supportsFiType(domain, fiType);
       const std::string type = fiType == nullptr ? "" : fiType;
       if (type != getFimName() && type != "any") return FI_OK;
@@ -93,7 +82,7 @@ class FileSnap : public CFiPluginBase {
   }
 
   int initNode(pyx_domain* domain, pyx_domain**, int, orca_objid*) override {
-    return operation("initNode", __LINE__, [&] {
+    return m_setup.guarded("initNode", [&] {
       const fs::path path = pathOf(domain);
       if (!findOrCreatePrivateData(domain, 0)) return FI_INVALID;
       m_nodes[path] = domain;
@@ -104,7 +93,7 @@ class FileSnap : public CFiPluginBase {
 
   void deInitNode(pyx_domain* domain) override {
     settleLimits();
-    operation("deInitNode", __LINE__, [&] {
+    m_setup.guarded("deInitNode", [&] {
       if (domain != nullptr && hasName(domain->objid)) m_nodes.erase(domain->objid->name);
       CFiPluginBase::deInitNode(domain);
       return FI_OK;
@@ -113,7 +102,7 @@ class FileSnap : public CFiPluginBase {
 
   // Values are checked before they are taken, so that refused ones change nothing.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
-    return operation("config", __LINE__, [&] {
+    return m_setup.guarded("config", [&] {
       const bool sets = (mode == 2 || mode == 5) && spec != nullptr && spec->first != 0;
       if (sets) checkValues(spec->text);
       return CFiPluginBase::config(domain, mode, sessionId, spec);
@@ -122,7 +111,7 @@ class FileSnap : public CFiPluginBase {
 
   int prepare(char* sessionId, pyx_splitnode** nodes, int count, int) override {
     settleLimits();  // of a session whose nodes were not given up
-    return operation("prepare", __LINE__, [&] {
+    return m_setup.guarded("prepare", [&] {
       beginSession();
       const std::vector<pyx_domain*> domains = domainsOf(nodes, count);
       for (pyx_domain* domain : domains) {
@@ -135,7 +124,7 @@ class FileSnap : public CFiPluginBase {
 
   int make(char* sessionId, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
-    return operation("make", __LINE__, [&]() -> int {
+    return m_setup.guarded("make", [&]() -> int {
       require(snapshots != nullptr && snapshotCount != nullptr, "place for the snapshots");
       beginSession();
       const std::vector<Request> requests = requestsFor(domainsOf(nodes, count));
@@ -146,7 +135,9 @@ class FileSnap : public CFiPluginBase {
       // All of them or none.
       try {
         noteLimits(requests, made);
-        handOut(made, *snapshots, *snapshotCount);
+        CFiObjidList ids;
+        for (const fs::path& path : made) ids.add(path);
+        ids.handOver(*snapshots, *snapshotCount);
       } catch (...) {
         withdraw(made);
         throw;
@@ -157,7 +148,7 @@ class FileSnap : public CFiPluginBase {
 
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
-    return operation("getStatus", __LINE__, [&] {
+    return m_setup.guarded("getStatus", [&] {
       require(count <= 0 || (snapshots != nullptr && statuses != nullptr), "snapshot list");
       for (long i = 0; i < count; ++i) {
         const bool deep = sources != nullptr && isDeep(sources[i]);
@@ -169,7 +160,7 @@ class FileSnap : public CFiPluginBase {
 
   int restore(orca_objid** sources, orca_objid** snapshots, long count, char*, char*, char***,
               long*, long, long* statuses) override {
-    return operation("restore", __LINE__, [&] {
+    return m_setup.guarded("restore", [&] {
       require(count <= 0 || (sources != nullptr && snapshots != nullptr), "snapshot list");
       for (long i = 0; i < count; ++i) {
         pathOf(snapshots[i]);
@@ -177,7 +168,7 @@ class FileSnap : public CFiPluginBase {
       }
       int result = FI_OK;
       for (long i = 0; i < count; ++i) {
-        const int restored = operation("restoreSnapshot", 0, [&] {
+        const int restored = m_setup.guarded("restoreSnapshot", [&] {
           restoreSnapshot(pathOf(snapshots[i]), pathOf(sources[i]));
           return FI_OK;
         });
@@ -189,7 +180,7 @@ class FileSnap : public CFiPluginBase {
   }
 
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
-    return operation("dispose", __LINE__, [&] {
+    return m_setup.guarded("dispose", [&] {
       const bool hasSecond = node != nullptr && node->second != nullptr;
       removeSnapshot(pathOf(hasSecond ? node->second : second));
       return FI_OK;
@@ -197,7 +188,7 @@ class FileSnap : public CFiPluginBase {
   }
 
   int processProviderState(pyx_domain* domain, pyx_blob* blob, pyx_op_providerstate what) override {
-    return operation("processProviderState", __LINE__, [&]() -> int {
+    return m_setup.guarded("processProviderState", [&]() -> int {
       const CFiPrivateDataPtr data = findPrivateData(domain);
       if (what != PYX_OPSTATE_GET || blob == nullptr || !data) {
         return CFiPluginBase::processProviderState(domain, blob, what);
@@ -207,47 +198,16 @@ class FileSnap : public CFiPluginBase {
   }
 
  private:
-  // Runs the body of an operation in its trace scope. Nothing is thrown past it: what goes wrong
-  // becomes the last error and a result.
-  template <typename Body>
-  int operation(const char* name, int line, Body body,
-                pyx_eseverity severity = PYX_SEV_ERROR) noexcept {
-    return guarded(
-        [&]() -> int {
-          const CFiTraceLogFunction scope(getTraceLog(), name, line, kSource);
-          return body();
-        },
-        [&] { return report(name, severity); }, FI_FAILED);
-  }
-
-  // Makes the exception that is current the last error; returns the result that it stands for.
-  int report(const char* name, pyx_eseverity severity) {
-    try {
-      throw;
-    } catch (const Failure& failed) {
-      return push(failed, severity);
-    } catch (const std::bad_alloc& error) {
-      return push({"FILESNAP_INTERNAL", {name, error.what()}, FI_NO_MEMORY}, severity);
-    } catch (const std::exception& error) {
-      return push(failure("FILESNAP_INTERNAL", {name, error.what()}), severity);
-    }
-  }
-
-  int push(const Failure& failed, pyx_eseverity severity) {
-    m_setup.pushMessage(failed.messageId, severity, formattables(failed.arguments));
-    return failed.result;
-  }
-
   static void require(bool isGiven, const char* what) {
     if (!isGiven) throw Failure{"FILESNAP_NO_NODE", {what}, FI_INVALID};
   }
 
   SnapshotState stateOf(const orca_objid* snapshot, bool deep) {
     SnapshotState state = SnapshotState::kDamaged;
-    operation("checkSnapshot", 0, [&] {
+    m_setup.guarded("checkSnapshot", [&] {
       state = checkSnapshot(pathOf(snapshot), deep);
       if (state == SnapshotState::kAbsent) {
-        push(failure("FILESNAP_ABSENT", {snapshot->name}), PYX_SEV_WARNING);
+        m_setup.push(failure("FILESNAP_ABSENT", {snapshot->name}), PYX_SEV_WARNING);
       }
       return FI_OK;
     });
@@ -293,24 +253,6 @@ class FileSnap : public CFiPluginBase {
     return requests;
   }
 
-  // Nothing is handed out when memory is short.
-  static void handOut(const std::vector<fs::path>& paths, orca_objid**& snapshots, int& count) {
-    const std::size_t size = paths.size() * sizeof(orca_objid*);
-    auto** ids = static_cast<orca_objid**>(orca_alloc_buf(size));
-    bool isWhole = ids != nullptr;
-    for (std::size_t i = 0; isWhole && i < paths.size(); ++i) {
-      ids[i] = orca_get_objid(paths[i].c_str(), paths[i].native().size() + 1, 3);
-      isWhole = ids[i] != nullptr;
-    }
-    if (!isWhole) {
-      for (std::size_t i = 0; ids != nullptr && i < paths.size(); ++i) orca_free_objid(ids[i]);
-      orca_free_buf(ids, size);
-      throw std::bad_alloc();
-    }
-    snapshots = ids;
-    count = static_cast<int>(paths.size());
-  }
-
   void beginSession() {
     if (m_begun == 0) m_begun = now();
   }
@@ -334,8 +276,8 @@ class FileSnap : public CFiPluginBase {
   }
 
   void settleFolder(const fs::path& folder, const FolderLimits& limits) noexcept {
-    operation(
-        "settleFolder", 0,
+    m_setup.guarded(
+        "settleFolder",
         [&] {
           for (const fs::path& old : removeOldest(folder, limits, m_begun)) {
             traceLine(FI_TRACE_INFO, "removed %s, beyond the number of snapshots to keep",

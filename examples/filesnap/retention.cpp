@@ -1,12 +1,12 @@
 #include "retention.h"
 
+#include <cfifilelock.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 
 #include "failure.h"
-#include "folderlock.h"
 #include "snapshotmaking.h"
 #include "snapshotstore.h"
 
@@ -16,6 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Under the prefix of temporaries, with as many characters: what a kill leaves is swept like them.
+constexpr char kLock[] = ".filesnap-tmp.locked";
 constexpr int64_t kLongestSession = 24LL * 3600 * 1000000000;  // a day, in nanoseconds
 
 struct Found {
@@ -79,25 +81,32 @@ std::vector<std::string> beyond(int keep, const std::vector<Found>& snapshots,
   return names;
 }
 
+// What removeOldest does, in an opened folder and under its lock.
+std::vector<fs::path> removeBeyond(const Folder& folder, const FolderLimits& limits,
+                                   int64_t begun) {
+  std::vector<fs::path> removed;
+  const orca_pdk::CFiFileLock lock(folder.descriptor.get(), kLock);
+  for (const auto& [file, snapshots] : find(folder, limits)) {
+    const auto limit = limits.keep.find(file);
+    if (limit == limits.keep.end()) continue;
+    for (const std::string& name : beyond(limit->second, snapshots, limits.fresh, begun)) {
+      removeIn(folder, name);
+      removed.push_back(folder.path / name);
+    }
+  }
+  return removed;
+}
+
 }  // namespace
 
 std::vector<fs::path> removeOldest(const fs::path& path, const FolderLimits& limits,
-                                   int64_t begun) {
-  std::vector<fs::path> removed;
-  withMessage("FILESNAP_DISPOSE_FAILED", path, [&] {
+                                   int64_t begun) try {
+  return withMessage("FILESNAP_DISPOSE_FAILED", path, [&]() -> std::vector<fs::path> {
     const auto folder = findFolder(path);
-    if (!folder) return;
-    const FolderLock lock(*folder);
-    for (const auto& [file, snapshots] : find(*folder, limits)) {
-      const auto limit = limits.keep.find(file);
-      if (limit == limits.keep.end()) continue;
-      for (const std::string& name : beyond(limit->second, snapshots, limits.fresh, begun)) {
-        removeIn(*folder, name);
-        removed.push_back(path / name);
-      }
-    }
+    return folder ? removeBeyond(*folder, limits, begun) : std::vector<fs::path>();
   });
-  return removed;
+} catch (const orca_pdk::CFiLockHeld& held) {
+  throw failure("FILESNAP_LOCKED", {path / kLock, held.process()});
 }
 
 }  // namespace filesnap

@@ -53,7 +53,7 @@ std::vector<Group> byFolder(const std::vector<Request>& requests) {
 
 Descriptor openExisting(const fs::path& file) {
   Descriptor source = openSource(file);
-  if (!source) throw failure("FILESNAP_NOT_A_FILE", {file.string(), cause()});
+  if (!source) throw failure("FILESNAP_NOT_A_FILE", {file, cause()});
   return source;
 }
 
@@ -84,8 +84,7 @@ void requireRoom(const Folder& folder, uintmax_t wanted) {
   checked("statvfs", [&] { return fstatvfs(folder.descriptor.get(), &room); });
   const uintmax_t free = uintmax_t{room.f_bavail} * room.f_frsize;
   if (wanted <= free) return;
-  throw failure("FILESNAP_NO_SPACE",
-                {folder.path.string(), std::to_string(wanted), std::to_string(free)});
+  throw failure("FILESNAP_NO_SPACE", {folder.path, wanted, free});
 }
 
 void prepareFolder(const Group& group, const std::vector<Request>& requests) {
@@ -191,9 +190,9 @@ class Making {
                     tenths(file, before.st_size, m_report));
     sync(data);
     if (!isSameState(before, statusOf(source))) {
-      throw failure("FILESNAP_SOURCE_CHANGED", {file.string()});
+      throw failure("FILESNAP_SOURCE_CHANGED", {file});
     }
-    if (!copied.isEqual) throw failure("FILESNAP_VERIFY_FAILED", {file.string()});
+    if (!copied.isEqual) throw failure("FILESNAP_VERIFY_FAILED", {file});
     info.digest = copied.digest;
     info.mark = markOf(data);
     writeText(createFile(snapshot, "info"), toText(info));

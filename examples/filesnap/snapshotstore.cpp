@@ -31,13 +31,9 @@ Descriptor openPart(const Snapshot& snapshot, const char* name) {
   return file;
 }
 
-Failure notOurs(const Snapshot& snapshot) {
-  return failure("FILESNAP_NOT_OURS", {snapshot.path.string()});
-}
+Failure notOurs(const Snapshot& snapshot) { return failure("FILESNAP_NOT_OURS", {snapshot.path}); }
 
-Failure damaged(const Snapshot& snapshot) {
-  return failure("FILESNAP_DAMAGED", {snapshot.path.string()});
-}
+Failure damaged(const Snapshot& snapshot) { return failure("FILESNAP_DAMAGED", {snapshot.path}); }
 
 // Reads the info and believes it when all is trusted.
 void readInfo(Snapshot& snapshot, const Folder& folder) {
@@ -98,7 +94,7 @@ void requireClaim(const Snapshot& snapshot, const Descriptor& data) {
   const bool isProven = info.owner == snapshot.author && status.st_uid == snapshot.author &&
                         info.group == status.st_gid && (info.mode & (S_ISUID | S_ISGID)) == 0;
   if (isOwn || isProven) return;
-  throw failure("FILESNAP_CLAIM", {snapshot.path.string(), std::to_string(snapshot.author)});
+  throw failure("FILESNAP_CLAIM", {snapshot.path, snapshot.author});
 }
 
 void requireSource(const Snapshot& snapshot, const fs::path& place) {
@@ -114,7 +110,7 @@ void requireFile(const Folder& folder, const fs::path& file) {
   });
   if (looked != 0 && errno == ENOENT) return;
   if (looked != 0 || !isRegular(status)) {
-    throw failure("FILESNAP_NOT_A_FILE", {file.string(), cause()});
+    throw failure("FILESNAP_NOT_A_FILE", {file, cause()});
   }
 }
 
@@ -171,7 +167,7 @@ SnapshotState checkSnapshot(const fs::path& path, bool deep) {
 
 void restoreSnapshot(const fs::path& path, const fs::path& file) {
   const auto snapshot = openSnapshot(path);
-  if (!snapshot) throw failure("FILESNAP_ABSENT", {path.string()});
+  if (!snapshot) throw failure("FILESNAP_ABSENT", {path});
   const Descriptor data = openData(*snapshot);
   const Folder folder = withMessage("FILESNAP_RESTORE_FAILED", file, [&] {
     const fs::path place = placeOf(file);

@@ -95,8 +95,7 @@ void requireTrusted(const fs::path& path, const struct stat& status, uid_t owner
   // A second name of a file may lie where others can reach it, and is no proof of who put it here.
   const bool isOnly = S_ISDIR(status.st_mode) || status.st_nlink == 1;
   if (isOwned && isOnly && isClosed(status)) return;
-  throw failure("FILESNAP_UNTRUSTED", {path.string(), std::to_string(user),
-                                       modeText(status.st_mode), std::to_string(owner)});
+  throw failure("FILESNAP_UNTRUSTED", {path, user, modeText(status.st_mode), owner});
 }
 
 void requireTrusted(const Folder& folder, uid_t owner) {
