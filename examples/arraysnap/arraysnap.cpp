@@ -1,14 +1,13 @@
 // A provider for the devices of a disk array that is driven by its command-line tool.
+#include <cfiobjidlist.h>
+#include <cfiparameters.h>
 #include <cfiplugininterposer.h>
 #include <cfiproviderentry.h>
 #include <cfiprovidersetup.h>
 #include <cfistringtool.h>
-#include <cfitracelog.h>
-#include <cfiudid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <exception>
 #include <filesystem>
 
 #include "clones.h"
@@ -22,9 +21,7 @@ namespace {
 using namespace orca_pdk;
 
 constexpr char kName[] = "arraysnap";
-constexpr char kSource[] = "examples/arraysnap";
 constexpr int kSnapshotIndex = 1;
-constexpr int kObjidKind = 3;
 
 SFiProviderIdentity identity() {
   tstr directory;
@@ -33,35 +30,26 @@ SFiProviderIdentity identity() {
   SFiProviderIdentity id;
   id.providerName = kName;
   id.fimName = kName;
+  id.unexpectedId = "ARRAYSNAP_UNEXPECTED";
   // Without its directory the log would only complain.
   id.traceLevel = std::filesystem::is_directory(directory.c_str()) ? FI_TRACE_INFO : 0;
   return id;
 }
 
-void describeParameters(CFiConfigParamInfoList& list) {
-  CFiConfigParamInfo target;
-  target.key = "snapshot_resource_spec";
-  target.messageId = "ARRAYSNAP_PARAM_RESOURCE_SPEC";
-  target.dataType = FI_DATATYPE_STRING;
-  target.usageType = FI_USAGE_SELECT;
-  CFiConfigParamInfo mode = target;
-  mode.key = "clone_mode";
-  mode.messageId = "ARRAYSNAP_PARAM_CLONE_MODE";
-  mode.dataType = FI_DATATYPE_STRING_LIST;
-  mode.selectionList = {"cow", "full"};
-  mode.defaultValue = "full";
-  list.params[target.key] = target;
-  list.params[mode.key] = mode;
-  list.updateXML();
+const CFiParameters& parameters() {
+  static const CFiParameters kAll =
+      CFiParameters()
+          .addText("snapshot_resource_spec", "ARRAYSNAP_PARAM_RESOURCE_SPEC")
+          .addChoice("clone_mode", "ARRAYSNAP_PARAM_CLONE_MODE", "full", {"cow", "full"});
+  return kAll;
 }
 
 CloneMode cloneMode(CFiPrivateData& data) {
-  const auto& values = data.configDataList(kSnapshotIndex)->params;
-  const auto found = values.find("clone_mode");
-  const std::string value = found == values.end() ? "full" : found->second.value;
-  if (value == "cow") return CloneMode::kCow;
-  if (value == "full") return CloneMode::kFull;
-  throw Failure{"ARRAYSNAP_BAD_VALUE", {"clone_mode", value, "cow, full"}, FI_INVALID};
+  const CFiConfigParamDataList& values = *data.configDataList(kSnapshotIndex);
+  if (const auto fault = parameters().check(values)) {
+    throw Failure{"ARRAYSNAP_BAD_VALUE", {fault->key, fault->value, fault->allowed}, FI_INVALID};
+  }
+  return parameters().text(values, "clone_mode") == "cow" ? CloneMode::kCow : CloneMode::kFull;
 }
 
 const char* nameOf(const pyx_domain* domain) {
@@ -94,20 +82,20 @@ class ArraySnap : public CFiPluginInterposer {
     for (const auto& [pattern, fim] : ConfigurationFile().settings().fims) {
       addFim(pattern, fim.fimName, fim.fimDetail, fim.flags, fim.group);
     }
-    describeParameters(firstConfigInfoList(kSnapshotIndex));
-    describeParameters(secondConfigInfoList(kSnapshotIndex));
+    parameters().describe(firstConfigInfoList(kSnapshotIndex));
+    parameters().describe(secondConfigInfoList(kSnapshotIndex));
   }
 
   // Chooses the target of every node.
   int select(char*, pyx_splitnode** nodes, int count) override {
-    return guarded("select", [&] {
+    return m_setup.guarded("select", [&] {
       forEach(nodes, count, [&](const pyx_splitnode& node) { chooseTarget(node.domain); });
     });
   }
 
   // Asks the array whether the clones can be made.
   int prepare(char*, pyx_splitnode** nodes, int count, int) override {
-    return guarded("prepare", [&] {
+    return m_setup.guarded("prepare", [&] {
       const ArrayTool tool = openArray(getTraceLog());
       for (const Plan& plan : plansOf(nodes, count)) checkClone(tool, plan.source, plan.target);
     });
@@ -117,7 +105,7 @@ class ArraySnap : public CFiPluginInterposer {
   // targets.
   int make(char*, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
-    return guarded("make", [&] {
+    return m_setup.guarded("make", [&] {
       if (snapshots == nullptr || snapshotCount == nullptr) throw invalid("snapshots");
       const std::vector<Plan> plans = plansOf(nodes, count);
       const ArrayTool tool = openArray(getTraceLog());
@@ -127,18 +115,19 @@ class ArraySnap : public CFiPluginInterposer {
           makeClone(tool, getTraceLog(), plan.source, plan.target, plan.mode);
           ++made;
         }
-        *snapshots = snapshotIds(plans);
+        CFiObjidList ids;
+        for (const Plan& plan : plans) ids.add(plan.target.udid);
+        ids.handOver(*snapshots, *snapshotCount);
       } catch (...) {
         while (made > 0) forgetQuietly(tool, plans[--made].target);
         throw;
       }
-      *snapshotCount = count;
     });
   }
 
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
-    return guarded("getStatus", [&] {
+    return m_setup.guarded("getStatus", [&] {
       if (sources == nullptr || snapshots == nullptr || statuses == nullptr) {
         throw invalid("snapshots");
       }
@@ -151,7 +140,7 @@ class ArraySnap : public CFiPluginInterposer {
 
   // Forgets the clone; its data stays on the target until that is used again.
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
-    return guarded("dispose", [&] {
+    return m_setup.guarded("dispose", [&] {
       const pyx_domain* named = node != nullptr && node->second != nullptr ? node->second : second;
       forgetClone(openArray(getTraceLog()), deviceOf(nameOf(named)));
     });
@@ -160,18 +149,29 @@ class ArraySnap : public CFiPluginInterposer {
   // Hands out the path of the device, apart from what the base does.
   int importResource(char** names, char* resource, char* hostName, char* options, int flags,
                      char** imported, char* sessionId) override {
-    m_importedPath.clear();
-    const int result = CFiPluginInterposer::importResource(names, resource, hostName, options,
-                                                           flags, imported, sessionId);
-    if (result == FI_OK && imported != nullptr && !m_importedPath.empty()) {
-      *imported = CFiStringTool::tstrdup(CFiStringTool::str2tstr(m_importedPath));
-    }
-    return result;
+    return m_setup.guarded("importResource", [&] {
+      m_importedPath.clear();
+      deviceOf(resource != nullptr ? resource : "");  // says what is wrong with a name
+      const int result = CFiPluginInterposer::importResource(names, resource, hostName, options,
+                                                             flags, imported, sessionId);
+      if (result == FI_OK && imported != nullptr && !m_importedPath.empty()) {
+        *imported = CFiStringTool::tstrdup(CFiStringTool::str2tstr(m_importedPath));
+      }
+      return result;
+    });
+  }
+
+  int deportResource(char* resource, char* hostName, char* options, char* sessionId,
+                     int flags) override {
+    return m_setup.guarded("deportResource", [&] {
+      deviceOf(resource != nullptr ? resource : "");
+      return CFiPluginInterposer::deportResource(resource, hostName, options, sessionId, flags);
+    });
   }
 
   // Maps the device for the hosts, or unmaps it (withdraw). No hosts: this one.
   int importNode(tstr name, std::vector<tstr> hosts, bool, bool, bool withdraw, int) override {
-    return guarded("importNode", [&] {
+    return m_setup.guarded("importNode", [&] {
       const Device device = deviceOf(CFiStringTool::tstr2str(name));
       const ArrayTool tool = openArray(getTraceLog());
       if (withdraw) {
@@ -185,37 +185,6 @@ class ArraySnap : public CFiPluginInterposer {
   }
 
  private:
-  // Runs an operation's work; what it throws becomes a message record and a result.
-  template <typename Work>
-  int guarded(const char* operation, Work work) {
-    const CFiTraceLogFunction scope(getTraceLog(), operation, __LINE__, kSource);
-    try {
-      work();
-      return FI_OK;
-    } catch (const Failure& failure) {
-      return report(failure);
-    } catch (const CFiUdidException& error) {
-      return report({"ARRAYSNAP_BAD_UDID", {error.text, std::to_string(error.code)}, FI_INVALID});
-    } catch (const std::exception& error) {
-      return report({"ARRAYSNAP_UNEXPECTED", {operation, error.what()}});
-    } catch (...) {
-      return report({"ARRAYSNAP_UNEXPECTED", {operation, "?"}});
-    }
-  }
-
-  int report(const Failure& failure) {
-    std::vector<icu::Formattable> arguments;
-    for (std::string argument : failure.arguments) {
-      // A message on its way is delimited by "<".
-      for (std::size_t at; (at = argument.find('<')) != std::string::npos;) {
-        argument.replace(at, 1, "\u2039");
-      }
-      arguments.emplace_back(icu::UnicodeString::fromUTF8(argument));
-    }
-    m_setup.pushMessage(failure.messageId, PYX_SEV_ERROR, arguments);
-    return failure.result;
-  }
-
   static Failure invalid(const char* what) {
     return {"ARRAYSNAP_MISSING_ARGUMENT", {what}, FI_INVALID};
   }
@@ -256,23 +225,11 @@ class ArraySnap : public CFiPluginInterposer {
     return plans;
   }
 
-  // The ids in an array for the framework. Nothing that can fail but for want of memory follows.
-  static orca_objid** snapshotIds(const std::vector<Plan>& plans) {
-    const std::size_t size = plans.size() * sizeof(orca_objid*);
-    auto** ids = static_cast<orca_objid**>(orca_alloc_buf(size));
-    if (ids == nullptr) throw std::bad_alloc();
-    for (std::size_t i = 0; i < plans.size(); ++i) {
-      const std::string& name = plans[i].target.udid;
-      ids[i] = orca_get_objid(name.c_str(), name.size() + 1, kObjidKind);
-    }
-    return ids;
-  }
-
   void forgetQuietly(const ArrayTool& tool, const Device& target) {
     try {
       forgetClone(tool, target);
     } catch (const Failure& failure) {
-      report(failure);
+      m_setup.push(failure);
     }
   }
 

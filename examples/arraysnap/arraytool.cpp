@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <system_error>
 
@@ -19,7 +20,10 @@ namespace {
 using orca_pdk::CFiStringTool;
 
 constexpr std::size_t kLongestQuote = 200;
+constexpr std::size_t kLongestOutput = 16 << 20;
 constexpr long kCloseSeconds = 1;
+// How the pipe tells an exit status.
+constexpr char kExited[] = "Command exited with status ";
 
 // A word as the command text wants it.
 std::string quoted(const std::string& word) {
@@ -39,7 +43,10 @@ void replaceAll(std::string& text, const std::string& part, const std::string& b
 }
 
 // How a command ended that did not succeed.
-std::string ending(const orca_pdk::CFiExecPipePosix& pipe, int result, const Settings& settings) {
+std::string ending(orca_pdk::CFiExecPipePosix& pipe, int result, const Settings& settings) {
+  if (pipe.IsAbortRequested()) {
+    return "its output is longer than " + std::to_string(kLongestOutput) + " bytes";
+  }
   switch (result) {
     case orca_pdk::FI_EXEC_TIMED_OUT:
       return "no sign of life for " + std::to_string(settings.timeout) + " seconds";
@@ -50,12 +57,39 @@ std::string ending(const orca_pdk::CFiExecPipePosix& pipe, int result, const Set
   }
 }
 
+// What the tool's exit status says of the array. The tool's manual names these, and no others.
+Array arrayAfter(const orca_pdk::CFiExecPipePosix& pipe, int result) {
+  if (result == orca_pdk::FI_EXEC_NOT_EXECUTABLE) return Array::kDidNothing;
+  const std::string message = pipe.getLastError().message;
+  if (result != orca_pdk::FI_EXEC_EXIT_STATUS || !message.starts_with(kExited)) {
+    return Array::kNotKnown;
+  }
+  switch (std::atoi(message.c_str() + sizeof kExited - 1)) {
+    case 5:
+      return Array::kConflict;
+    case 2:
+    case 3:
+    case 4:
+    case 6:
+    case 8:
+    case 9:
+      return Array::kDidNothing;
+    default:
+      return Array::kNotKnown;
+  }
+}
+
 }  // namespace
 
+const std::string* Reply::find(const std::string& key) const {
+  const auto found =
+      std::find_if(lines.begin(), lines.end(), [&](const auto& line) { return line.first == key; });
+  return found != lines.end() ? &found->second : nullptr;
+}
+
 const std::string& Reply::at(const std::string& key) const {
-  const auto found = values.find(key);
-  if (found != values.end()) return found->second;
-  throw Failure{"ARRAYSNAP_BAD_ANSWER", {command, key}, orca_pdk::FI_FAILED, false};
+  if (const std::string* value = find(key)) return *value;
+  throw Failure{"ARRAYSNAP_BAD_ANSWER", {command, key}, orca_pdk::FI_FAILED, Array::kNotKnown};
 }
 
 LoginFile::LoginFile(const std::string& user, const std::string& password)
@@ -107,9 +141,13 @@ Reply ArrayTool::replyOf(const std::string& command, const std::vector<std::stri
   for (const std::string& line : lines) {
     const std::size_t equals = line.find('=');
     if (equals == std::string::npos || line.back() != '\n') {
-      throw Failure{"ARRAYSNAP_BAD_ANSWER", {command, quotable(lines)}, orca_pdk::FI_FAILED, false};
+      throw Failure{"ARRAYSNAP_BAD_ANSWER",
+                    {command, quotable(lines)},
+                    orca_pdk::FI_FAILED,
+                    Array::kNotKnown};
     }
-    reply.values[line.substr(0, equals)] = line.substr(equals + 1, line.size() - equals - 2);
+    reply.lines.emplace_back(line.substr(0, equals),
+                             line.substr(equals + 1, line.size() - equals - 2));
   }
   return reply;
 }
@@ -120,22 +158,24 @@ Reply ArrayTool::run(const std::vector<std::string>& words) const {
   pipe.registerTraceLog(m_log);
   // The framework would run the command without its standard input.
   if (pipe.IsChildContext()) throw Failure{"ARRAYSNAP_CHILD_CONTEXT", {command}};
+  pipe.setOutputLimit(kLongestOutput);
   std::vector<std::string> lines;
   const int result = pipe.Exec(command, lines, m_login.path(), m_settings.timeout, "", "", "");
-  if (result == orca_pdk::FI_EXEC_OK) return replyOf(command, lines);
+  const bool isWhole = !pipe.IsAbortRequested();
+  if (result == orca_pdk::FI_EXEC_OK && isWhole) return replyOf(command, lines);
   const std::string how = ending(pipe, result, m_settings);
   // After a time-out the tool is still there.
   pipe.Close(kCloseSeconds);
-  const bool isRefusal =
-      result == orca_pdk::FI_EXEC_EXIT_STATUS || result == orca_pdk::FI_EXEC_NOT_EXECUTABLE;
-  throw Failure{isRefusal ? "ARRAYSNAP_TOOL_REFUSED" : "ARRAYSNAP_TOOL_BROKEN",
+  const Array array = isWhole ? arrayAfter(pipe, result) : Array::kNotKnown;
+  throw Failure{array == Array::kNotKnown ? "ARRAYSNAP_TOOL_BROKEN" : "ARRAYSNAP_TOOL_REFUSED",
                 {command, how, quotable(lines)},
                 orca_pdk::FI_FAILED,
-                isRefusal};
+                array};
 }
 
 ArrayTool openArray(const orca_pdk::CFiTraceLogPtr& log) {
   ConfigurationFile file;
+  file.requireReadable();
   const Settings settings = file.settings();
   return ArrayTool(log, settings, file.login(settings.arrayHost));
 }

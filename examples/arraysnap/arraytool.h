@@ -3,21 +3,22 @@
 
 #include <cfitracelog.h>
 
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "settings.h"
 
 namespace arraysnap {
 
-// The key=value lines that a command answered.
-using Answer = std::map<std::string, std::string>;
-
+// What a command answered: key=value lines in their order. A key may come more than once.
 struct Reply {
   std::string command;
-  Answer values;
-  // A value. Throws Failure when it is missing.
+  std::vector<std::pair<std::string, std::string>> lines;
+
+  // The first value of a key; null when it is missing.
+  const std::string* find(const std::string& key) const;
+  // The same. Throws Failure when it is missing.
   const std::string& at(const std::string& key) const;
 };
 

@@ -14,9 +14,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr long kPollMs = 20;
-constexpr long kReady = 8;
-constexpr long kAbsent = 0;
-constexpr long kDamaged = 1;
 
 Reply ask(const ArrayTool& tool, const std::string& verb, const Device& device) {
   return tool.run({verb, device.enclosure, device.name});
@@ -36,9 +33,8 @@ void waitForCopy(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, con
     const std::string& state = reply.at("state");
     if (state == "done") return;
     if (state != "copying") {
-      const auto cause = reply.values.find("cause");
-      throw Failure{"ARRAYSNAP_COPY_FAILED",
-                    {target.udid, cause == reply.values.end() ? state : cause->second}};
+      const std::string* cause = reply.find("cause");
+      throw Failure{"ARRAYSNAP_COPY_FAILED", {target.udid, cause == nullptr ? state : *cause}};
     }
     if (reply.at("percent") != percent) {
       percent = reply.at("percent");
@@ -77,7 +73,7 @@ void checkClone(const ArrayTool& tool, const Device& source, const Device& targe
     why = "its size differs";
   } else if (to.at("mapped") != "0") {
     why = "hosts see it";
-  } else if (to.values.count("source") != 0) {
+  } else if (to.find("source") != nullptr) {
     why = "it holds another snapshot, which must be disposed of first";
   }
   if (why != nullptr) {
@@ -95,7 +91,7 @@ void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const
     waitForCopy(tool, log, target);
   } catch (const Failure& failure) {
     // After a refusal the target may hold somebody else's clone.
-    if (isBegun || !failure.isRefusal) forgetOwn(tool, source, target);
+    if (isBegun || failure.array == Array::kNotKnown) forgetOwn(tool, source, target);
     throw;
   }
 }
@@ -103,9 +99,10 @@ void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const
 long statusOf(const ArrayTool& tool, const Device& source, const Device& target) {
   const Reply reply = ask(tool, "copy-status", target);
   const std::string& state = reply.at("state");
-  if (state == "none" || !sameName(reply.at("source"), source.name)) return kAbsent;
-  if (state == "done") return kReady;
-  return state == "failed" ? kDamaged : kAbsent;
+  if (state == "none" || !sameName(reply.at("source"), source.name))
+    return orca_pdk::FI_SNAPSHOT_ABSENT;
+  if (state == "done") return orca_pdk::FI_SNAPSHOT_READY;
+  return state == "failed" ? orca_pdk::FI_SNAPSHOT_DAMAGED : orca_pdk::FI_SNAPSHOT_ABSENT;
 }
 
 void forgetClone(const ArrayTool& tool, const Device& target) { ask(tool, "forget", target); }

@@ -15,11 +15,13 @@ void checkName(const std::string& name) {
   if (!isPlain) throw Failure{"ARRAYSNAP_BAD_NAME", {name}, orca_pdk::FI_INVALID};
 }
 
-Device deviceOf(const std::string& nodeName) {
+Device deviceOf(const std::string& nodeName) try {
   const orca_pdk::CFiUdid udid(orca_pdk::CFiStringTool::str2tstr(nodeName));
   checkName(udid.getEnclosure());
   checkName(udid.getDevice());
   return {udid.getEnclosure(), udid.getDevice(), udid.toString()};
+} catch (const orca_pdk::CFiUdidException& error) {
+  throw Failure{"ARRAYSNAP_BAD_UDID", {error.text, error.code}, orca_pdk::FI_INVALID};
 }
 
 }  // namespace arraysnap

@@ -12,8 +12,8 @@ struct Device {
   std::string udid;  // without the provider's marker, in upper case
 };
 
-// The device of a node name or of a device identifier. Throws Failure for one that the array cannot
-// have, CFiUdidException for a text that is no identifier.
+// The device of a node name or of a device identifier. Throws Failure for a text that is none, and
+// for one that the array cannot have.
 Device deviceOf(const std::string& nodeName);
 
 // Throws Failure for a text that cannot be a name on the array's command line.

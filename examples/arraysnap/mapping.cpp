@@ -1,14 +1,16 @@
 #include "mapping.h"
 
 #include <cficonfiguration.h>
+#include <cfifilelock.h>
 #include <cfipblm.h>
 #include <cfistringtool.h>
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
 #include "failure.h"
@@ -17,24 +19,22 @@ namespace arraysnap {
 
 namespace {
 
-// Keeps other processes from choosing numbers of the same enclosure: the LUN cache has no lock.
+// Keeps other processes from choosing numbers of the same enclosure: the LUN cache has no lock. The
+// file stands beside the enclosures' folders, in which each file is a record.
 class EnclosureLock {
  public:
-  explicit EnclosureLock(const std::string& directory)
-      : m_fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    int locked = m_fd < 0 ? -1 : flock(m_fd, LOCK_EX);
-    while (m_fd >= 0 && locked != 0 && errno == EINTR) locked = flock(m_fd, LOCK_EX);
-    if (locked == 0) return;
-    const int error = errno;
-    if (m_fd >= 0) close(m_fd);
-    throw Failure{"ARRAYSNAP_NO_CACHE", {directory, std::generic_category().message(error)}};
-  }
-  ~EnclosureLock() { close(m_fd); }
-  EnclosureLock(const EnclosureLock&) = delete;
-  EnclosureLock& operator=(const EnclosureLock&) = delete;
+  explicit EnclosureLock(const std::filesystem::path& folder)
+      : EnclosureLock((folder.parent_path() / (".lock-" + folder.filename().string())).string()) {}
 
  private:
-  int m_fd;
+  explicit EnclosureLock(const std::string& path) try : m_lock(AT_FDCWD, path) {
+  } catch (const orca_pdk::CFiLockHeld& held) {
+    throw Failure{"ARRAYSNAP_LOCKED", {path, held.process()}};
+  } catch (const std::system_error& error) {
+    throw Failure{"ARRAYSNAP_NO_CACHE", {path, error.code().message()}};
+  }
+
+  orca_pdk::CFiFileLock m_lock;
 };
 
 std::string cacheKey(const Device& device) {
@@ -55,30 +55,66 @@ class LunNumber {
     m_cache.registerTraceLog(log);
   }
 
-  // The remembered number, or a new one, which is remembered before anybody uses it.
+  // The remembered number, or the lowest free one, which is remembered before anybody uses it.
   int take() {
     int number = -1;
     const bool isKnown = orca_pdk::CFiConfigurationPathTool::verify(m_key.c_str()) == 0;
     if (isKnown && m_cache.getKeyValue(m_key.c_str(), number) == 0) return number;
-    std::vector<int> free;
-    m_cache.getNewValue(m_device.enclosure.c_str(), free);
-    if (free.empty()) throw Failure{"ARRAYSNAP_NO_LUN", {m_device.enclosure}};
-    number = free.front();
-    if (m_cache.setKeyValue(m_key.c_str(), {std::to_string(number)}, m_device.enclosure.c_str())) {
-      throw Failure{"ARRAYSNAP_NO_CACHE", {m_key, "-"}};
-    }
     m_isNew = true;
-    return number;
+    return remember(lowestFree({}));
+  }
+
+  // Goes by what the array says after it refused a number: the number under which one of the hosts
+  // sees the device already, or the lowest one that is free there as well. The record of such a
+  // number was lost, or another host's cache gave it away.
+  int settle(const Reply& list, const std::vector<std::string>& hosts) {
+    std::set<int> taken;
+    const std::string* device = nullptr;
+    for (const auto& [key, value] : list.lines) {
+      if (key == "device") device = &value;
+      if (key != "mapping" || device == nullptr) continue;
+      const std::size_t colon = value.rfind(':');
+      const int number = std::atoi(value.c_str() + colon + 1);
+      const bool isHosts =
+          std::find(hosts.begin(), hosts.end(), value.substr(0, colon)) != hosts.end();
+      const bool isOwn = orca_pdk::CFiStringTool::CompareNoCase(*device, m_device.name);
+      if (isHosts && isOwn) {
+        m_isNew = false;
+        return remember(number);
+      }
+      taken.insert(number);
+    }
+    return remember(lowestFree(taken));
   }
 
   bool isNew() const { return m_isNew; }
 
   void giveBack() {
-    if (m_cache.rmCacheRecord(m_key.c_str()) == 0) return;
-    throw Failure{"ARRAYSNAP_NO_CACHE", {m_key, "-"}};
+    errno = 0;
+    if (m_cache.rmCacheRecord(m_key.c_str()) != 0) failOnCache();
   }
 
  private:
+  int lowestFree(const std::set<int>& taken) {
+    std::vector<int> free;
+    m_cache.getNewValue(m_device.enclosure.c_str(), free);
+    std::erase_if(free, [&](int number) { return taken.count(number) != 0; });
+    if (free.empty()) throw Failure{"ARRAYSNAP_NO_LUN", {m_device.enclosure}};
+    return free.front();
+  }
+
+  int remember(int number) {
+    errno = 0;
+    const char* const enclosure = m_device.enclosure.c_str();
+    if (m_cache.setKeyValue(m_key.c_str(), {std::to_string(number)}, enclosure)) failOnCache();
+    return number;
+  }
+
+  [[noreturn]] void failOnCache() const {
+    const std::string cause = errno != 0 ? std::generic_category().message(errno) : "trace log";
+    throw Failure{"ARRAYSNAP_NO_CACHE", {m_key, cause}};
+  }
+
   const Device& m_device;
   std::string m_key;
   EnclosureLock m_lock;
@@ -104,6 +140,27 @@ bool undo(const ArrayTool& tool, const Device& device, const std::vector<std::st
   return isDone;
 }
 
+// Maps the device for all hosts or none. Where that is not certain the failure says so.
+std::string mapAs(const ArrayTool& tool, const Device& device,
+                  const std::vector<std::string>& hosts, int number,
+                  const std::function<void(const std::string& path)>& ready) {
+  std::vector<std::string> mapped;
+  std::string path;
+  try {
+    for (const std::string& host : hosts) {
+      const Reply reply =
+          tool.run({"map", device.enclosure, device.name, host, std::to_string(number)});
+      if (reply.at("changed") == "1") mapped.push_back(host);
+      path = reply.at("path");
+      ready(path);
+    }
+    return path;
+  } catch (Failure& failure) {
+    if (!undo(tool, device, mapped)) failure.array = Array::kNotKnown;
+    throw;
+  }
+}
+
 }  // namespace
 
 std::string mapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log,
@@ -111,22 +168,15 @@ std::string mapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log
                       const std::function<void(const std::string& path)>& ready) {
   for (const std::string& host : hosts) checkName(host);
   LunNumber lun(device, log);
-  const std::string number = std::to_string(lun.take());
-  std::vector<std::string> mapped;
-  std::string path;
+  const int number = lun.take();
   try {
-    for (const std::string& host : hosts) {
-      const Reply reply = tool.run({"map", device.enclosure, device.name, host, number});
-      if (reply.at("changed") == "1") mapped.push_back(host);
-      path = reply.at("path");
-      ready(path);
-    }
+    return mapAs(tool, device, hosts, number, ready);
   } catch (const Failure& failure) {
-    const bool isUndone = undo(tool, device, mapped);
-    if (isUndone && failure.isRefusal && lun.isNew()) lun.giveBack();
-    throw;
+    if (failure.array == Array::kDidNothing && lun.isNew()) lun.giveBack();
+    if (failure.array != Array::kConflict) throw;
   }
-  return path;
+  const Reply list = tool.run({"list", device.enclosure});
+  return mapAs(tool, device, hosts, lun.settle(list, hosts), ready);
 }
 
 void unmapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& device,

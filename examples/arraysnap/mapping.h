@@ -9,9 +9,10 @@
 namespace arraysnap {
 
 // Shows a device to hosts under one LUN number, the number that the LUN cache remembers for it or
-// the lowest free one of its enclosure. ready is called with the path under which the device is
-// seen. Returns that path. All hosts or none: what was mapped by a call that throws is unmapped
-// again, and a number that it took is given back unless the array may be using it.
+// the lowest free one of its enclosure; where the array refuses that, the number under which it
+// shows the device already, or one that is free there. ready is called with the path under which
+// the device is seen. Returns that path. All hosts or none: what was mapped by a call that throws
+// is unmapped again, and a number that it took is given back unless the array may be using it.
 std::string mapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log,
                       const Device& device, const std::vector<std::string>& hosts,
                       const std::function<void(const std::string& path)>& ready);

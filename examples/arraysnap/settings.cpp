@@ -3,6 +3,7 @@
 #include <cfistringtool.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "failure.h"
 
@@ -28,7 +29,15 @@ ConfigurationFile::ConfigurationFile() {
   tstr file;
   orca_pdk::CFiConfigurationPathTool::getConfigFileInfo(kFileName, directory, file);
   m_path = CFiStringTool::tstr2str(directory + file);
-  m_store.importConfig(directory.c_str(), file.c_str());
+  m_imported = m_store.importConfig(directory.c_str(), file.c_str());
+}
+
+void ConfigurationFile::requireReadable() const {
+  std::error_code unknown;
+  const bool isThere = std::filesystem::symlink_status(m_path, unknown).type() !=
+                       std::filesystem::file_type::not_found;
+  if (m_imported == 0 || !isThere) return;
+  throw Failure{"ARRAYSNAP_NO_CONFIGURATION", {m_path, m_imported}};
 }
 
 std::string ConfigurationFile::text(const char* name, const std::string& otherwise) {

@@ -26,6 +26,8 @@ struct Settings {
 class ConfigurationFile {
  public:
   ConfigurationFile();
+  // Throws Failure when the file is there but cannot be read.
+  void requireReadable() const;
 
   Settings settings();
   // The login for an array. Throws Failure when neither the framework's credential text nor the
@@ -39,6 +41,7 @@ class ConfigurationFile {
   void readFims(Settings& settings);
 
   std::string m_path;
+  int m_imported = 0;  // the result
   // Without a trace log: importing credentials traces them.
   orca_pdk::CFiConfiguration m_store;
 };

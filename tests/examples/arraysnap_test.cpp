@@ -264,10 +264,15 @@ TEST_F(ArraySnap, TellsTroubleOfTheToolAndCanBeAskedAgain) {
                               m_array.folder.string() + " map E1 D0 hosta 0\" ";
   const std::string unknown = "Whether the array did it is not known; look at the array, then";
   const std::array<std::string, 3> cases[] = {
-      {"exit 77",
-       "failed: Command exited with status 77. Its last line: fiarray: the controller is "
+      {"exit 8",
+       "failed: Command exited with status 8. Its last line: fiarray: the controller is "
        "not in the mood. The array did nothing for it; correct the cause and try again.",
        ""},
+      {"exit 10",
+       "was cut off: Command exited with status 10. Its last line: fiarray: the "
+       "controller is not in the mood. " +
+           unknown,
+       "0"},
       {"crash", "was cut off: Command terminated by signal 9. Its last line: -. " + unknown, "0"},
       {"silence 60", "was cut off: no sign of life for 2 seconds. Its last line: -. " + unknown,
        "0"},
@@ -288,6 +293,47 @@ TEST_F(ArraySnap, TellsTroubleOfTheToolAndCanBeAskedAgain) {
     EXPECT_EQ(deport("D0"), 0);
     EXPECT_EQ(lun("D0"), "");
   }
+}
+
+TEST_F(ArraySnap, FindsTheNumberOfADeviceWhoseRecordWasLost) {
+  m_array.make(3, "4K");
+  m_array.ok("map E1 D0 hosta 7");
+  m_array.ok("map E1 D1 hosta 0");
+  m_array.ok("map E1 D1 hostb 1");
+  EXPECT_EQ(import("D0"), m_array.image("D0")) << lastError();
+  EXPECT_EQ(lun("D0"), "7") << "under which the host sees it";
+  EXPECT_EQ(import("D2"), m_array.image("D2")) << lastError();
+  EXPECT_EQ(lun("D2"), "2") << "which the array has not given away";
+}
+
+TEST_F(ArraySnap, LetsAToolPrintNoMoreThan16MiB) {
+  writeFile(m_dir.file("tool"), "#!/bin/sh\nhead -c 20000000 /dev/zero | tr '\\0' 'x'\n");
+  fs::permissions(m_dir.file("tool"), fs::perms::owner_all);
+  configure("\"TOOL\"=\"" + m_dir.file("tool") + "\"\n");
+  EXPECT_EQ(import("D0"), "");
+  EXPECT_THAT(lastError(), HasSubstr("its output is longer than 16777216 bytes. Its last line: x"));
+}
+
+TEST_F(ArraySnap, NamesAConfigurationThatCannotBeRead) {
+  writeFile(m_config / "arraysnap_array.conf", "[broken\n");
+  EXPECT_EQ(import("D0"), "");
+  EXPECT_THAT(lastError(), HasSubstr("arraysnap_array.conf cannot be read (result -3). Correct"));
+}
+
+TEST_F(ArraySnap, SaysWhyTheLunCacheCannotBeUsed) {
+  m_array.make(1, "4K");
+  fs::create_directories(m_root / "lib/orca/cachefiles/luns/.lock-E1");
+  EXPECT_EQ(import("D0"), "");
+  EXPECT_THAT(lastError(), HasSubstr("luns/.lock-E1: Is a directory. Check the directory"));
+}
+
+TEST_F(FiArrayTest, SaysThatItIsNotCertainWhereItsAnswerIsLost) {
+  m_array.make(1, "4K");
+  const CommandResult result =
+      runCommand({"sh", "-c", "$0 --state $1 map E1 D0 hosta 0 <$2 >/dev/full", FIARRAY_PROGRAM,
+                  m_array.folder, m_array.loginFile});
+  EXPECT_EQ(result.status, 10);
+  EXPECT_THAT(m_array.ok("list E1 D0"), HasSubstr("mapping=hosta:0"));
 }
 
 TEST_F(ArraySnap, TakesLoginsFromTheFrameworkFirstAndThenFromItsFile) {
@@ -323,7 +369,7 @@ TEST_F(ArraySnap, ShowsThePasswordToNobodyButTheTool) {
   EXPECT_EQ(m_result, 0) << lastError();
   EXPECT_THAT(readFile(m_dir.file("seen")),
               AllOf(HasSubstr("hosta"), HasSubstr("LC_ALL=C"), Not(HasSubstr(kPassword))));
-  useTool("tr '\\n' ' '\nexit 1");
+  useTool("tr '\\n' ' '\nexit 2");
   import("D0");
   EXPECT_THAT(lastError(), HasSubstr("Its last line: admin *** . The array"));
   if (!isUsrPrivate()) return;

@@ -17,10 +17,12 @@ enum Status : int {
   kSizesDiffer = 6,   // source and target of a clone
   kCopyFailed = 7,    // a copy that was started could not be finished
   kIoError = 8,       // the system refused something
-  kStateDamaged = 9   // the state file cannot be read
+  kStateDamaged = 9,  // the state file cannot be read
+  kNotCertain = 10    // done, but a crash may undo it, or the answer is lost
 };
 
-// Why a command cannot be carried out. Nothing but a copy in progress is changed when it is thrown.
+// Why a command cannot be carried out. Nothing but a copy in progress is changed when it is thrown,
+// except with kNotCertain.
 struct Fault {
   int status;
   std::string text;

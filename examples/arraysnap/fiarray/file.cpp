@@ -56,18 +56,20 @@ uint64_t seek(const File& file, uint64_t from, int whence, uint64_t size, uint64
 }  // namespace
 
 File::File(const fs::path& path, int flags)
-    : m_path(path), m_fd(open(path.c_str(), flags | O_CLOEXEC, 0600)) {
+    : m_path(path), m_fd(retried([&] { return open(path.c_str(), flags | O_CLOEXEC, 0600); })) {
   if (m_fd < 0) throw ioFault("open " + path.string());
 }
 
 File::~File() { close(m_fd); }
 
 void File::resize(uint64_t size) const {
-  if (ftruncate(m_fd, static_cast<off_t>(size)) != 0) throw ioFault("resize " + m_path.string());
+  if (retried([&] { return ftruncate(m_fd, static_cast<off_t>(size)); }) != 0) {
+    throw ioFault("resize " + m_path.string());
+  }
 }
 
 void File::sync() const {
-  if (fsync(m_fd) != 0) throw ioFault("fsync " + m_path.string());
+  if (retried([this] { return fsync(m_fd); }) != 0) throw ioFault("fsync " + m_path.string());
 }
 
 int64_t File::writeTime() const {
@@ -95,8 +97,14 @@ void writeTemporary(const fs::path& path, const std::string& text) {
 }
 
 void renameDurably(const fs::path& from, const fs::path& to) {
-  if (rename(from.c_str(), to.c_str()) != 0) throw ioFault("rename " + from.string());
-  File(to.parent_path(), O_RDONLY | O_DIRECTORY).sync();
+  if (retried([&] { return rename(from.c_str(), to.c_str()); }) != 0) {
+    throw ioFault("rename " + from.string());
+  }
+  try {
+    File(to.parent_path(), O_RDONLY | O_DIRECTORY).sync();
+  } catch (const Fault& fault) {
+    throw Fault{kNotCertain, "done, but a crash may undo it: " + fault.text};
+  }
 }
 
 bool share(const File& source, const File& target) {

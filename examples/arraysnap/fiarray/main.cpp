@@ -16,7 +16,8 @@ constexpr char kDescription[] =
     "A small disk array. Every command reads the login from standard input: the user on one line, "
     "the\npassword on the next; init sets it. Answers are key=value lines. After an error the last "
     "line begins\nwith \"fiarray: \", and the exit status says what kind it was: 2 wrong use, 3 "
-    "login, 4 unknown,\n5 conflict, 6 sizes, 7 copy failed, 8 system, 9 damaged state.\nThe state "
+    "login, 4 unknown,\n5 conflict, 6 sizes, 7 copy failed, 8 system, 9 damaged state, 10 done but "
+    "perhaps not kept.\nThe state "
     "folder is private to its owner and holds the login in clear text.";
 
 constexpr char kCloneHelp[] =
@@ -199,7 +200,9 @@ int run(int argc, char** argv) {
   if (ended >= 0) return ended;
   const std::string text = perform(line);
   std::fwrite(text.data(), 1, text.size(), stdout);
-  if (std::fflush(stdout) != 0) throw ioFault("standard output");
+  if (std::fflush(stdout) != 0) {
+    throw Fault{kNotCertain, "done, but the answer is lost: " + ioFault("standard output").text};
+  }
   return kDone;
 }
 
