@@ -13,6 +13,9 @@ namespace fihost {
 // What operations hand out. Each object gives it back at the end of its scope; what it offers first
 // is where the operation puts its answer.
 
+// The names of ids that stay the provider's, in order; empty for an id without one.
+std::vector<std::string> idNames(orca_objid* const* ids, long count);
+
 // One object id.
 class HandedId {
  public:

@@ -8,7 +8,9 @@ namespace fihost::ops {
 
 namespace {
 
+constexpr int kConfigGet = 1;
 constexpr int kConfigSet = 2;
+constexpr int kConfigClear = 3;
 constexpr int kConfigGetParam = 4;
 
 // The document that a request for the snapshot configuration carries, there and back.
@@ -44,12 +46,59 @@ class ConfigRequest {
 
 }  // namespace
 
+bool delayedInit(Caller& caller) {
+  return caller.call(Op::DelayedInit, "", {},
+                     [](auto& provider) { return provider.delayedInit(); });
+}
+
 bool init(Caller& caller) {
   return caller.call(Op::Init, "", {}, [](auto& provider) { return provider.init(); });
 }
 
 void fini(Caller& caller) {
   caller.call(Op::Fini, "", {}, [](auto& provider) { provider.fini(); });
+}
+
+bool globalConfigInfoList(Caller& caller, int index, bool second, std::string& document) {
+  orca_pdk::CFiConfigParamInfoList* list = nullptr;
+  const bool good = caller.call(
+      Op::GlobalConfigInfoList, "", {{"index", index}, {"second", second ? 1 : 0}},
+      [&](auto& provider) { list = provider.globalConfigInfoList(index, second); },
+      [&](Call& call) {
+        if (list == nullptr) return;
+        document = list->getXML().c_str();
+        call.outputs = {{"document", document}};
+      });
+  return good && (list != nullptr || caller.refuse("there is no list"));
+}
+
+bool objctl(Caller& caller, const std::string& request, const std::vector<std::string>& arguments,
+            std::string& answer) {
+  orca_pdk::CFiObjctlArgs args;
+  args.arguments = arguments;
+  return caller.call(
+      Op::Objctl, "", {{"request", request}, {"arguments", arguments}},
+      [&](auto& provider) { return provider.objctl(orca_pdk::tstr(request.c_str()), args); },
+      [&](Call& call) {
+        answer = args.answer;
+        call.outputs = {{"answer", answer}};
+      });
+}
+
+bool errMsg(Caller& caller, int code, std::string& text) {
+  const char* message = nullptr;
+  const bool good = caller.call(
+      Op::ErrMsg, "", {{"code", code}},
+      [&](auto& provider) { return provider.errMsg(code, &message); },
+      [&](Call& call) {
+        if (message != nullptr) text = message;
+        call.outputs = {{"text", text}};
+      });
+  char* given = const_cast<char*>(message);
+  if (message == nullptr) return good;
+  caller.call(Op::DelLocaleMessage, "", {},
+              [&](auto& provider) { return provider.delLocaleMessage(&given); });
+  return good;
 }
 
 std::optional<int> claim(Caller& caller, Node& node) {
@@ -65,12 +114,37 @@ std::optional<int> claim(Caller& caller, Node& node) {
   return good ? caller.last().code : std::nullopt;
 }
 
+std::optional<int> supportsFiType(Caller& caller, Node& node, const std::string& fiType) {
+  std::string type = fiType;
+  node.capability() = 0;
+  const bool good = caller.call(
+      Op::SupportsFiType, node.name(), {{"node", node.name()}, {"type", fiType}},
+      [&](auto& provider) { return provider.supportsFiType(node.domain(), type.data()); },
+      [&](Call& call) {
+        call.outputs = {{"capability", node.capability()}};
+      });
+  return good ? caller.last().code : std::nullopt;
+}
+
 bool initNode(Caller& caller, Node& node) {
   pyx_domain* domain = node.domain();
   const auto count = static_cast<int>(domain->member_count);
   return caller.call(Op::InitNode, node.name(), ofNode(node), [&](auto& provider) {
     return provider.initNode(domain, domain->members, count, nullptr);
   });
+}
+
+bool initAltNode(Caller& caller, Node& primary, Node* second, Node& target, bool flag) {
+  return caller.call(Op::InitAltNode, target.name(),
+                     {{"primary", primary.name()},
+                      {"second", second == nullptr ? Value() : Value(second->name())},
+                      {"target", target.name()},
+                      {"flag", flag ? 1 : 0}},
+                     [&](auto& provider) {
+                       return provider.initAltNode(primary.domain(),
+                                                   second == nullptr ? nullptr : second->domain(),
+                                                   target.domain(), flag);
+                     });
 }
 
 void deInitNode(Caller& caller, Node& node) {
@@ -84,9 +158,18 @@ bool configGetParam(Caller& caller, Node& node, const std::string& sessionId,
                               document);
 }
 
+bool configGet(Caller& caller, Node& node, const std::string& sessionId, std::string& values) {
+  return ConfigRequest().send(caller, Op::ConfigGet, kConfigGet, node, sessionId, values);
+}
+
 bool configSet(Caller& caller, Node& node, const std::string& sessionId, const std::string& values,
                std::string& completed) {
   return ConfigRequest(values).send(caller, Op::ConfigSet, kConfigSet, node, sessionId, completed);
+}
+
+bool configClear(Caller& caller, Node& node, const std::string& sessionId) {
+  std::string nothing;
+  return ConfigRequest().send(caller, Op::ConfigClear, kConfigClear, node, sessionId, nothing);
 }
 
 bool reAccessTmpObj(Caller& caller, Node& snapshot, Node& source, const std::string& sessionId) {
@@ -101,6 +184,62 @@ bool reAccessTmpObj(Caller& caller, Node& snapshot, Node& source, const std::str
       });
 }
 
+bool reAccessAltNode(Caller& caller, Node& node, Node& first, Node& second,
+                     const std::string& sessionId, NodeSet& firsts, NodeSet& seconds) {
+  std::string session = sessionId;
+  return caller.call(Op::ReAccessAltNode, node.name(),
+                     {{"node", node.name()},
+                      {"first", first.name()},
+                      {"second", second.name()},
+                      {"session", sessionId},
+                      {"firsts", firsts.nameList()},
+                      {"seconds", seconds.nameList()}},
+                     [&](auto& provider) {
+                       return provider.reAccessAltNode(node.domain(), first.id(), second.id(),
+                                                       session.data(), firsts.ids(), seconds.ids(),
+                                                       firsts.count(), PYX_INTENT_NONE);
+                     });
+}
+
+bool subobjList(Caller& caller, Node& node, std::vector<std::string>& objects) {
+  orca_objid** list = nullptr;
+  int count = 0;
+  return caller.call(
+      Op::SubobjList, node.name(), ofNode(node),
+      [&](auto& provider) { return provider.subobjList(node.domain(), &list, &count); },
+      [&](Call& call) {
+        objects = idNames(list, count);
+        call.outputs = {{"objects", objects}};
+      });
+}
+
+bool queryValidSecondaries(Caller& caller, const std::string& node,
+                           std::vector<std::string>& secondaries) {
+  std::string name = node;
+  HandedIds ids;
+  long count = 0;
+  return caller.call(
+      Op::QueryValidSecondaries, node, {{"node", node}},
+      [&](auto& provider) {
+        return provider.queryValidSecondaries(orNull(name), ids.array(), &count);
+      },
+      [&](Call& call) {
+        *ids.count() = static_cast<int>(count);
+        secondaries = ids.names();
+        call.outputs = {{"secondaries", secondaries}};
+      });
+}
+
+bool checkNodeExistence(Caller& caller, Node& node, int& exists) {
+  exists = 0;
+  return caller.call(
+      Op::CheckNodeExistence, node.name(), ofNode(node),
+      [&](auto& provider) { return provider.checkNodeExistence(node.domain(), &exists); },
+      [&](Call& call) {
+        call.outputs = {{"exists", exists}};
+      });
+}
+
 bool getProviderState(Caller& caller, Node& node, std::string& state) {
   HandedBlob blob;
   return caller.call(
@@ -112,6 +251,21 @@ bool getProviderState(Caller& caller, Node& node, std::string& state) {
         state = blob.bytes();
         call.outputs = {{"state", state}};
       });
+}
+
+bool cacheDisable(Caller& caller, Node& node, int flags) {
+  return caller.call(Op::CacheDisable, node.name(), with(ofNode(node), {{"flags", flags}}),
+                     [&](auto& provider) { return provider.cacheDisable(node.domain(), flags); });
+}
+
+void cacheEnable(Caller& caller, Node& node, int flags) {
+  caller.call(Op::CacheEnable, node.name(), with(ofNode(node), {{"flags", flags}}),
+              [&](auto& provider) { provider.cacheEnable(node.domain(), flags); });
+}
+
+void cacheFlush(Caller& caller, Node& node, int flags) {
+  caller.call(Op::CacheFlush, node.name(), with(ofNode(node), {{"flags", flags}}),
+              [&](auto& provider) { provider.cacheFlush(node.domain(), flags); });
 }
 
 bool interpose(Caller& caller, Node& node, Interposed& answer) {

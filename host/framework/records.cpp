@@ -46,4 +46,9 @@ std::vector<std::string> NodeSet::nameList() const {
   return list;
 }
 
+SplitSession::SplitSession(NodeSet& nodes, const std::string& id)
+    : m_nodes(nodes), m_session(new orca_pdk::CFiSession(id)) {
+  for (std::size_t i = 0; i < nodes.size(); ++i) m_session->addSplitNode(nodes[i].splitNode());
+}
+
 }  // namespace fihost

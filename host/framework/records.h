@@ -1,6 +1,7 @@
 #ifndef FIHOST_FRAMEWORK_RECORDS_H
 #define FIHOST_FRAMEWORK_RECORDS_H
 
+#include <cfisession.h>
 #include <fiutil.h>
 
 #include <memory>
@@ -27,6 +28,8 @@ class Node {
   pyx_domain* domain() { return &m_domain; }
   pyx_splitnode* splitNode() { return &m_splitNode; }
   pyx_quiescenode* quiesceNode() { return &m_quiesceNode; }
+  // Where supportsFiType answers.
+  int32_t& capability() { return m_capability; }
 
  private:
   std::string m_name;
@@ -58,6 +61,21 @@ class NodeSet {
   std::vector<pyx_splitnode*> m_splitNodes;
   std::vector<pyx_quiescenode*> m_quiesceNodes;
   std::vector<orca_objid*> m_ids;
+};
+
+// The nodes of a session as a session object, which a provider may go on holding; the nodes, which
+// must live as long as it is used, stay the caller's.
+class SplitSession {
+ public:
+  SplitSession(NodeSet& nodes, const std::string& id);
+
+  orca_pdk::CFiSessionPtr& pointer() { return m_session; }
+  const std::string& id() const { return m_session->getId(); }
+  NodeSet& nodes() { return m_nodes; }
+
+ private:
+  NodeSet& m_nodes;
+  orca_pdk::CFiSessionPtr m_session;
 };
 
 }  // namespace fihost

@@ -1,3 +1,5 @@
+#include <cstdlib>
+
 #include "framework/operationarguments.h"
 #include "framework/operations.h"
 
@@ -15,6 +17,45 @@ std::vector<pyx_node_subobj_list> subObjects(NodeSet& nodes) {
   return list;
 }
 
+Values ofResource(const std::string& resource, const std::string& host, int flags) {
+  return {{"resource", resource}, {"host", host}, {"flags", flags}};
+}
+
+Values ofResources(const std::vector<std::string>& resources, const ResourceOptions& options) {
+  return {{"resources", resources},
+          {"type", options.type},
+          {"name", options.name},
+          {"options", options.options},
+          {"flags", options.flags}};
+}
+
+std::string nodeOf(const std::vector<std::string>& resources) {
+  std::string all;
+  for (const std::string& resource : resources) all += (all.empty() ? "" : ", ") + resource;
+  return all;
+}
+
+// Texts that an operation puts into an array of the host's.
+class FilledTexts {
+ public:
+  explicit FilledTexts(std::size_t count) : m_texts(count) {}
+  ~FilledTexts() {
+    for (char* text : m_texts) std::free(text);
+  }
+  FilledTexts(const FilledTexts&) = delete;
+  FilledTexts& operator=(const FilledTexts&) = delete;
+
+  char** array() { return m_texts.data(); }
+  std::vector<std::string> texts() const {
+    std::vector<std::string> all;
+    for (const char* text : m_texts) all.emplace_back(text == nullptr ? "" : text);
+    return all;
+  }
+
+ private:
+  std::vector<char*> m_texts;
+};
+
 }  // namespace
 
 bool importResource(Caller& caller, const std::string& resource, const std::string& host, int flags,
@@ -23,7 +64,7 @@ bool importResource(Caller& caller, const std::string& resource, const std::stri
   std::string hostName = host;
   HandedText imported;
   return caller.call(
-      Op::ImportResource, resource, {{"resource", resource}, {"host", host}, {"flags", flags}},
+      Op::ImportResource, resource, ofResource(resource, host, flags),
       [&](auto& provider) {
         return provider.importResource(nullptr, name.data(), orNull(hostName), nullptr, flags,
                                        imported.address(), nullptr);
@@ -35,14 +76,109 @@ bool importResource(Caller& caller, const std::string& resource, const std::stri
       });
 }
 
+bool preDeportResource(Caller& caller, const std::string& resource, const std::string& host,
+                       int flags) {
+  std::string name = resource;
+  std::string hostName = host;
+  return caller.call(Op::PreDeportResource, resource, ofResource(resource, host, flags),
+                     [&](auto& provider) {
+                       return provider.preDeportResource(name.data(), flags, orNull(hostName));
+                     });
+}
+
 bool deportResource(Caller& caller, const std::string& resource, const std::string& host,
                     int flags) {
   std::string name = resource;
   std::string hostName = host;
   return caller.call(
-      Op::DeportResource, resource, {{"resource", resource}, {"host", host}, {"flags", flags}},
-      [&](auto& provider) {
+      Op::DeportResource, resource, ofResource(resource, host, flags), [&](auto& provider) {
         return provider.deportResource(name.data(), orNull(hostName), nullptr, nullptr, flags);
+      });
+}
+
+bool resourceStatus(Caller& caller, Node& resource, int flags, long& status) {
+  pyx_msg_info* info = nullptr;
+  status = kNoStatus;
+  return caller.call(
+      Op::ResourceStatus, resource.name(), {{"resource", resource.name()}, {"flags", flags}},
+      [&](auto& provider) { return provider.resourceStatus(resource.id(), flags, &status, &info); },
+      [&](Call& call) {
+        const bool isThere = info != nullptr && info->text != nullptr;
+        call.outputs = {{"status", status},
+                        {"message", isThere ? Value(std::string(info->text)) : Value()}};
+      });
+}
+
+bool isParentPgn(Caller& caller, const std::string& name, int flags, int& answer) {
+  std::string copy = name;
+  answer = 0;
+  return caller.call(
+      Op::IsParentPgn, name, {{"name", name}, {"flags", flags}},
+      [&](auto& provider) { return provider.isParentPgn(copy.data(), &answer, flags); },
+      [&](Call& call) {
+        call.outputs = {{"answer", answer}};
+      });
+}
+
+bool translateResourceNames(Caller& caller, const std::vector<std::string>& names,
+                            std::vector<std::string>& translated) {
+  TextArray from(names);
+  FilledTexts to(names.size());
+  return caller.call(
+      Op::TranslateResourceNames, nodeOf(names), {{"names", names}},
+      [&](auto& provider) {
+        return provider.translateResourceNames(from.array(), from.count(), to.array());
+      },
+      [&](Call& call) {
+        translated = to.texts();
+        call.outputs = {{"translated", translated}};
+      });
+}
+
+bool format(Caller& caller, const std::vector<std::string>& resources,
+            const ResourceOptions& options, std::vector<std::string>& formatted) {
+  TextArray names(resources);
+  ResourceOptions given = options;
+  HandedTexts texts;
+  int count = 0;
+  return caller.call(
+      Op::Format, nodeOf(resources), ofResources(resources, options),
+      [&](auto& provider) {
+        return provider.format(names.array(), names.count(), orNull(given.type), orNull(given.name),
+                               orNull(given.options), given.flags, texts.array(), &count);
+      },
+      [&](Call& call) {
+        *texts.count() = count;
+        formatted = texts.texts();
+        call.outputs = {{"formatted", formatted}};
+      });
+}
+
+bool unformat(Caller& caller, const std::vector<std::string>& resources, int flags) {
+  TextArray names(resources);
+  return caller.call(
+      Op::Unformat, nodeOf(resources), {{"resources", resources}, {"flags", flags}},
+      [&](auto& provider) { return provider.unformat(names.array(), names.count(), flags); });
+}
+
+bool onlineResource(Caller& caller, const std::vector<std::string>& resources,
+                    const ResourceOptions& options, std::vector<std::string>& onlined) {
+  TextArray names(resources);
+  ResourceOptions given = options;
+  HandedTexts texts;
+  int count = 0;
+  return caller.call(
+      Op::OnlineResource, nodeOf(resources),
+      with(ofResources(resources, options), {{"host", options.host}}),
+      [&](auto& provider) {
+        return provider.onlineResource(names.array(), names.count(), orNull(given.type),
+                                       orNull(given.name), orNull(given.host),
+                                       orNull(given.options), given.flags, texts.array(), &count);
+      },
+      [&](Call& call) {
+        *texts.count() = count;
+        onlined = texts.texts();
+        call.outputs = {{"onlined", onlined}};
       });
 }
 
