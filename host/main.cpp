@@ -7,6 +7,7 @@
 #include "cli/heldsignals.h"
 #include "cli/progress.h"
 #include "cli/standardoutput.h"
+#include "cli/text.h"
 #include "framework/currentoperation.h"
 #include "framework/exceptions.h"
 #include "framework/findings.h"
@@ -72,7 +73,7 @@ int main(int argc, char** argv) {
     HeldSignals::letGo();
     return report.exitStatus();
   } catch (...) {
-    std::cerr << "fihost: " << currentException() << std::endl;
+    std::cerr << "fihost: " << printable(currentException()) << std::endl;
     return kRefused;
   }
 }

@@ -8,6 +8,9 @@
 #include <cstring>
 #include <deque>
 #include <iostream>
+#include <sstream>
+
+#include "cli/text.h"
 
 namespace fihost {
 
@@ -61,7 +64,13 @@ class CommandLine::Declared {
     return m_app.get_subcommands().front()->get_name();
   }
 
-  Exit complain(const CLI::Error& error) { return m_app.exit(error) == 0 ? kDone : kWrongUse; }
+  Exit complain(const CLI::Error& error) {
+    std::ostringstream complaint;
+    const int status = m_app.exit(error, std::cout, complaint);
+    std::istringstream lines(complaint.str());
+    for (std::string line; std::getline(lines, line);) std::cerr << printable(line) << std::endl;
+    return status == 0 ? kDone : kWrongUse;
+  }
 
  private:
   CLI::App m_app{"Drives snapshot provider plug-ins", "fihost"};

@@ -11,6 +11,7 @@
 #include <exception>
 
 #include "cli/exitstatus.h"
+#include "cli/text.h"
 #include "framework/currentoperation.h"
 #include "framework/exceptions.h"
 
@@ -117,7 +118,7 @@ void onExit() {
 
 [[noreturn]] void onTerminate() {
   std::string what = "failed, and the process was to be terminated";
-  if (std::current_exception()) what = "raised " + currentException() + "; it cannot be caught";
+  if (std::current_exception()) what = printable("raised " + currentException() + "; it cannot be caught");
   end(what.c_str());
   leave(kRefused);
 }

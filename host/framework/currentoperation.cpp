@@ -3,6 +3,8 @@
 #include <signal.h>
 #include <time.h>
 
+#include "cli/text.h"
+
 namespace fihost {
 
 namespace {
@@ -26,9 +28,9 @@ CurrentOperation::CurrentOperation(const std::string& provider, const std::strin
     : m_provider(provider),
       m_operation(operation),
       m_node(node),
-      m_changed(changed),
-      m_sentence("provider " + provider + ", operation " + operation +
-                 (node.empty() ? "" : ", node " + node)),
+      m_changed(printable(changed)),
+      m_sentence(printable("provider " + provider + ", operation " + operation +
+                           (node.empty() ? "" : ", node " + node))),
       m_before(g_current) {
   g_current = this;
   limitTime(true);

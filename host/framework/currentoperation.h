@@ -21,7 +21,7 @@ class CurrentOperation {
   const std::string& provider() const { return m_provider; }
   const std::string& operation() const { return m_operation; }
   const std::string& node() const { return m_node; }
-  // What is to be said of changes when it does not come back.
+  // What is to be said of changes when it does not come back; fit to be printed, as the sentence.
   const std::string& changed() const { return m_changed; }
   // "provider P, operation O, node N", made beforehand.
   const std::string& sentence() const { return m_sentence; }

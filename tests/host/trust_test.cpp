@@ -122,6 +122,24 @@ TEST_F(Trust, NamesTheOperationThatDoesNotComeBack) {
   }
 }
 
+TEST_F(Trust, ShowsWhatOthersCannotSeeInNamesAsDigits) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"\x1b[31m", "\\x1b[31m"},
+      {"\u009b1m", "\\xc2\\x9b1m"},
+      {"\u202egpj", "\\xe2\\x80\\xaegpj"},
+      {"\u2066x", "\\xe2\\x81\\xa6x"},
+      {"\xff\xc3(", "\\xff\\xc3("},
+      {"\xf0\x9f\x98\x80 gr\u00fc\u00df", "\xf0\x9f\x98\x80 gr\u00fc\u00df"},
+  };
+  for (const auto& [name, shown] : cases) {
+    const CommandResult claimed = run(withPlugin("probe", {std::string("/data/") + name}));
+    EXPECT_THAT(claimed.out, HasSubstr(std::string("node /data/") + shown + "  claimed\n"));
+    const ScopedEnv env("TEST_CRASH", "claim");
+    const CommandResult crashed = run(withPlugin("probe", {std::string("/data/") + name}));
+    EXPECT_THAT(crashed.err, HasSubstr(std::string("node /data/") + shown + ": crashed"));
+  }
+}
+
 TEST_F(Trust, ShowsAnOperationOnATerminalWhileItRuns) {
   const ScopedEnv env("TEST_CRASH", "prepare");
   const CommandResult result =
