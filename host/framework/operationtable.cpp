@@ -17,6 +17,8 @@ constexpr Meaning kClaims[] = {
 };
 // An interposing provider answers yes or no, others in the capability of the node.
 constexpr Meaning kSupports[] = {{0, "no, or as the capability says"}, {1, "yes"}};
+// A provider without targets picks none.
+constexpr Meaning kSelects[] = {{0, "success"}, {4, "operation not supported by this provider"}};
 constexpr Meaning kInterposed[] = {{0, "not interposed"}, {1, "interposed"}};
 
 // What other answers mean.
@@ -73,7 +75,7 @@ constexpr Operation kOperations[] = {
     {Op::Prepare, "prepare", kSuccess, "whether it left anything behind is not known", true},
     {Op::PrepareSnapshots, "prepareSnapshots", kSuccess,
      "whether it left anything behind is not known", true},
-    {Op::Select, "select", kSuccess, "whether targets were reserved is not known", true},
+    {Op::Select, "select", kSelects, "whether targets were reserved is not known", true},
     {Op::SelectSnapshots, "selectSnapshots", kSuccess, "whether targets were reserved is not known",
      true},
     {Op::IsReady, "isReady", kSuccess, "", true},

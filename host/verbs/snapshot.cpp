@@ -28,8 +28,9 @@ class Snapshot : public Verb {
       const std::string sessionId = newSessionId();
       context.report.answer()["session"] = sessionId;
       if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::Yes)) return;
-      Taking taking(run.caller, context.report, run.lifecycle.nodes(), store, sessionId);
-      if (taking.configure(values, m_force)) taking.take();
+      Taking taking(run.caller, context.report, run.lifecycle.nodes(), store, sessionId,
+                    context.settings.timeout);
+      if (taking.askForType() && taking.configure(values, m_force)) taking.take();
     });
   }
 

@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <set>
+#include <thread>
 
 #include "cli/heldsignals.h"
 #include "framework/operations.h"
@@ -13,6 +15,8 @@
 namespace fihost {
 
 namespace {
+
+constexpr int kSecondsUntilReady = 60;
 
 std::string utcNow() {
   const std::time_t now = std::time(nullptr);
@@ -56,6 +60,14 @@ std::string newSessionId() {
   return "fihost-" + id + "-" + std::to_string(getpid());
 }
 
+bool Taking::askForType() {
+  const std::string type = m_caller.plugin().provider().getFimName();
+  for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+    if (!ops::supportsFiType(m_caller, m_nodes[i], type)) return false;
+  }
+  return true;
+}
+
 bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values, bool force) {
   for (std::size_t i = 0; i < m_nodes.size(); ++i) {
     std::string document;
@@ -79,6 +91,7 @@ bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values, bool forc
 
 void Taking::take() {
   bool good = false;
+  if (!ops::select(m_caller, m_nodes, m_sessionId)) return;
   {
     const Quiesced quiesced(m_caller, m_nodes, m_sessionId);
     good = quiesced.isGood() && prePrepare() && ops::prepare(m_caller, m_nodes, m_sessionId) &&
@@ -87,7 +100,7 @@ void Taking::take() {
   if (m_records.empty()) return;
   remember();
   if (fetchProviderStates()) remember();
-  if (good) tellStatus();
+  if (good && untilReady()) tellStatus();
 }
 
 bool Taking::isInterrupted() {
@@ -128,6 +141,25 @@ bool Taking::keep(const std::vector<std::string>& names) {
     m_recordNodes.push_back(i);
   }
   return names.size() == m_nodes.size();
+}
+
+// A default says nothing of readiness. What is not ready when the host is to end is told by its
+// status.
+bool Taking::untilReady() {
+  using namespace std::chrono_literals;
+  const auto seconds = std::chrono::seconds(m_timeout > 0 ? m_timeout : kSecondsUntilReady);
+  const auto end = std::chrono::steady_clock::now() + seconds;
+  std::vector<long> ready;
+  for (auto pause = 10ms; ops::isReady(m_caller, m_nodes, m_sessionId, ready);
+       pause = std::min<std::chrono::milliseconds>(2 * pause, 1s)) {
+    const bool isWhole = std::count(ready.begin(), ready.end(), 0) == 0;
+    if (isWhole || m_caller.last().isDefault || HeldSignals::isPending()) return true;
+    if (std::chrono::steady_clock::now() + pause > end) {
+      return m_caller.refuse("not ready within " + std::to_string(seconds.count()) + " seconds");
+    }
+    std::this_thread::sleep_for(pause);
+  }
+  return false;
 }
 
 bool Taking::fetchProviderStates() {

@@ -15,13 +15,19 @@ namespace fihost {
 // The taking of one session's snapshots, step by step, from nodes that are set up.
 class Taking {
  public:
+  // `timeout`: seconds within which the snapshots must be ready; 0: a minute.
   Taking(Caller& caller, Report& report, NodeSet& nodes, const StateStore& store,
-         const std::string& sessionId)
+         const std::string& sessionId, int timeout)
       : m_caller(caller),
         m_report(report),
         m_nodes(nodes),
         m_store(store),
-        m_sessionId(sessionId) {}
+        m_sessionId(sessionId),
+        m_timeout(timeout) {}
+
+  // Asks whether the nodes' snapshots can be of the provider's type; what it answers stands in the
+  // report. False when it cannot be asked.
+  bool askForType();
 
   // Configures every node. Throws a Problem for a value that does not fit the node's descriptions;
   // with `force` it is sent all the same, with a warning.
@@ -36,6 +42,7 @@ class Taking {
   bool prePrepare();
   bool make();
   bool keep(const std::vector<std::string>& names);
+  bool untilReady();
   bool fetchProviderStates();
   void remember();
   void tellStatus();
@@ -45,6 +52,7 @@ class Taking {
   NodeSet& m_nodes;
   const StateStore& m_store;
   std::string m_sessionId;
+  int m_timeout;
   std::vector<std::string> m_values;
   SnapshotRecords m_records;
   std::vector<std::size_t> m_recordNodes;  // of each record, the node's place

@@ -8,10 +8,23 @@ using testing::HasSubstr;
 using testing::Not;
 
 const std::string kSnapshot = "snap:/data/a";
-const Words kWholeOrder = {
-    "init",       "claim",   "initNode", "config GETPARAM", "config SET",           "quiesce",
-    "prePrepare", "prepare", "make",     "unquiesce",       "processProviderState", "getStatus",
-    "deInitNode", "fini"};
+const Words kWholeOrder = {"init",
+                           "claim",
+                           "initNode",
+                           "supportsFiType",
+                           "config GETPARAM",
+                           "config SET",
+                           "select",
+                           "quiesce",
+                           "prePrepare",
+                           "prepare",
+                           "make",
+                           "unquiesce",
+                           "processProviderState",
+                           "isReady",
+                           "getStatus",
+                           "deInitNode",
+                           "fini"};
 
 class LifeCycle : public Host {};
 

@@ -51,10 +51,10 @@ TEST_F(Host, ProbeShowsIdentityOverridesAndClaims) {
       answer["provider"],
       (Json{
           {"name", "tester"}, {"fim", "TestFim"}, {"abi", "4.4"}, {"plugin", plugin("provider")}}));
-  EXPECT_EQ(
-      answer["overrides"],
-      (Json{"init", "fini", "claim", "initNode", "deInitNode", "dispose", "quiesce", "unquiesce",
-            "make", "prepare", "processProviderState", "restore", "getStatus", "prePrepare"}));
+  EXPECT_EQ(answer["overrides"],
+            (Json{"init", "fini", "claim", "initNode", "deInitNode", "dispose", "quiesce",
+                  "unquiesce", "make", "prepare", "isReady", "processProviderState", "restore",
+                  "getStatus", "prePrepare"}));
   EXPECT_EQ(answer["claims"],
             (Json{{{"node", "/data/a"}, {"answer", 1}, {"meaning", "claimed"}},
                   {{"node", "/other"}, {"answer", 0}, {"meaning", "not claimed"}}}));

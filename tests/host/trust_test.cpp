@@ -46,8 +46,8 @@ TEST_F(Trust, SendsNoValueThatDoesNotFitItsDescription) {
     SCOPED_TRACE(setting);
     const Json answer = runJson(withPlugin("snapshot", {"/data/a", "--set", setting}), 2);
     EXPECT_THAT(answer["error"].get<std::string>(), HasSubstr(sentence));
-    EXPECT_EQ(operations(answer),
-              (Words{"init", "claim", "initNode", "config GETPARAM", "deInitNode", "fini"}));
+    EXPECT_EQ(operations(answer), (Words{"init", "claim", "initNode", "supportsFiType",
+                                         "config GETPARAM", "deInitNode", "fini"}));
   }
 }
 
@@ -120,6 +120,19 @@ TEST_F(Trust, NamesTheOperationThatDoesNotComeBack) {
                                                        {"changed", changed}}}));
     EXPECT_EQ(answer.value("exit", 0), 1);
   }
+}
+
+TEST_F(Trust, AsksAgainUntilSnapshotsAreReady) {
+  const ScopedEnv env("TEST_READY_AT", "3");
+  const Words names = operations(runJson(withPlugin("snapshot", {"/data/a"}), 0));
+  EXPECT_EQ(std::count(names.begin(), names.end(), "isReady"), 3);
+}
+
+TEST_F(Trust, WaitsForReadySnapshotsAsLongAsItIsTold) {
+  const ScopedEnv env("TEST_READY_AT", "-1");
+  const Json answer = runJson(withPlugin("snapshot", {"/data/a", "--timeout", "1"}), 1);
+  EXPECT_EQ(answer["failures"][0]["reason"], "not ready within 1 seconds");
+  EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 1u);
 }
 
 TEST_F(Trust, ShowsWhatOthersCannotSeeInNamesAsDigits) {

@@ -45,6 +45,7 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
 // TEST_UNDERSCORE_EXIT and TEST_HANG one that does not come back; TEST_LEAK makes it careless with
 // memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a message behind
 // in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each snapshot.
+// TEST_READY_AT is the number of the isReady call that says so first.
 class TestProvider : public CFiPluginBase {
  public:
   TestProvider() : m_setup(*this, identity()) {
@@ -97,6 +98,13 @@ class TestProvider : public CFiPluginBase {
     const int result = step("make");
     if (result == 0 && *ids == nullptr) handOut(ids, idCount, names);
     return result;
+  }
+  int isReady(char*, pyx_splitnode** nodes, int count) override {
+    const char* at = std::getenv("TEST_READY_AT");
+    if (at == nullptr || ++m_asked == std::atoi(at)) {
+      for (int i = 0; i < count; ++i) nodes[i]->domain->flags |= 0x8;
+    }
+    return FI_OK;
   }
   int getStatus(orca_objid**, orca_objid**, long count, char*, long, long* statuses) override {
     std::fill_n(statuses, count, status("getStatus", 8));
@@ -159,6 +167,7 @@ class TestProvider : public CFiPluginBase {
   }
 
   CFiProviderSetup m_setup;
+  int m_asked = 0;
 };
 
 }  // namespace
