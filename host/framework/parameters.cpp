@@ -5,24 +5,14 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 #include "cli/exitstatus.h"
+#include "cli/inputfile.h"
 
 namespace fihost {
 
 namespace {
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  if (!in || !(text << in.rdbuf())) {
-    throw Problem{kWrongUse, "cannot read " + path + ", or it is empty"};
-  }
-  return text.str();
-}
 
 // A range of which both bounds are -1 is none.
 bool hasRange(const orca_pdk::CFiConfigParamInfo& info) {
@@ -121,7 +111,7 @@ bool readDescriptions(Caller& caller, const std::string& document, Descriptions&
 orca_pdk::CFiConfigParamDataList wantedValues(
     const std::string& file, const std::vector<std::pair<std::string, std::string>>& settings) {
   orca_pdk::CFiConfigParamDataList values;
-  if (!file.empty() && values.parse(readFile(file).c_str()) != 0) {
+  if (!file.empty() && values.parse(readInput(file).c_str()) != 0) {
     throw Problem{kWrongUse, file + " is no document of parameter values"};
   }
   std::set<std::string> seen;

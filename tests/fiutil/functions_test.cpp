@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -80,6 +81,16 @@ TEST(CredentialBlob, IsTheFileUpToItsFirstNulAndFollowsChanges) {
   orca_get_credential_blob(&changed);
   EXPECT_STREQ(changed, "other");
   EXPECT_STREQ(first, "[A]\nk=v\n");
+}
+
+TEST(CredentialBlob, IsNeitherAFifoNorADevice) {
+  const TempDir dir;
+  ASSERT_EQ(mkfifo(dir.file("fifo").c_str(), 0600), 0);
+  for (const std::string& path : {dir.file("fifo"), std::string("/dev/zero")}) {
+    const ScopedEnv env("ORCA_CREDENTIALS", path.c_str());
+    char* text = nullptr;
+    EXPECT_EQ(orca_get_credential_blob(&text), -1) << path;
+  }
 }
 
 TEST(ChildContext, IsOnOnlyForTheSettingOne) {

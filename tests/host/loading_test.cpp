@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include "host_fixture.h"
 
 namespace {
@@ -63,6 +65,7 @@ TEST_F(Host, ProbeShowsIdentityOverridesAndClaims) {
 
 TEST_F(Host, EndsWithTwoAfterWrongUse) {
   writeFile(m_dir.file("broken"), "no document");
+  mkfifo(m_dir.file("fifo").c_str(), 0600);
   const Words cases[] = {
       {},
       {"fly"},
@@ -73,6 +76,8 @@ TEST_F(Host, EndsWithTwoAfterWrongUse) {
       withPlugin("snapshot", {"/data/a", "--set", "keep"}),
       withPlugin("snapshot", {"/data/a", "--params", m_dir.file("broken")}),
       withPlugin("snapshot", {"/data/a", "--params", m_dir.file("missing")}),
+      withPlugin("snapshot", {"/data/a", "--params", m_dir.file("fifo")}),
+      withPlugin("snapshot", {"/data/a", "--params", "/dev/zero"}),
   };
   for (const Words& words : cases) {
     const CommandResult result = run(words);
