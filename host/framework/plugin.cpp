@@ -6,12 +6,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <vector>
 
 #include "cli/exitstatus.h"
 #include "cli/text.h"
 #include "framework/currentoperation.h"
 #include "framework/exceptions.h"
+#include "state/trust.h"
 
 namespace fihost {
 
@@ -35,26 +35,33 @@ fs::path pluginFolder() {
          FIHOST_PLUGIN_DIR;
 }
 
-// A path is taken as it is; a bare name is looked for in the plug-in folder, then here.
-std::string findPlugin(const std::string& nameOrPath) {
+// A path is taken as it is; a bare name is looked for in the plug-in folder, and nowhere else.
+fs::path findPlugin(const std::string& nameOrPath) {
   if (nameOrPath.find('/') != std::string::npos) return nameOrPath;
   const fs::path folder = pluginFolder();
-  const std::vector<fs::path> candidates = {folder / nameOrPath, folder / (nameOrPath + ".so"),
-                                            folder / ("lib" + nameOrPath + ".so"),
-                                            fs::path(".") / nameOrPath};
   std::error_code ignored;
-  for (const fs::path& candidate : candidates) {
-    if (fs::is_regular_file(candidate, ignored)) return candidate.string();
+  for (const std::string& name : {nameOrPath, nameOrPath + ".so", "lib" + nameOrPath + ".so"}) {
+    if (fs::is_regular_file(folder / name, ignored)) return folder / name;
   }
   throw Problem{kNotLoaded, "no plug-in \"" + nameOrPath + "\" in " + folder.string() +
                                 " (a path has a slash; ORCA_PLUGIN_DIR sets the folder)"};
+}
+
+// Where a plug-in lies that nobody but root and the caller can change: its code runs as the caller.
+std::string trustedPlugin(const std::string& nameOrPath) {
+  std::error_code ignored;
+  const fs::path found = findPlugin(nameOrPath);
+  const fs::path absolute = fs::absolute(found, ignored);
+  const std::string path = (absolute.empty() ? found : absolute).string();
+  trustedPlace(path, "plug-in", kNotLoaded);
+  return path;
 }
 
 }  // namespace
 
 void Plugin::Closer::operator()(void* library) const { dlclose(library); }
 
-Plugin::Plugin(const std::string& nameOrPath) : m_path(findPlugin(nameOrPath)) {
+Plugin::Plugin(const std::string& nameOrPath) : m_path(trustedPlugin(nameOrPath)) {
   const CurrentOperation current(m_path, "loading");
   m_library.reset(dlopen(m_path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (m_library == nullptr) {
@@ -62,9 +69,6 @@ Plugin::Plugin(const std::string& nameOrPath) : m_path(findPlugin(nameOrPath)) {
                                   "; build it against this kit, orca_pdk " FIHOST_VERSION
                                   ", and see that its libraries are found"};
   }
-  std::error_code ignored;
-  const fs::path absolute = fs::absolute(m_path, ignored);
-  if (!absolute.empty()) m_path = absolute.string();
   checkAbi();
   createProvider();
 }

@@ -14,8 +14,9 @@ namespace fihost {
 class Plugin {
  public:
   // Loads a plug-in: a path, or a name without a slash that is looked up in the plug-in folder.
-  // Throws a Problem with the loader's own words, with the missing symbol, or with both ABI texts
-  // where they differ; nothing of the plug-in is called before they are compared.
+  // Throws a Problem that names what another user could change, or with the loader's own words, the
+  // missing symbol, or both ABI texts where they differ; nothing of the plug-in is called before
+  // they are compared.
   explicit Plugin(const std::string& nameOrPath);
   ~Plugin();
   Plugin(const Plugin&) = delete;

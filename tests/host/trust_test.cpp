@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "host_fixture.h"
 
 namespace {
@@ -19,6 +22,48 @@ TEST_F(Trust, KeepsTheWholePathOfANodeWhereverItIsAskedFrom) {
   const CommandResult twice = runIn("x", withPlugin("snapshot", {"data/a", "../x/data/../data/a"}));
   EXPECT_EQ(twice.status, 2);
   EXPECT_THAT(twice.err, HasSubstr(m_dir.file("x/data/a") + "\" given twice"));
+}
+
+// Each way needs a thing of another user's, which only root can make.
+TEST_F(Trust, LoadsNoPluginThatAnotherUserCouldChange) {
+  writeFile(m_dir.file("mine"), "");
+  if (chown(m_dir.file("mine").c_str(), 1234, 0) != 0) GTEST_SKIP() << "needs root, to give away";
+  namespace fs = std::filesystem;
+  const std::tuple<const char*, const char*, uid_t, mode_t, const char*> cases[] = {
+      {"sticky/own/p.so", "sticky/own/p.so", 1234, 0755, "belongs to user 1234"},
+      {"sticky/own/p.so", "sticky/own/p.so", 0, 0775, "(mode 0775)"},
+      {"sticky/own/p.so", "sticky/own", 0, 0777, "(mode 0777)"},
+      {"sticky/own/p.so", "sticky/own", 1234, 0755, "belongs to user 1234"},
+      {"sticky/own/p.so", "sticky", 0, 0777, "(mode 0777)"},
+      {"link.so", "link.so", 1234, 0, "belongs to user 1234"},
+      {"sticky/link.so", "", 0, 0, "(mode 1777)"},
+      {"sticky/p.so", "", 0, 0, "(mode 1777)"},
+  };
+  for (const auto& [asked, changed, owner, mode, reason] : cases) {
+    SCOPED_TRACE(std::string(asked) + ": " + reason);
+    const TempDir dir;
+    fs::create_directories(dir.path() / "sticky/own");
+    fs::copy_file(plugin("provider"), dir.path() / "sticky/own/p.so");
+    fs::copy_file(plugin("provider"), dir.path() / "sticky/p.so");
+    for (const char* link : {"link.so", "sticky/link.so"}) {
+      fs::create_symlink(dir.path() / "sticky/own/p.so", dir.path() / link);
+    }
+    ASSERT_EQ(chmod(dir.file("sticky").c_str(), 01777), 0);
+    EXPECT_EQ(run({"probe", "--plugin", dir.file("sticky/own/p.so")}).status, 0);
+    EXPECT_EQ(run({"probe", "--plugin", dir.file("link.so")}).status, 0);
+    ASSERT_EQ(lchown(dir.file(changed).c_str(), owner, 0), 0);
+    EXPECT_EQ(mode == 0 ? 0 : chmod(dir.file(changed).c_str(), mode), 0);
+    const CommandResult result = run({"probe", "--plugin", dir.file(asked)});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(result.err, HasSubstr("plug-in: " + dir.file(asked) + " is not trusted: "));
+    EXPECT_THAT(result.err, HasSubstr(reason));
+  }
+}
+
+TEST_F(Trust, LooksForABareNameInThePluginFolderAlone) {
+  const ScopedEnv env("ORCA_PLUGIN_DIR", m_dir.str().c_str());
+  const CommandResult result = runIn(FIHOST_TEST_PLUGINS, {"probe", "--plugin", "provider.so"});
+  EXPECT_THAT(result.err, HasSubstr("no plug-in \"provider.so\" in " + m_dir.str()));
 }
 
 TEST_F(Trust, LeavesAFileAloneWhoseNameTheStateKeepsWithoutItsFolder) {
