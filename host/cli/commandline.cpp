@@ -21,10 +21,12 @@ std::string environment(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+// Empty where nothing names one; a path that is not absolute names none.
 std::string defaultStateFolder() {
   const std::string stateHome = environment("XDG_STATE_HOME");
-  if (!stateHome.empty()) return stateHome + "/fihost";
-  return environment("HOME") + "/.local/state/fihost";
+  if (stateHome.starts_with('/')) return stateHome + "/fihost";
+  const std::string home = environment("HOME");
+  return home.starts_with('/') ? home + "/.local/state/fihost" : "";
 }
 
 bool wantsJson(int argc, const char* const* argv) {

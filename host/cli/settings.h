@@ -7,7 +7,7 @@ namespace fihost {
 
 // What the command line says for every verb.
 struct Settings {
-  std::string stateFolder;
+  std::string stateFolder;  // empty where nothing names one
   bool json = false;
   bool isLenient = false;  // findings leave the exit status at 0
   int timeout = 0;         // seconds for each thing that is called of a plug-in; 0: any

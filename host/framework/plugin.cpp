@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <string.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
@@ -53,7 +54,9 @@ std::string trustedPlugin(const std::string& nameOrPath) {
   const fs::path found = findPlugin(nameOrPath);
   const fs::path absolute = fs::absolute(found, ignored);
   const std::string path = (absolute.empty() ? found : absolute).string();
-  trustedPlace(path, "plug-in", kNotLoaded);
+  if (trustedPlace(path, "plug-in", kNotLoaded).empty()) {
+    throw Problem{kNotLoaded, "cannot load plug-in " + path + ": " + strerror(ENOENT)};
+  }
   return path;
 }
 

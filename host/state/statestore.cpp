@@ -1,176 +1,148 @@
 #include "state/statestore.h"
 
-#include <fcntl.h>
-#include <string.h>
-#include <sys/file.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include "cli/exitstatus.h"
+#include "state/statefolder.h"
+#include "state/takeover.h"
 
 namespace fihost {
 
-using Json = nlohmann::ordered_json;
-
 namespace {
 
-constexpr int kVersion = 1;
+constexpr std::int64_t kVersion = 1;
+constexpr char kName[] = "/state.db";
 
-// The texts of a record by their names in the file.
-struct Field {
-  const char* name;
-  std::string SnapshotRecord::*text;
-};
-constexpr Field kFields[] = {
-    {"name", &SnapshotRecord::name},       {"node", &SnapshotRecord::node},
-    {"session", &SnapshotRecord::session}, {"provider", &SnapshotRecord::provider},
-    {"plugin", &SnapshotRecord::plugin},   {"taken", &SnapshotRecord::taken},
-    {"values", &SnapshotRecord::values},   {"provider_state", &SnapshotRecord::providerState},
-};
+constexpr char kTables[] =
+    "CREATE TABLE snapshots(id INTEGER PRIMARY KEY, name TEXT NOT NULL, node TEXT NOT NULL,"
+    " session TEXT NOT NULL, provider TEXT NOT NULL, plugin TEXT NOT NULL, taken TEXT NOT NULL,"
+    " \"values\" TEXT NOT NULL, provider_state BLOB NOT NULL, UNIQUE(name, provider));"
+    "CREATE TABLE counter(sessions INTEGER NOT NULL);"
+    "INSERT INTO counter VALUES(0);"
+    "PRAGMA user_version=1";
 
-[[noreturn]] void fail(const std::string& what, const std::string& path) {
-  throw Problem{kWrongUse, "state: cannot " + what + " " + path + ": " + strerror(errno)};
+#define FIHOST_FIELDS "name, node, session, provider, plugin, taken, \"values\", provider_state"
+
+// The texts of a record in the order of the columns.
+constexpr std::string SnapshotRecord::*kFields[] = {
+    &SnapshotRecord::name,     &SnapshotRecord::node,         &SnapshotRecord::session,
+    &SnapshotRecord::provider, &SnapshotRecord::plugin,       &SnapshotRecord::taken,
+    &SnapshotRecord::values,   &SnapshotRecord::providerState};
+
+SnapshotRecords recordsOf(Statement& statement) {
+  SnapshotRecords records;
+  while (statement.next()) {
+    SnapshotRecord& record = records.emplace_back();
+    int column = 0;
+    for (const auto field : kFields) record.*field = statement.text(column++);
+  }
+  return records;
 }
 
-class File {
+// Adds records one after the other.
+class Adding {
  public:
-  explicit File(int fd) : m_fd(fd) {}
-  ~File() {
-    if (m_fd >= 0) ::close(m_fd);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
+  explicit Adding(Database& database)
+      : m_statement(database, "INSERT OR REPLACE INTO snapshots(" FIHOST_FIELDS
+                              ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, CAST(?8 AS BLOB))") {}
 
-  int get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
-
-// A lock on the folder, held for a scope.
-class Lock {
- public:
-  explicit Lock(const std::string& path)
-      : m_file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    if (m_file.get() < 0) fail("open", path);
-    while (flock(m_file.get(), LOCK_EX) != 0) {
-      if (errno != EINTR) fail("lock", path);
-    }
+  void add(const SnapshotRecord& record) {
+    int place = 1;
+    for (const auto field : kFields) m_statement.bind(place++, record.*field);
+    m_statement.run();
   }
 
  private:
-  File m_file;
+  Statement m_statement;
 };
 
-// JSON text is UTF-8; bytes that are not travel as numbers.
-Json encode(const std::string& text) {
-  try {
-    static_cast<void>(Json(text).dump());
-    return text;
-  } catch (const Json::type_error&) {
-    return {{"bytes", std::vector<std::uint8_t>(text.begin(), text.end())}};
-  }
+std::int64_t versionOf(Database& database) {
+  Statement statement(database, "PRAGMA user_version");
+  return statement.next() ? statement.number(0) : 0;
 }
 
-std::string decode(const Json& json) {
-  if (json.is_string()) return json.get<std::string>();
-  const auto bytes = json.at("bytes").get<std::vector<std::uint8_t>>();
-  return std::string(bytes.begin(), bytes.end());
+void makeTables(Database& database) {
+  Transaction transaction(database);
+  if (versionOf(database) == 0) database.run(kTables);  // else another host was faster
+  transaction.commit();
 }
 
-void writeAll(int fd, const std::string& text, const std::string& path) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t written = write(fd, text.data() + done, text.size() - done);
-    if (written < 0 && errno != EINTR) fail("write", path);
-    if (written > 0) done += static_cast<std::size_t>(written);
-  }
-  if (fsync(fd) != 0) fail("sync", path);
-}
-
-void syncFolder(const std::string& folder) {
-  const File file(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (file.get() < 0 || fsync(file.get()) != 0) fail("sync", folder);
-}
-
-void replaceFile(const std::string& path, const std::string& text) {
-  std::string temporary = path + ".XXXXXX";
-  const File file(mkostemp(temporary.data(), O_CLOEXEC));
-  if (file.get() < 0) fail("make", temporary);
-  try {
-    writeAll(file.get(), text, temporary);
-    if (rename(temporary.c_str(), path.c_str()) != 0) fail("rename", temporary);
-  } catch (...) {
-    unlink(temporary.c_str());
-    throw;
-  }
+void takeOver(Database& database, const std::string& folder) {
+  takeOverOldList(folder, [&](const RecordReader& read) {
+    Transaction transaction(database);
+    Adding adding(database);
+    read([&](const SnapshotRecord& record) { adding.add(record); });
+    transaction.commit();
+  });
 }
 
 }  // namespace
 
-Json SnapshotRecord::toJson() const {
-  Json json = Json::object();
-  for (const Field& field : kFields) json[field.name] = encode(this->*field.text);
-  return json;
+SnapshotRecords StateStore::all() {
+  if (!isOpen()) return {};
+  Statement statement(*m_database, "SELECT " FIHOST_FIELDS " FROM snapshots ORDER BY id");
+  return recordsOf(statement);
 }
 
-SnapshotRecord SnapshotRecord::fromJson(const Json& json) {
-  SnapshotRecord record;
-  for (const Field& field : kFields) record.*field.text = decode(json.at(field.name));
-  return record;
+SnapshotRecords StateStore::named(const std::string& name) {
+  if (!isOpen()) return {};
+  Statement statement(*m_database,
+                      "SELECT " FIHOST_FIELDS " FROM snapshots WHERE name = ?1 ORDER BY id");
+  return recordsOf(statement.bind(1, name));
 }
 
-void forget(SnapshotRecords& records, const SnapshotRecord& record) {
-  std::erase_if(records, [&](const SnapshotRecord& other) {
-    return other.name == record.name && other.provider == record.provider;
-  });
+void StateStore::add(const SnapshotRecords& records) {
+  Database& database = opened();
+  Transaction transaction(database);
+  Adding adding(database);
+  for (const SnapshotRecord& record : records) adding.add(record);
+  transaction.commit();
 }
 
-std::string StateStore::file() const { return m_folder + "/state.json"; }
+void StateStore::forget(const SnapshotRecord& record) {
+  Database& database = opened();
+  Transaction transaction(database);
+  Statement(database, "DELETE FROM snapshots WHERE name = ?1 AND provider = ?2")
+      .bind(1, record.name)
+      .bind(2, record.provider)
+      .run();
+  transaction.commit();
+}
 
-SnapshotRecords StateStore::load() const {
-  std::error_code error;
-  if (!std::filesystem::exists(file(), error) && !error) return {};
-  std::ifstream in(file(), std::ios::binary);
-  if (!in) fail("read", file());
-  try {
-    SnapshotRecords records;
-    const Json document = Json::parse(in);
-    if (document.at("version") != kVersion) throw std::runtime_error("another version");
-    for (const Json& entry : document.at("snapshots"))
-      records.push_back(SnapshotRecord::fromJson(entry));
-    return records;
-  } catch (const std::exception& exception) {
-    throw Problem{kWrongUse, "state: " + file() + " is damaged: " + exception.what()};
+std::int64_t StateStore::nextSession() {
+  Database& database = opened();
+  Transaction transaction(database);
+  Statement(database, "UPDATE counter SET sessions = sessions + 1").run();
+  Statement statement(database, "SELECT sessions FROM counter");
+  const std::int64_t number = statement.next() ? statement.number(0) : 0;
+  transaction.commit();
+  return number;
+}
+
+// A folder without any state is left as it is.
+bool StateStore::isOpen() {
+  if (m_database != nullptr) return true;
+  const std::string folder = findStateFolder(m_folder);
+  const bool isThere =
+      !folder.empty() && (isStateFile(folder + kName) || isStateFile(folder + "/state.json"));
+  if (isThere) open(folder);
+  return isThere;
+}
+
+Database& StateStore::opened() {
+  if (m_database == nullptr) open(makeStateFolder(m_folder));
+  return *m_database;
+}
+
+void StateStore::open(const std::string& folder) {
+  const std::string file = folder + kName;
+  if (!isStateFile(file)) openStateFile(file);
+  auto database = std::make_unique<Database>(file);
+  const std::int64_t version = versionOf(*database);
+  if (version == 0) makeTables(*database);
+  if (version > kVersion) {
+    throw Problem{kWrongUse, "state: " + file + " was written by a newer fihost"};
   }
-}
-
-void StateStore::update(const std::function<void(SnapshotRecords&)>& change) const {
-  std::error_code error;
-  std::filesystem::create_directories(m_folder, error);
-  if (error) {
-    throw Problem{kWrongUse, "state: cannot make folder " + m_folder + ": " + error.message()};
-  }
-  const Lock lock(m_folder + "/lock");
-  SnapshotRecords records = load();
-  change(records);
-  save(records);
-}
-
-void StateStore::check() const {
-  update([](SnapshotRecords&) {});
-}
-
-void StateStore::save(const SnapshotRecords& records) const {
-  Json snapshots = Json::array();
-  for (const SnapshotRecord& record : records) snapshots.push_back(record.toJson());
-  const Json document{{"version", kVersion}, {"snapshots", snapshots}};
-  replaceFile(file(), document.dump(2) + "\n");
-  syncFolder(m_folder);
+  takeOver(*database, folder);
+  m_database = std::move(database);
 }
 
 }  // namespace fihost

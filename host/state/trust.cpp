@@ -52,8 +52,8 @@ class Way {
       if (name.empty() || name == "." || name == "/") continue;
       if (name == "..") {
         m_place = m_place.parent_path();
-      } else {
-        step(m_place / name);
+      } else if (!step(m_place / name)) {
+        return "";
       }
     }
     const auto status = look(m_place);
@@ -64,16 +64,14 @@ class Way {
  private:
   void ahead(const fs::path& path) { m_rest.insert(m_rest.begin(), path.begin(), path.end()); }
 
-  void step(const fs::path& next) {
+  // False when there is nothing.
+  bool step(const fs::path& next) {
     const auto folder = look(m_place);
     const auto status = look(next);
-    if (status) requireOwner(next, *status);
-    const bool isOwnFolder = status && S_ISDIR(status->st_mode) && status->st_uid == geteuid();
+    if (!status) return false;
+    requireOwner(next, *status);
+    const bool isOwnFolder = S_ISDIR(status->st_mode) && status->st_uid == geteuid();
     if (folder && isOpen(*folder) && !isOwnFolder) refuseOpen(m_place, *folder);
-    if (!status) {
-      m_place = next;
-      return;
-    }
     if (S_ISLNK(status->st_mode)) {
       follow(next);
     } else {
@@ -81,6 +79,7 @@ class Way {
       if (isOpen(*status) && !isSticky) refuseOpen(next, *status);
       m_place = next;
     }
+    return true;
   }
 
   void follow(const fs::path& link) {

@@ -12,9 +12,9 @@ namespace fihost {
 // caller's own, and on no other.
 
 // Where a path leads, with its links followed: each of them, and each folder on the way, is looked
-// at before what lies behind it. What is looked at and the path that leads there may be missing;
-// then only somebody trusted can make it. Throws a Problem with that exit status; its text begins
-// with `what` and names what is not trusted.
+// at before what lies behind it. Empty when there is no such thing; somebody else may make it then,
+// so that it must be looked at again. Throws a Problem with that exit status; its text begins with
+// `what` and names what is not trusted.
 std::string trustedPlace(const std::string& path, const char* what, Exit exit);
 
 }  // namespace fihost

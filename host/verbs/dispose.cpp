@@ -7,9 +7,9 @@ namespace fihost {
 namespace {
 
 // Takes a snapshot off the list that is no more.
-void takeOff(const StateStore& store, const SnapshotRecord& record) {
+void takeOff(StateStore& store, const SnapshotRecord& record) {
   try {
-    store.update([&](SnapshotRecords& list) { forget(list, record); });
+    store.forget(record);
   } catch (Problem& problem) {
     problem.text += "; " + record.name + " was disposed, but is still in the list";
     throw;
@@ -26,7 +26,7 @@ class Dispose : public Verb {
   }
 
   void run(Context& context) override {
-    const StateStore store(context.settings.stateFolder);
+    StateStore store(context.settings.stateFolder);
     const SnapshotRecords records = wantedRecords(store, m_wanted);
     store.check();
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {

@@ -13,10 +13,10 @@ class List : public Verb {
   void declare(VerbOptions& options) override { options.pluginOfSnapshots(m_plugin); }
 
   void run(Context& context) override {
-    Json& list = context.report.answer()["snapshots"] = Json::array();
-    for (const SnapshotRecord& record : StateStore(context.settings.stateFolder).load()) {
-      list.push_back(record.toJson());
-    }
+    StateStore store(context.settings.stateFolder);
+    Json list = Json::array();
+    for (const SnapshotRecord& record : store.all()) list.push_back(record.toJson());
+    context.report.answer()["snapshots"] = list;
   }
 
   std::string text(const Json& answer) const override {

@@ -16,7 +16,7 @@ class Restore : public Verb {
   }
 
   void run(Context& context) override {
-    const StateStore store(context.settings.stateFolder);
+    StateStore store(context.settings.stateFolder);
     const SnapshotRecords records = wantedRecords(store, m_wanted);
     workOnSnapshots(context, m_wanted, records, [&](ProviderRun& run, const auto& own) {
       const SnapshotRecord& record = own.front();

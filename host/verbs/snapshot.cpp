@@ -21,11 +21,10 @@ class Snapshot : public Verb {
 
   void run(Context& context) override {
     const HeldSignals held;
-    const StateStore store(context.settings.stateFolder);
+    StateStore store(context.settings.stateFolder);
     const auto values = wantedValues(m_parameterFile, m_settings);
-    store.check();
+    const std::string sessionId = newSessionId(store);
     withProvider(context, m_plugin, [&](ProviderRun& run) {
-      const std::string sessionId = newSessionId();
       context.report.answer()["session"] = sessionId;
       if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::Yes)) return;
       Taking taking(run.caller, context.report, run.lifecycle.nodes(), store, sessionId,

@@ -58,11 +58,6 @@ SnapshotRecords ofProvider(const WantedSnapshots& wanted, const SnapshotRecords&
   return own;
 }
 
-bool isKnown(const SnapshotRecords& records, const std::string& name) {
-  return std::any_of(records.begin(), records.end(),
-                     [&](const SnapshotRecord& record) { return record.name == name; });
-}
-
 // A path that does not say from which folder on would lead to another file here.
 void refuseRelativePaths(const SnapshotRecords& records) {
   for (const SnapshotRecord& record : records) {
@@ -143,21 +138,20 @@ std::string statusText(const Json& answer) {
   return text;
 }
 
-SnapshotRecords wantedRecords(const StateStore& store, WantedSnapshots& wanted) {
-  SnapshotRecords all = store.load();
-  if (wanted.names.empty()) return all;
-  SnapshotRecords named;
+SnapshotRecords wantedRecords(StateStore& store, WantedSnapshots& wanted) {
+  if (wanted.names.empty()) return store.all();
+  SnapshotRecords all;
   std::set<std::string> seen;
   for (std::string& name : wanted.names) {
-    if (!isKnown(all, name)) name = absoluteName(name);
-    if (!isKnown(all, name)) {
+    SnapshotRecords named = store.named(name);
+    if (named.empty()) named = store.named(name = absoluteName(name));
+    if (named.empty()) {
       throw Problem{kWrongUse, "snapshot " + name + " is not known in " + store.folder()};
     }
     if (!seen.insert(name).second) throw Problem{kWrongUse, "\"" + name + "\" given twice"};
-    std::copy_if(all.begin(), all.end(), std::back_inserter(named),
-                 [&](const SnapshotRecord& record) { return record.name == name; });
+    all.insert(all.end(), named.begin(), named.end());
   }
-  return named;
+  return all;
 }
 
 void workOnSnapshots(Context& context, const WantedSnapshots& wanted,

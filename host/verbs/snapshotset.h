@@ -57,7 +57,7 @@ struct WantedSnapshots {
 
 // The records of wanted snapshots; a name that is not known as it stands is looked up as a path,
 // too, and then stands as such in `wanted`. Throws a Problem for one that is not known.
-SnapshotRecords wantedRecords(const StateStore& store, WantedSnapshots& wanted);
+SnapshotRecords wantedRecords(StateStore& store, WantedSnapshots& wanted);
 
 // Loads the plug-in of these records, sets their nodes up with the values that the last snapshot of
 // each was taken with, lets `work` do its part with the records

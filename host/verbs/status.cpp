@@ -22,7 +22,7 @@ class Status : public Verb {
   }
 
   void run(Context& context) override {
-    const StateStore store(context.settings.stateFolder);
+    StateStore store(context.settings.stateFolder);
     const SnapshotRecords records = wantedRecords(store, m_wanted);
     context.report.answer()["snapshots"] = Json::array();
     if (records.empty()) return;

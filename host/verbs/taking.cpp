@@ -53,11 +53,12 @@ class Quiesced {
 
 }  // namespace
 
-std::string newSessionId() {
+std::string newSessionId(StateStore& store) {
   std::string id = utcNow();
   std::erase(id, '-');
   std::erase(id, ':');
-  return "fihost-" + id + "-" + std::to_string(getpid());
+  return "fihost-" + id + "-" + std::to_string(getpid()) + "-" +
+         std::to_string(store.nextSession());
 }
 
 bool Taking::askForType() {
@@ -175,12 +176,7 @@ bool Taking::fetchProviderStates() {
 
 void Taking::remember() {
   try {
-    m_store.update([&](SnapshotRecords& records) {
-      for (const SnapshotRecord& record : m_records) {
-        forget(records, record);
-        records.push_back(record);
-      }
-    });
+    m_store.add(m_records);
   } catch (Problem& problem) {
     problem.text += "; taken, but not in the list: " + joined(m_records);
     throw;

@@ -16,7 +16,7 @@ namespace fihost {
 class Taking {
  public:
   // `timeout`: seconds within which the snapshots must be ready; 0: a minute.
-  Taking(Caller& caller, Report& report, NodeSet& nodes, const StateStore& store,
+  Taking(Caller& caller, Report& report, NodeSet& nodes, StateStore& store,
          const std::string& sessionId, int timeout)
       : m_caller(caller),
         m_report(report),
@@ -50,7 +50,7 @@ class Taking {
   Caller& m_caller;
   Report& m_report;
   NodeSet& m_nodes;
-  const StateStore& m_store;
+  StateStore& m_store;
   std::string m_sessionId;
   int m_timeout;
   std::vector<std::string> m_values;
@@ -58,8 +58,9 @@ class Taking {
   std::vector<std::size_t> m_recordNodes;  // of each record, the node's place
 };
 
-// An id that no other session of this machine has, fit for a file name.
-std::string newSessionId();
+// An id that no other session ever has, fit for a file name: time and process tell the sessions of
+// several states apart, the store's number those of one.
+std::string newSessionId(StateStore& store);
 
 }  // namespace fihost
 
