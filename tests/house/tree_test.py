@@ -4,10 +4,10 @@ import concurrent.futures
 
 from house import ROOT, finish, run, sources
 
-lists = "\n".join(p.read_text() for p in ROOT.glob("tests/**/CMakeLists.txt"))
+lists = "\n".join(p.read_text() for folder in ("tests", "sweep") for p in ROOT.glob(folder + "/**/CMakeLists.txt"))
 findings = [f"{p.relative_to(ROOT)} is in no CMakeLists.txt"
-            for p in sources(".cpp", ".c", ".py", ".sh", folders=("tests",))
-            if "_test." in p.name and p.name not in lists]
+            for p in sources(".cpp", ".c", ".py", ".sh", folders=("tests", "sweep"))
+            if ("_test." in p.name or "_sweep." in p.name) and p.name not in lists]
 
 for path in sources(".cpp", ".h", ".c"):
     count = len(path.read_text().splitlines())

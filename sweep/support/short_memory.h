@@ -1,5 +1,5 @@
-#ifndef ORCA_TESTS_SHORT_MEMORY_H
-#define ORCA_TESTS_SHORT_MEMORY_H
+#ifndef ORCA_SWEEP_SHORT_MEMORY_H
+#define ORCA_SWEEP_SHORT_MEMORY_H
 
 #include <gtest/gtest.h>
 
