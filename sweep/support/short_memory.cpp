@@ -8,6 +8,8 @@
 #include <exception>
 #include <new>
 
+#include "support/points.h"
+
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -49,7 +51,6 @@ struct Counting {
     t_counted = true;
   }
   ~Counting() { t_counted = false; }
-  static bool isReached() { return t_count >= t_failing; }
 };
 
 }  // namespace
@@ -83,30 +84,37 @@ void ShortMemory::sweep() const {
   work();
   const std::string whole = work();
   for (const int number : {SIGSEGV, SIGABRT, SIGBUS}) signal(number, sayPlace);
-  for (std::size_t failing = 1;; ++failing) {
-    std::snprintf(g_place, sizeof(g_place), "%s: allocation %zu fails\n", name.c_str(), failing);
-    std::string result;
-    bool isReached = false;
-    long held = 0;
-    {
-      const Counting counting(failing);
-      try {
-        result = work();
-      } catch (const std::bad_alloc&) {
-      }
-      isReached = Counting::isReached();
-      held = t_held - (result.capacity() > std::string().capacity() ? 1 : 0);
-    }
-    if (!isReached) break;
-    if (!mayLeak) {
-      EXPECT_EQ(held, 0) << g_place << "blocks are left";
-    }
-    if (result != whole && !isStated(result)) {
-      EXPECT_EQ(result, "") << g_place;
-    }
-    EXPECT_EQ(work(), whole) << "after " << g_place;
+  for (const std::size_t point : sweepPoints(name + ", short of memory", countAllocations())) {
+    failAt(point + 1, whole);
     if (::testing::Test::HasFailure()) return;
   }
+}
+
+std::size_t ShortMemory::countAllocations() const {
+  const Counting counting(0);
+  work();
+  return t_count;
+}
+
+void ShortMemory::failAt(std::size_t failing, const std::string& whole) const {
+  std::snprintf(g_place, sizeof(g_place), "%s: allocation %zu fails\n", name.c_str(), failing);
+  std::string result;
+  long held = 0;
+  {
+    const Counting counting(failing);
+    try {
+      result = work();
+    } catch (const std::bad_alloc&) {
+    }
+    held = t_held - (result.capacity() > std::string().capacity() ? 1 : 0);
+  }
+  if (!mayLeak) {
+    EXPECT_EQ(held, 0) << g_place << "blocks are left";
+  }
+  if (result != whole && !isStated(result)) {
+    EXPECT_EQ(result, "") << g_place;
+  }
+  EXPECT_EQ(work(), whole) << "after " << g_place;
 }
 
 }  // namespace orca_tests

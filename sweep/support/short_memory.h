@@ -12,9 +12,9 @@ namespace orca_tests {
 // Every allocation of the process, that of libraries included, goes through short_memory.cpp, which
 // can let one of them fail. Only the calling thread is counted.
 
-// Runs a piece of work again and again, each time with another allocation failing, until all have
-// failed once. The work must come to its result or throw std::bad_alloc, leave nothing allocated,
-// and come to its result when it is run once more. A crash names the work and the allocation.
+// Runs a piece of work again and again, each time with another allocation failing. The work must
+// come to its result or throw std::bad_alloc, leave nothing allocated, and come to its result when
+// it is run once more. A crash names the work and the allocation.
 struct ShortMemory {
   std::string name;
   // Does the work and answers with a text of what came of it; "" stands for std::bad_alloc.
@@ -26,6 +26,11 @@ struct ShortMemory {
   bool mayLeak = false;
 
   void sweep() const;
+
+ private:
+  std::size_t countAllocations() const;
+  // Lets the nth allocation fail, from 1.
+  void failAt(std::size_t failing, const std::string& whole) const;
 };
 
 }  // namespace orca_tests
