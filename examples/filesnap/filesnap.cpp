@@ -259,8 +259,11 @@ class FileSnap : public CFiPluginBase {
 
   void noteLimits(const std::vector<Request>& requests, const std::vector<fs::path>& made) {
     for (std::size_t i = 0; i < made.size(); ++i) {
-      FolderLimits& limits = m_limits[made[i].parent_path()];
-      limits.keep[placeOf(requests[i].file)] = requests[i].parameters.keep;
+      const fs::path folder = made[i].parent_path();
+      FolderLimits& limits = m_limits[folder];
+      const fs::path place =
+          withMessage("FILESNAP_DIR_FAILED", folder, [&] { return placeOf(requests[i].file); });
+      limits.keep[place] = requests[i].parameters.keep;
       limits.fresh.insert(made[i].filename());
     }
   }
