@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <utility>
 
 #include "support/points.h"
 
@@ -79,6 +80,10 @@ void free(void* block) {
 #pragma GCC visibility pop
 
 namespace orca_tests {
+
+EnoughMemory::EnoughMemory() : m_wasCounted(std::exchange(t_counted, false)) {}
+
+EnoughMemory::~EnoughMemory() { t_counted = m_wasCounted; }
 
 void ShortMemory::sweep() const {
   work();

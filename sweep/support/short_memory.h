@@ -33,6 +33,18 @@ struct ShortMemory {
   void failAt(std::size_t failing, const std::string& whole) const;
 };
 
+// While it lives, the work has memory and is not counted: for what a test does on its behalf.
+class EnoughMemory {
+ public:
+  EnoughMemory();
+  ~EnoughMemory();
+  EnoughMemory(const EnoughMemory&) = delete;
+  EnoughMemory& operator=(const EnoughMemory&) = delete;
+
+ private:
+  const bool m_wasCounted;
+};
+
 }  // namespace orca_tests
 
 #endif

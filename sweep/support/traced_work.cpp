@@ -103,10 +103,12 @@ struct TracedWork::Shared {
 // What is to happen to the process at which call.
 struct TracedWork::Strike {
   const Calls& calls;
-  std::size_t left;
+  std::size_t point;
   int error = 0;  // 0: a kill
+  bool isLasting = false;
   std::size_t seen = 0;
 
+  bool isOver(bool isStruck) const { return isStruck && !isLasting; }
   bool concerns(const __ptrace_syscall_info& info) const {
     return calls.empty() || calls.count(info.entry.nr) != 0;
   }
@@ -132,7 +134,7 @@ void TracedWork::beChild(Shared& shared) const {
   shared.result = m_work();
   shared.isTraced = false;
   if (m_after) std::strncpy(shared.text, m_after().c_str(), sizeof shared.text - 1);
-  _exit(0);
+  _exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
 // Leads a stopped child to its end.
@@ -149,7 +151,7 @@ class TracedWork::Tracer {
       const int stop = WSTOPSIG(m_end.status);
       if (stop == kSyscallStop) atCall();
       const bool isOwn = stop == kSyscallStop || stop == SIGTRAP || stop == SIGSTOP;
-      const bool isDone = m_end.isStruck && !m_isFailing;
+      const bool isDone = m_strike.isOver(m_end.isStruck) && !m_isFailing;
       ptrace(isDone ? PTRACE_CONT : PTRACE_SYSCALL, m_pid, nullptr, isOwn ? 0 : stop);
       waitpid(m_pid, &m_end.status, 0);
     }
@@ -168,14 +170,14 @@ class TracedWork::Tracer {
     }
     __ptrace_syscall_info info{};
     ptrace(PTRACE_GET_SYSCALL_INFO, m_pid, sizeof info, &info);
-    if (info.op != PTRACE_SYSCALL_INFO_ENTRY || m_end.isStruck) return;
+    if (info.op != PTRACE_SYSCALL_INFO_ENTRY) return;
     if (!m_folder.empty() && !m_shared.isTraced) m_shared.isTraced = isBelow(m_pid, info, m_folder);
     if (m_shared.isTraced && m_strike.concerns(info)) countOrStrike();
   }
 
   void countOrStrike() {
+    m_end.isStruck = m_end.isStruck || m_strike.seen == m_strike.point;
     ++m_strike.seen;
-    m_end.isStruck = m_strike.left-- == 0;
     if (!m_end.isStruck) return;
     if (m_strike.error == 0) {
       kill(m_pid, SIGKILL);
@@ -237,8 +239,9 @@ TracedEnd TracedWork::killAt(std::size_t point) const {
   return trace(strike);
 }
 
-TracedEnd TracedWork::failAt(std::size_t point, int error, const Calls& calls) const {
-  Strike strike{calls, point, error};
+TracedEnd TracedWork::failAt(std::size_t point, int error, const Calls& calls,
+                             bool isLasting) const {
+  Strike strike{calls, point, error, isLasting};
   return trace(strike);
 }
 
@@ -264,6 +267,12 @@ void TracedSweep::failEverywhere(int error) const {
   prepare();
   sweep(name + ", " + strerrorname_np(error), work.count(calls),
         [&](std::size_t point) { return work.failAt(point, error, calls); });
+}
+
+void TracedSweep::failFromEverywhere(int error, const Calls& calls) const {
+  prepare();
+  sweep(name + ", for good " + strerrorname_np(error), work.count(calls),
+        [&](std::size_t point) { return work.failAt(point, error, calls, true); });
 }
 
 }  // namespace orca_tests

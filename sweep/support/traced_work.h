@@ -41,8 +41,8 @@ class TracedWork {
   std::size_t count(const Calls& calls = {}) const;
   // Kills the process before its nth call of all, from 0.
   TracedEnd killAt(std::size_t point) const;
-  // Lets the nth of some calls fail, from 0.
-  TracedEnd failAt(std::size_t point, int error, const Calls& calls) const;
+  // Lets the nth of some calls fail, from 0; also all that follow when the trouble lasts.
+  TracedEnd failAt(std::size_t point, int error, const Calls& calls, bool isLasting = false) const;
 
  private:
   struct Shared;
@@ -67,8 +67,9 @@ struct TracedSweep {
 
   // A kill before each system call.
   void killEverywhere() const;
-  // Each of the calls that may end with the error does so once.
+  // Each of the calls that may end with the error does so once; or from each on for good.
   void failEverywhere(int error) const;
+  void failFromEverywhere(int error, const Calls& calls) const;
 
  private:
   void sweep(const std::string& what, std::size_t count,

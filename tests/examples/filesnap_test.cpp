@@ -1,45 +1,26 @@
 #include <fcntl.h>
-#include <grp.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdarg>
-#include <functional>
 
-#include "examples/provider_test.h"
+#include "examples/filesnap_fixture.h"
 #include "support/private_usr.h"
 #include "support/run_command.h"
 
-// The calls by which the provider changes a disk come through here, and what it reads is counted.
+// What the provider reads, writes, opens and waits for comes through here.
 namespace {
 
 struct {
-  int calls = 0;                  // seen so far
-  int killing = 0;                // the call that kills the process
-  int failing = 0;                // the call that fails
-  bool failsOn = false;           // and so do all after it
-  int error = ENOSPC;             // why
   std::function<void()> onWrite;  // done once, after the next write
   std::size_t bytesRead = 0;
   int infosOpened = 0;
   int sleeps = 0;
 } g_disk;
-
-long g_allocationsLeft = -1;  // then memory is short; negative: there is enough
-
-// True when the call must fail.
-bool strikes() {
-  if (++g_disk.calls == g_disk.killing) raise(SIGKILL);
-  const bool isPast = g_disk.failing != 0 && g_disk.calls > g_disk.failing && g_disk.failsOn;
-  if (g_disk.calls != g_disk.failing && !isPast) return false;
-  errno = g_disk.error;
-  return true;
-}
 
 template <typename Function, typename... Arguments>
 auto next(Function*, const char* name, Arguments... arguments) {
@@ -48,32 +29,9 @@ auto next(Function*, const char* name, Arguments... arguments) {
 
 }  // namespace
 
-#if !ORCA_SANITIZED
-void* operator new(std::size_t size) {
-  if (g_allocationsLeft == 0) throw std::bad_alloc();
-  if (g_allocationsLeft > 0) --g_allocationsLeft;
-  if (void* const memory = malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { free(memory); }
-#endif
-
 #define DISK_CALL extern "C" __attribute__((visibility("default")))
-#define PASS_ON(name, ...) strikes() ? -1 : next(&name, #name, __VA_ARGS__)
-DISK_CALL int fsync(int file) { return PASS_ON(fsync, file); }
-DISK_CALL int ftruncate(int file, off_t size) noexcept { return PASS_ON(ftruncate, file, size); }
-DISK_CALL int mkdirat(int folder, const char* name, mode_t mode) noexcept {
-  return PASS_ON(mkdirat, folder, name, mode);
-}
-DISK_CALL int renameat(int from, const char* name, int to, const char* final) noexcept {
-  return PASS_ON(renameat, from, name, to, final);
-}
-DISK_CALL int unlinkat(int folder, const char* name, int flags) noexcept {
-  return PASS_ON(unlinkat, folder, name, flags);
-}
 DISK_CALL ssize_t pwrite(int file, const void* data, size_t size, off_t at) {
-  const ssize_t put = PASS_ON(pwrite, file, data, size, at);
+  const ssize_t put = next(&pwrite, "pwrite", file, data, size, at);
   if (g_disk.onWrite) std::exchange(g_disk.onWrite, nullptr)();
   return put;
 }
@@ -105,38 +63,6 @@ namespace fs = std::filesystem;
 
 void flipByte(const std::string& file) { std::fstream(file, std::ios::in | std::ios::out) << 'x'; }
 
-// What is in a folder, hidden names included.
-Names contents(const fs::path& folder) {
-  Names paths;
-  std::error_code none;
-  for (const auto& entry : fs::directory_iterator(folder, none)) paths.push_back(entry.path());
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
-
-constexpr uid_t kUser = 12345;
-
-// Runs an action in a child; what it finds wrong is told on standard output.
-void inChild(const std::function<void()>& action) {
-  const pid_t child = fork();
-  if (child == 0) {
-    action();
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int ended = 0;
-  ASSERT_EQ(waitpid(child, &ended, 0), child);
-  EXPECT_EQ(ended, 0) << "in a child";
-}
-
-void asUser(const std::function<void()>& action) {
-  inChild([&] {
-    ASSERT_EQ(setgroups(0, nullptr), 0);
-    ASSERT_EQ(setresgid(kUser, kUser, kUser), 0);
-    ASSERT_EQ(setresuid(kUser, kUser, kUser), 0);
-    action();
-  });
-}
-
 void replaceIn(const std::string& file, const std::string& from, const std::string& to) {
   std::string text = readFile(file);
   const std::size_t at = text.find(from);
@@ -144,59 +70,11 @@ void replaceIn(const std::string& file, const std::string& from, const std::stri
   writeFile(file, text.replace(at, from.size(), to));
 }
 
-// Runs an action in a child that a kill strikes at its n-th change of the disk, for every n there
-// is; looks at the disk after each.
-void killEverywhere(const std::function<void()>& action, const std::function<void()>& look) {
-  for (int n = 1;; ++n) {
-    SCOPED_TRACE("killed at change " + std::to_string(n));
-    const pid_t child = fork();
-    if (child == 0) {
-      g_disk.killing = g_disk.calls + n;
-      action();
-      _exit(0);
-    }
-    int ended = 0;
-    ASSERT_EQ(waitpid(child, &ended, 0), child);
-    look();
-    if (WIFEXITED(ended) || testing::Test::HasFailure()) {
-      ASSERT_GT(n, 3) << "nothing was struck";
-      return;
-    }
-  }
-}
-
-class FileSnap : public ProviderTest {
+class FileSnap : public FileSnapTest {
  protected:
-  FileSnap() : ProviderTest(FILESNAP_PLUGIN, FILESNAP_CATALOG) {
-    writeFile(m_file, m_content);
-    load();
-  }
   ~FileSnap() override {
     g_disk = {};
     umount2(m_data.c_str(), MNT_DETACH);  // where a test mounted there
-  }
-
-  std::string snapshot(const Values& values = {}) {
-    EXPECT_EQ(set(m_file, values), 0) << lastError();
-    EXPECT_EQ(prepare({m_file}), 0) << lastError();
-    const Names paths = make({m_file});
-    EXPECT_EQ(paths.size(), 1U) << lastError();
-    return paths.empty() ? "" : paths[0];
-  }
-
-  long restore(const std::string& file, const std::string& snapshot) {
-    Node first(file), second(snapshot);
-    long answer = -1;
-    const int result = m_provider->restore(&first.id, &second.id, 1, nullptr, nullptr, nullptr,
-                                           nullptr, 0, &answer);
-    EXPECT_EQ(result == 0, answer == 0);
-    return answer;
-  }
-
-  // Gives the data to an ordinary user; false where there is none.
-  bool giveToUser() {
-    if (chown(m_data.c_str(), kUser, kUser) != 0) return false;
-    return chmod(m_dir.path().c_str(), 0755) == 0 && chown(m_file.c_str(), kUser, kUser) == 0;
   }
 
   // Mounts a file system on the data folder, with a new source file; false where nobody may. The
@@ -207,11 +85,6 @@ class FileSnap : public ProviderTest {
     writeFile(m_file, m_content);
     return true;
   }
-
-  const std::string m_data = fs::canonical(m_dir.path()).string() + "/data";
-  const std::string m_file = m_data + "/disk.img";
-  const std::string m_folder = m_data + "/.filesnap";
-  const std::string m_content = std::string(1300000, 'a') + std::string(1300000, 'b');
 };
 
 TEST_F(FileSnap, ClaimsRegularFilesAndFollowsNoLink) {
@@ -386,91 +259,6 @@ TEST_F(FileSnap, TouchesNothingThatItDidNotMake) {
   for (const std::string& file : foreign) EXPECT_EQ(readFile(file), "mine");
 }
 
-TEST_F(FileSnap, MakesASnapshotWholeOrNotAtAllWhereverItIsKilled) {
-  ASSERT_EQ(set(m_file, {{"copy_mode", "copy"}, {"verify", "true"}}), 0);
-  ASSERT_EQ(prepare({m_file}), 0);
-  const auto look = [&] {
-    EXPECT_EQ(prepare({m_file}), 0) << "which clears up";
-    for (const std::string& made : contents(m_folder)) {
-      EXPECT_EQ(status(made), 8);
-      EXPECT_EQ(readFile(made + "/data"), m_content);
-      EXPECT_EQ(dispose(made), 0);
-    }
-  };
-  killEverywhere([&] { make({m_file}); }, look);
-}
-
-TEST_F(FileSnap, RestoresAndRemovesWhollyOrNotAtAllWhereverItIsKilled) {
-  std::string made = snapshot({{"verify", "true"}});
-  writeFile(m_file, "other");
-  const auto lookAtFile = [&] {
-    EXPECT_THAT(readFile(m_file), testing::AnyOf("other", m_content));
-    EXPECT_EQ(prepare({m_file}), 0);
-    EXPECT_THAT(contents(m_data), ElementsAre(m_folder, m_file));
-  };
-  killEverywhere([&] { restore(m_file, made); }, lookAtFile);
-  EXPECT_EQ(readFile(m_file), m_content);
-  const auto lookAtSnapshot = [&] {
-    EXPECT_EQ(prepare({m_file}), 0);
-    for (const std::string& one : contents(m_folder)) EXPECT_EQ(status(one), 8);
-    if (contents(m_folder).empty()) made = snapshot();
-  };
-  killEverywhere([&] { dispose(made); }, lookAtSnapshot);
-}
-
-// Fails each change of the disk that a making of two snapshots does, one after the other; looks at
-// what was made.
-class FailingDisk : public FileSnap {
- protected:
-  void failEach(const std::function<void(const Names& made)>& look) {
-    const Names files = {m_file, m_data + "/second.img"};
-    writeFile(files[1], "second");
-    for (const std::string& file : files) ASSERT_EQ(set(file, {{"copy_mode", "copy"}}), 0);
-    int calls = 0;
-    for (int n = 1; calls >= n - 1; ++n) {
-      SCOPED_TRACE("failing change " + std::to_string(n));
-      ASSERT_EQ(prepare(files), 0) << lastError();
-      g_disk.calls = 0;
-      g_disk.failing = n;
-      const Names made = make(files);
-      g_disk.failing = 0;
-      calls = g_disk.calls;
-      look(made);
-      ASSERT_EQ(prepare(files), 0) << lastError();
-      for (const std::string& one : contents(m_folder)) EXPECT_EQ(dispose(one), 0);
-    }
-    EXPECT_GT(calls, 15) << "few changes were struck";
-  }
-};
-
-TEST_F(FailingDisk, MakesAllSnapshotsOfACallOrNone) {
-  failEach([&](const Names& made) {
-    EXPECT_EQ(made.size(), m_result == 0 ? 2U : 0U);
-    EXPECT_THAT(lastError(), HasSubstr(m_result == 0 ? "no error" : "No space left on device. "));
-    EXPECT_EQ(prepare({m_file}), 0);
-    EXPECT_EQ(contents(m_folder), made);
-  });
-}
-
-TEST_F(FailingDisk, SaysThatNothingWasMadeOnlyWhereThatIsSo) {
-  g_disk.failsOn = true;
-  int left = 0;
-  failEach([&](const Names& made) {
-    if (m_result == 0) return;
-    Names seen = contents(m_folder);
-    std::erase_if(seen, [&](const auto& path) { return path.starts_with(m_folder + "/."); });
-    left += seen.empty() ? 0 : 1;
-    EXPECT_THAT(lastError(), HasSubstr(seen.empty() ? "No snapshot was made." : seen[0]));
-    EXPECT_THAT(made, IsEmpty());
-  });
-  EXPECT_GT(left, 0) << "no snapshot was ever left over";
-}
-
-TEST_F(FailingDisk, DoesAgainWhatASignalInterrupts) {
-  g_disk.error = EINTR;
-  failEach([&](const Names& made) { EXPECT_EQ(made.size(), 2U) << lastError(); });
-}
-
 TEST_F(FileSnap, LeavesTemporariesOfTheLivingAlone) {
   ASSERT_EQ(set(m_file, {{"copy_mode", "copy"}}), 0);
   ASSERT_EQ(prepare({m_file}), 0);
@@ -551,48 +339,6 @@ TEST_F(FileSnap, TakesManyFilesWithFewDescriptorsAndReadsEachInfoOnce) {
   unload();
   EXPECT_EQ(g_disk.infosOpened, 80);
   setrlimit(RLIMIT_NOFILE, &before);
-}
-
-TEST_F(FileSnap, ThrowsNothingHoweverShortMemoryIs) {
-#if ORCA_SANITIZED
-  GTEST_SKIP() << "the sanitizer allocates by itself";
-#endif
-  writeFile(m_file, "small");
-  Node second(snapshot({{"verify", "true"}}));
-  Node& first = node(m_file);
-  pyx_splitnode* nodes[] = {&first.split};
-  const auto make = [&] {
-    orca_objid** ids = nullptr;
-    int count = 0;
-    m_provider->make(m_session, nodes, 1, &ids, &count);
-    const long left = std::exchange(g_allocationsLeft, -1);
-    for (int i = 0; i < count; ++i) EXPECT_EQ(status(ids[i]->name), 8) << "what was made is whole";
-    for (int i = 0; i < count; ++i) orca_free_objid(ids[i]);
-    orca_free_buf(ids, static_cast<std::size_t>(count) * sizeof(orca_objid*));
-    g_allocationsLeft = left;
-  };
-  long answer = 0;
-  const std::pair<const char*, std::function<void()>> operations[] = {
-      {"claim", [&] { m_provider->claim(first.id, nullptr, nullptr); }},
-      {"prepare", [&] { m_provider->prepare(m_session, nodes, 1, 0); }},
-      {"make", make},
-      {"fini", [&] { m_provider->fini(); }},
-      {"status", [&] { m_provider->getStatus(&first.id, &second.id, 1, nullptr, 0, &answer); }},
-      {"restore",
-       [&] {
-         m_provider->restore(&first.id, &second.id, 1, nullptr, nullptr, nullptr, nullptr, 0,
-                             &answer);
-       }},
-      {"dispose", [&] { m_provider->dispose(nullptr, &second.domain, nullptr, {}); }}};
-  for (const auto& [name, operation] : operations) {
-    bool isEnough = false;
-    for (long n = 0; !isEnough; ++n) {
-      SCOPED_TRACE(std::string(name) + " with " + std::to_string(n) + " allocations");
-      g_allocationsLeft = n;
-      EXPECT_NO_THROW(operation());
-      isEnough = std::exchange(g_allocationsLeft, -1) != 0;
-    }
-  }
 }
 
 // What another user can make or change on the way to a snapshot; each is told by its name.
