@@ -25,13 +25,13 @@ void runVerb(Verb& verb, const Settings& settings, Report& report) {
   Progress progress;
   Context context{settings, report, {&watch, &memory, &catalogs, &report}};
   if (!settings.json && verb.showsOperations()) context.observers.push_back(&progress);
+  report.answer()["findings"] = Json::array();
   try {
     verb.run(context);
   } catch (const Problem& problem) {
     report.error(problem.exit, problem.text);
   }
   for (const std::string& text : catalogs.findings()) report.warning(text);
-  report.answer()["findings"] = Json::array();
   for (const std::string& text : memory.findings()) report.finding(text);
 }
 

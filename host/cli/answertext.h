@@ -11,6 +11,9 @@ namespace fihost {
 // or what was raised.
 std::string answerText(const Call& call);
 
+// A failure in one line.
+std::string failureText(const Failure& failure);
+
 }  // namespace fihost
 
 #endif

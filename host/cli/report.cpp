@@ -22,16 +22,6 @@ Json toJson(const Call& call) {
   return json;
 }
 
-std::string sentence(const Failure& failure) {
-  const Call& call = failure.call;
-  std::string text = "provider " + call.provider + ", operation " + call.operation->name;
-  if (!call.node.empty()) text += ", node " + call.node;
-  text += ": " + answerText(call);
-  if (!failure.reason.empty()) text += "; " + failure.reason;
-  if (!failure.lastError.empty()) text += "; last error: " + failure.lastError;
-  return text + "; " + failure.changed;
-}
-
 void complain(const std::string& text) { std::cerr << "fihost: " << printable(text) << std::endl; }
 
 }  // namespace
@@ -42,6 +32,16 @@ std::string answerText(const Call& call) {
   if (!call.code) return "done" + mark;
   const std::string meaning = call.operation->meaningOf(*call.code);
   return (call.isGood() ? meaning : std::to_string(*call.code) + " (" + meaning + ")") + mark;
+}
+
+std::string failureText(const Failure& failure) {
+  const Call& call = failure.call;
+  std::string text = "provider " + call.provider + ", operation " + call.operation->name;
+  if (!call.node.empty()) text += ", node " + call.node;
+  text += ": " + answerText(call);
+  if (!failure.reason.empty()) text += "; " + failure.reason;
+  if (!failure.lastError.empty()) text += "; last error: " + failure.lastError;
+  return text + "; " + failure.changed;
 }
 
 std::string toText(const Json& document) {
@@ -61,7 +61,7 @@ void Report::failed(const Failure& failure) {
   json["last_error"] = failure.lastError;
   json["changed"] = failure.changed;
   m_answer["failures"].push_back(json);
-  complain(sentence(failure));
+  complain(failureText(failure));
 }
 
 void Report::warning(const std::string& text) {

@@ -63,6 +63,10 @@ void VerbOptions::number(const char* name, const char* help, int& target) {
   m_app.add_option(name, target, help);
 }
 
+void VerbOptions::words(const char* name, const char* help, std::vector<std::string>& target) {
+  m_app.add_option(name, target, help)->allow_extra_args(false)->delimiter(',');
+}
+
 void VerbOptions::choice(const char* name, const char* help, const std::vector<std::string>& words,
                          std::string& target) {
   m_app.add_option(name, target, help)->required()->check(CLI::IsMember(words));

@@ -30,6 +30,8 @@ class VerbOptions {
   void flag(const char* name, const char* help, bool& target);
   void text(const char* name, const char* help, std::string& target);
   void number(const char* name, const char* help, int& target);
+  // Words, as often as wanted, and several with "," between them.
+  void words(const char* name, const char* help, std::vector<std::string>& target);
   // One of several words, without an option's name.
   void choice(const char* name, const char* help, const std::vector<std::string>& words,
               std::string& target);

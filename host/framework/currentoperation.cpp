@@ -12,6 +12,8 @@ namespace {
 const CurrentOperation* g_current = nullptr;
 timer_t g_timer;
 int g_seconds = 0;
+char* g_place = nullptr;
+std::size_t g_placeSize = 0;
 
 // Begins to measure the time, or ends it.
 void limitTime(bool begins) {
@@ -33,15 +35,30 @@ CurrentOperation::CurrentOperation(const std::string& provider, const std::strin
                            (node.empty() ? "" : ", node " + node))),
       m_before(g_current) {
   g_current = this;
+  show();
   limitTime(true);
 }
 
 CurrentOperation::~CurrentOperation() {
   g_current = m_before;
+  show();
   limitTime(g_current != nullptr);
 }
 
 const CurrentOperation* CurrentOperation::get() { return g_current; }
+
+void CurrentOperation::showIn(char* place, std::size_t size) {
+  g_place = place;
+  g_placeSize = size;
+  show();
+}
+
+void CurrentOperation::show() {
+  if (g_place == nullptr) return;
+  const std::size_t size =
+      g_current == nullptr ? 0 : g_current->sentence().copy(g_place, g_placeSize - 1);
+  g_place[size] = '\0';
+}
 
 void CurrentOperation::setTimeLimit(int seconds, int signal) {
   sigevent event{};

@@ -31,8 +31,13 @@ class CurrentOperation {
   // From now on, the signal is sent to the process when something that is called does not come back
   // within that time. 0 seconds: no limit.
   static void setTimeLimit(int seconds, int signal);
+  // From now on, the sentence of the innermost one stands in that place as well, cut to its size
+  // with the NUL; empty when nothing is being called. Another process may look at it.
+  static void showIn(char* place, std::size_t size);
 
  private:
+  static void show();
+
   std::string m_provider;
   std::string m_operation;
   std::string m_node;

@@ -179,6 +179,8 @@ std::span<const Operation> allOperations() { return kOperations; }
 
 const Operation& describe(Op op) { return kOperations[static_cast<std::size_t>(op)]; }
 
+bool isKnownResult(int code) { return code == 0 || find(kResults, code) != nullptr; }
+
 std::string statusName(Op op, long status) {
   if (status == kNoStatus) return "not told";
   const char* name = find(statusesOf(op), status);

@@ -126,6 +126,9 @@ struct Operation {
 std::span<const Operation> allOperations();
 const Operation& describe(Op op);
 
+// Whether a number is one of the results that operations have.
+bool isKnownResult(int code);
+
 // A status that no provider gives: it shows which ones were written.
 constexpr long kNoStatus = -1;
 

@@ -1,0 +1,13 @@
+#include "check/requirement.h"
+
+namespace fihost::check {
+
+std::vector<Requirement> allRequirements() {
+  std::vector<Requirement> all;
+  for (const Requirements group : {loadRequirements(), tableRequirements(), nodeRequirements()}) {
+    all.insert(all.end(), group.begin(), group.end());
+  }
+  return all;
+}
+
+}  // namespace fihost::check

@@ -1,0 +1,43 @@
+#include "check/values.h"
+
+#include "framework/operations.h"
+
+namespace fihost::check {
+
+Descriptions descriptionsOf(Life& life) {
+  std::string document;
+  Descriptions descriptions;
+  life.must(ops::configGetParam(life.caller(), life.node(), life.session(), document));
+  require(readDescriptions(life.caller(), document, descriptions), life.failure());
+  if (descriptions.empty()) throw Skipped{"the provider describes no parameters"};
+  return descriptions;
+}
+
+std::string documentOf(const std::vector<Setting>& settings) {
+  return wantedValues("", settings).getXML().c_str();
+}
+
+std::string valuesOf(Life& life, Node& node) {
+  std::string values;
+  life.must(ops::configGet(life.caller(), node, life.session(), values));
+  return values;
+}
+
+Setting anotherValue(const Descriptions& descriptions) {
+  for (const auto& [key, info] : descriptions) {
+    if (info.usageType == orca_pdk::FI_USAGE_NO_MODIFY) continue;
+    if (info.dataType == orca_pdk::FI_DATATYPE_BOOLEAN) {
+      return {key, info.defaultValue == "true" ? "false" : "true"};
+    }
+    for (const std::string& choice : info.selectionList) {
+      if (choice != info.defaultValue) return {key, choice};
+    }
+    if (info.rangeMax != info.rangeMin) {
+      const std::string most = std::to_string(info.rangeMax);
+      return {key, most == info.defaultValue ? std::to_string(info.rangeMin) : most};
+    }
+  }
+  throw Skipped{"no parameter allows a value other than its default"};
+}
+
+}  // namespace fihost::check

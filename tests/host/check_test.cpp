@@ -1,0 +1,98 @@
+#include "host_fixture.h"
+
+namespace {
+
+using namespace orca_tests;
+using testing::HasSubstr;
+
+// What is said of a provider that does not keep a requirement.
+struct Case {
+  const char* requirement;
+  const char* sentence;
+};
+
+void PrintTo(const Case& one, std::ostream* out) { *out << one.requirement; }
+
+constexpr Case kCases[] = {
+    {"load.entry", "orca_provider_create raised std::runtime_error: no provider"},
+    {"load.again", "time 51: plug-in"},
+    {"load.side_by_side", "operation init: 6 (operation failed)"},
+    {"load.locale", "LC_ALL was C and is C.UTF-8"},
+    {"load.folder", "the working folder was"},
+    {"load.umask", "the umask was 0022 and is 0000"},
+    {"load.signals", "the action of signal 10 was default and is handler 1"},
+    {"load.environment", "the variable BREAKING is new: 1"},
+    {"load.descriptors", "is new: /dev/null"},
+    {"load.threads", "the number of threads was 1 and is 2"},
+    {"load.output", "the size of standard output was 0 and is 6"},
+    {"table.returns", "operation isReady: crashed by signal 11"},
+    {"table.exceptions", "isReady raised std::runtime_error: not ready"},
+    {"table.results", "isReady answered 77, which has no meaning"},
+    {"node.claim", "answered first claimed, then not claimed"},
+    {"node.nonsense", "it claims \"xxx"},
+    {"node.again", "operation initNode, node"},
+    {"node.apart", "check was set for"},
+    {"node.marker", "the node in front is \"/"},
+    {"node.front", "is not claimed"},
+    {"node.groups", "operation initNode, node breaking_GROUP: 6"},
+};
+
+std::string nameOf(const testing::TestParamInfo<Case>& info) {
+  std::string name = info.param.requirement;
+  std::replace(name.begin(), name.end(), '.', '_');
+  return name;
+}
+
+class Check : public Host, public testing::WithParamInterface<Case> {
+ protected:
+  Check() {
+    std::filesystem::create_directory_symlink(FIHOST_TEST_PLUGINS "/resources",
+                                              m_dir.path() / "resources");
+    for (const char* node : {"data/a", "data/b"}) {
+      writeFile(m_dir.path() / node, std::string(node) + std::string(20000, 'x'));
+    }
+  }
+
+  Json check(int exit, Words words = {}) {
+    words.insert(words.begin(), {"check", "--plugin", plugin("breaking"), "--seed", "1", "--kills",
+                                 "4", m_dir.file("data/a"), m_dir.file("data/b")});
+    return runJson(words, exit);
+  }
+
+  static Words of(const Json& answer, const char* outcome) {
+    Words ids;
+    for (const Json& row : answer["requirements"]) {
+      if (row["outcome"] == outcome) ids.push_back(row["id"]);
+    }
+    return ids;
+  }
+};
+
+TEST_P(Check, FailsForTheRequirementThatIsNotKept) {
+  const ScopedEnv broken("CHECK_BREAK", GetParam().requirement);
+  const Json answer = check(1);
+  EXPECT_EQ(of(answer, "failed"), Words{GetParam().requirement});
+  for (const Json& row : answer["requirements"]) {
+    if (row["id"] != GetParam().requirement) continue;
+    EXPECT_THAT(row["text"].get<std::string>(), HasSubstr(GetParam().sentence));
+  }
+}
+INSTANTIATE_TEST_SUITE_P(Each, Check, testing::ValuesIn(kCases), nameOf);
+
+TEST_F(Check, HasACaseForEachRequirement) {
+  Words cases;
+  Words requirements;
+  for (const Case& one : kCases) cases.push_back(one.requirement);
+  const Json answer = runJson({"check", "--list"}, 0);
+  for (const Json& row : answer["requirements"]) requirements.push_back(row["id"]);
+  EXPECT_EQ(cases, requirements);
+}
+
+TEST_F(Check, PassesAProviderThatKeepsThem) {
+  const Json answer = check(0);
+  EXPECT_EQ(of(answer, "failed"), Words{});
+  EXPECT_EQ(of(answer, "skipped"), Words{});
+  EXPECT_EQ(answer["findings"], Json::array());
+}
+
+}  // namespace

@@ -1,0 +1,19 @@
+"""docs/conformance.md lists the requirements of `fihost check`: id, sentence, reason."""
+
+import json
+import re
+import sys
+
+from house import ROOT, finish, run
+
+document = (ROOT / "docs/conformance.md").read_text()
+documented = re.findall(r"^\| `([\w.]+)` \| (.*) \| (.*) \|$", document, re.M)
+listed = [(row["id"], row["sentence"], row["reason"])
+          for row in json.loads(run(sys.argv[1], "check", "--list", "--json").stdout)["requirements"]]
+findings = [f"conformance.md does not say of {row[0]}: {row[1]} {row[2]}" for row in listed if row not in documented]
+findings += [f"conformance.md says of {row[0]} what the program does not" for row in documented if row not in listed]
+if not findings and documented != listed:
+    findings.append("conformance.md has another order")
+if not listed:
+    findings.append("the program lists no requirement")
+finish(findings)
