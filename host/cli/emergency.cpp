@@ -118,7 +118,8 @@ void onExit() {
 
 [[noreturn]] void onTerminate() {
   std::string what = "failed, and the process was to be terminated";
-  if (std::current_exception()) what = printable("raised " + currentException() + "; it cannot be caught");
+  if (std::current_exception())
+    what = printable("raised " + currentException() + "; it cannot be caught");
   end(what.c_str());
   leave(kRefused);
 }
