@@ -93,6 +93,13 @@ TEST_F(ProviderSetup, GivesEachProviderItsOwnTextsAndNodes) {
   EXPECT_EQ(lastErrorIn(*two, "de"), "two: de 7");
 }
 
+TEST_F(ProviderSetup, WritesItsLogInTheLanguageOfTheEnvironment) {
+  const ScopedEnv lang("LANG", "de_DE.UTF-8@euro");
+  const auto one = provider("one");
+  one->setup.pushMessage("MSG_A", PYX_SEV_ERROR, {icu::Formattable(7)});
+  EXPECT_EQ(m_recorder.takeBody(), Texts{"1 MSG_A: one: de 7"});
+}
+
 TEST_F(ProviderSetup, MakesAPushedMessageTheLastErrorUntilItIsDeleted) {
   const auto one = provider("one");
   for (const auto severity : {PYX_SEV_ERROR, PYX_SEV_WARNING, PYX_SEV_INFO, PYX_SEV_DETAIL}) {
@@ -194,6 +201,7 @@ TEST_F(ProviderSetup, FeedsTheErrorManagerUntilTheLastSetUpEnds) {
     EXPECT_EQ(m_recorder.lines, Texts{"3 still heard"});
     EXPECT_EQ(CFiContextSingletonAllocator<CFiErrorManager>::instance(), nullptr);
     EXPECT_EQ(catalogs->getMessage("MSG_A", nullptr, "de"), tstr("<MSG_A>")) << "texts are gone";
+    EXPECT_EQ(catalogs->getMessage("MSG_A", "mine", "de"), tstr("mine"));
   }
 }
 

@@ -243,7 +243,10 @@ TEST_F(LunCache, RefusesArgumentsThatNameNothing) {
   EXPECT_EQ(m_cache.rmLunPathRecord("none", "/", "E1", &number), 26);
   EXPECT_EQ(m_cache.rmCacheRecord(""), 3);
   EXPECT_EQ(m_cache.rmLunCacheRecord("", 4), 3);
+  m_recorder.lines.clear();
   EXPECT_EQ(m_cache.rmLunCacheRecord("E1", 256), 3);
+  EXPECT_EQ(m_recorder.takeBody(),
+            Texts{"1 CFiPblmOps::rmLunCacheRecord invalid lun num [256] specified.\n"});
   EXPECT_EQ(m_cache.rmLunCacheRecord("none", 4), 26);
   m_cache.resetLunNum(nullptr, 0);
 }

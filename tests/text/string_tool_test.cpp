@@ -30,6 +30,7 @@ TEST(StringTool, KeepsEmbeddedZerosInEveryConversion) {
 TEST(StringTool, ReplacesOrRefusesWhatIsNoUnicode) {
   EXPECT_EQ(Tool::str2wstr("a\xFF\xE2\x82"), L"a\xFFFD\xFFFD");
   EXPECT_EQ(Tool::wstr2str({0xD800, 0x110000, 0xFFFF}), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBF");
+  EXPECT_EQ(Tool::wstr2str({0x10FFFF}), "\xF4\x8F\xBF\xBF");
   EXPECT_TRUE(Tool::str2ustr("a\xFF").isEmpty());
   EXPECT_EQ(Tool::ustr2str(icu::UnicodeString(UChar(0xD800))), "");
 }
@@ -60,7 +61,9 @@ TEST(StringTool, ConvertsNumbersByTheRulesOfTheCLibrary) {
   Tool::str2uint64("18446744073709551615", big);
   EXPECT_EQ(number, -12);
   EXPECT_EQ(big, ULONG_MAX);
-  EXPECT_EQ(Tool::str2uint("-1"), UINT_MAX);
+  unsigned int natural = 0;
+  Tool::str2uint("-1", natural);
+  EXPECT_EQ(natural, UINT_MAX);
 }
 
 TEST(StringTool, TrimsTheCharactersOfTheSet) {
