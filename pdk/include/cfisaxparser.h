@@ -13,7 +13,8 @@ namespace orca_pdk_4_4 {
 // Reads XML documents held in memory through a SAX2 reader. A document can reach neither files nor
 // the network; only the schema given to setInputSchema is read. What its document type declares may
 // make it grow by 16 times its own length and 16 MiB; what could do more is an error where it is
-// used: a parameter entity, an entity in an attribute default, one of more than 4096 characters.
+// used: a parameter entity of more than 48 characters or one that refers to others, an entity in an
+// attribute default, one of more than 4096 characters.
 //
 // Errors of the set-up operations are not reported there: a parser whose set-up failed throws
 // std::runtime_error at every parse until init succeeds. A parser can be used again, also after a

@@ -36,6 +36,8 @@ constexpr size_t growthLimit(size_t length) { return 16 * (length + (size_t{1} <
 constexpr XMLSize_t kEntityLength = 4096;
 constexpr XMLSize_t expansionLimit(size_t length) { return growthLimit(length) / kEntityLength; }
 constexpr size_t kNestedEntities = 64;
+// A parameter entity that is no longer than this many times the shortest reference, "%p;".
+constexpr XMLSize_t kParameterLength = 16 * 3;
 
 // The system id of an entity that must not be used, which the reader's message quotes.
 constexpr XMLCh kClosed[] = u"of a kind that could make the document grow";
@@ -113,7 +115,7 @@ class CFiSaxParser::Reader : public xercesc::SAX2XMLReaderImpl {
 
   void entityDecl(const xercesc::DTDEntityDecl& declared, const bool isParameter,
                   const bool isIgnored) override {
-    if (isIgnored || declared.isExternal()) return;
+    if (isIgnored || declared.isExternal() || (isParameter && isShort(declared))) return;
     auto& entity = const_cast<xercesc::DTDEntityDecl&>(declared);
     if (!isParameter && isHarmless(entity)) m_harmless.push_back(&entity);
     entity.setSystemId(kClosed);
@@ -148,6 +150,13 @@ class CFiSaxParser::Reader : public xercesc::SAX2XMLReaderImpl {
   }
 
  private:
+  static bool isShort(const xercesc::DTDEntityDecl& entity) {
+    const XMLCh* const value = entity.getValue();
+    return entity.getValueLen() <= kParameterLength &&
+           xercesc::XMLString::indexOf(value, u'%') < 0 &&
+           xercesc::XMLString::indexOf(value, u'&') < 0;
+  }
+
   bool isHarmless(const xercesc::DTDEntityDecl& entity) {
     if (entity.getValueLen() > kEntityLength) return false;
     const bool isNested = xercesc::XMLString::indexOf(entity.getValue(), u'&') >= 0;

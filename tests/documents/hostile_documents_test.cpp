@@ -82,6 +82,8 @@ TEST(DocumentType, IsHarmlessWhileNothingInItGrows) {
     std::string value, declarations, read;
   } cases[] = {
       {"an unused parameter entity", "v", "<!ENTITY % p 'x'>", "v"},
+      {"the longest parameter entity used", "&l0;",
+       "<!ENTITY % p \"" + entity(0, std::string(33, 'x')) + "\">%p;%p;", std::string(33, 'x')},
       {"unused text beyond every bound", "v", entity(0, std::string(100000, 'x')), "v"},
       {"unused entities that make each other grow", "v", chain(70, 10), "v"},
       {"attributes behind an entity", "&l0;", entity(0, "x") + attribute, "x"},
@@ -101,7 +103,10 @@ TEST(DocumentType, IsRefusedWhereItCouldMakeTheDocumentGrow) {
     const char* what;
     std::string value, declarations, place;
   } cases[] = {
-      {"a parameter entity used", "v", "<!ENTITY % p '<!ELEMENT b ANY>'>\n%p;", "3:4"},
+      {"a parameter entity that is too long", "v",
+       "<!ENTITY % p \"" + entity(0, std::string(34, 'x')) + "\">\n%p;", "3:4"},
+      {"a parameter entity that refers to another", "v",
+       "<!ENTITY % p ''><!ENTITY % q '&#37;p;'>\n%q;", "3:4"},
       {"an entity in an attribute default", "v", entity(0, "") + "\n<!ATTLIST b a CDATA '&l0;'>",
        "3:26"},
       {"an entity that is too long", "&l0;", tooLong, "3:54"},
