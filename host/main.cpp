@@ -12,6 +12,9 @@
 #include "framework/exceptions.h"
 #include "framework/findings.h"
 #include "framework/installroot.h"
+#include "trace/printer.h"
+#include "trace/recorder.h"
+#include "verbs/taking.h"
 
 namespace {
 
@@ -23,11 +26,18 @@ void runVerb(Verb& verb, const Settings& settings, Report& report) {
   MemoryWatch memory;
   CatalogWatch catalogs;
   Progress progress;
+  Printer printer;
   Context context{settings, report, {&watch, &memory, &catalogs, &report}};
   if (!settings.json && verb.showsOperations()) context.observers.push_back(&progress);
   report.answer()["findings"] = Json::array();
+  if (settings.isTraced) context.observers.push_back(&printer);
+  std::optional<Recorder> recorder;
   try {
+    if (!settings.record.empty()) {
+      context.observers.push_back(&recorder.emplace(settings.record, ownSessionId()));
+    }
     verb.run(context);
+    if (recorder && !recorder->trouble().empty()) throw Problem{kRefused, recorder->trouble()};
   } catch (const Problem& problem) {
     report.error(problem.exit, problem.text);
   }

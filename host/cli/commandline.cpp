@@ -53,6 +53,10 @@ class CommandLine::Declared {
         .add_option("--timeout", settings.timeout,
                     "SECONDS after which an operation that did not come back ends the host")
         ->check(CLI::NonNegativeNumber);
+    m_app.add_flag("--trace", settings.isTraced,
+                   "Print each call on standard error, with its arguments and outputs");
+    m_app.add_option("--record", settings.record,
+                     "FILE that gets what is done to the provider, as a session for run");
     for (const auto& verb : verbs) {
       m_options.emplace_back(*m_app.add_subcommand(verb->name(), verb->help()));
       verb->declare(m_options.back());

@@ -69,6 +69,11 @@ void Report::warning(const std::string& text) {
   complain(text);
 }
 
+void Report::missed(const std::string& place, const std::string& sentence) {
+  m_answer["failures"].push_back({{"place", place}, {"reason", sentence}});
+  complain(place + ": " + sentence);
+}
+
 void Report::error(Exit exit, const std::string& text) {
   m_answer["error"] = text;
   m_exit = exit;

@@ -33,6 +33,8 @@ class Report : public CallObserver {
   void failed(const Failure& failure) override;
   // Something that the user should know, and nothing more.
   void warning(const std::string& text);
+  // Something that a session file expects and that is not so, and where that stands.
+  void missed(const std::string& place, const std::string& sentence);
   // What ended the verb, with the exit status that it has then.
   void error(Exit exit, const std::string& text);
   // What is being called and will not come back; nothing is said on standard error.

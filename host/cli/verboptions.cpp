@@ -38,6 +38,10 @@ void VerbOptions::pluginOfSnapshots(std::string& target) {
   m_app.add_option("--plugin", target, "Plug-in (default: the one that took the snapshot)");
 }
 
+void VerbOptions::pluginOfSession(std::string& target) {
+  m_app.add_option("--plugin", target, "Plug-in (default: the one that the file names)");
+}
+
 void VerbOptions::names(const char* name, const char* help, int least, int most,
                         std::vector<std::string>& target) {
   CLI::Option* option = m_app.add_option(name, target, help);

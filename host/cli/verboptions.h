@@ -21,6 +21,8 @@ class VerbOptions {
   void plugin(std::string& target);
   // --plugin, where the state may know it.
   void pluginOfSnapshots(std::string& target);
+  // --plugin, where a session file may name it.
+  void pluginOfSession(std::string& target);
   // Snapshots or resources without an option's name: `least` to `most` of them (most -1: any
   // number). No name may be empty or given twice.
   void names(const char* name, const char* help, int least, int most,

@@ -29,6 +29,14 @@ std::string localised(Caller& caller, pyx_msg_info* info, std::string sentence) 
 
 }  // namespace
 
+std::string messageId(const std::string& message) {
+  constexpr std::string_view kBefore = "MSGID=";
+  const std::size_t begin = message.find(kBefore);
+  if (begin == message.npos) return message;
+  const std::size_t end = message.find_first_of(" >", begin);
+  return message.substr(begin + kBefore.size(), end - begin - kBefore.size());
+}
+
 std::string takeLastError(Caller& caller) {
   pyx_msg_info* info = nullptr;
   std::string message;

@@ -11,6 +11,9 @@ namespace fihost {
 // there is none.
 std::string takeLastError(Caller& caller);
 
+// The id of a message as it travels; the text itself where it has none.
+std::string messageId(const std::string& message);
+
 }  // namespace fihost
 
 #endif

@@ -26,12 +26,18 @@ Node::Node(const std::string& name)
 Node::~Node() { orca_free_objid(m_id); }
 
 NodeSet::NodeSet(const std::vector<std::string>& names) {
-  for (const std::string& name : names) {
-    m_nodes.push_back(std::make_unique<Node>(name));
-    m_splitNodes.push_back(m_nodes.back()->splitNode());
-    m_quiesceNodes.push_back(m_nodes.back()->quiesceNode());
-    m_ids.push_back(m_nodes.back()->id());
-  }
+  for (const std::string& name : names) add(std::make_shared<Node>(name));
+}
+
+NodeSet::NodeSet(const std::vector<std::shared_ptr<Node>>& nodes) {
+  for (const std::shared_ptr<Node>& node : nodes) add(node);
+}
+
+void NodeSet::add(const std::shared_ptr<Node>& node) {
+  m_nodes.push_back(node);
+  m_splitNodes.push_back(node->splitNode());
+  m_quiesceNodes.push_back(node->quiesceNode());
+  m_ids.push_back(node->id());
 }
 
 std::string NodeSet::names() const {

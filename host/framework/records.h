@@ -45,6 +45,8 @@ class Node {
 class NodeSet {
  public:
   explicit NodeSet(const std::vector<std::string>& names);
+  // Nodes that others hold, too.
+  explicit NodeSet(const std::vector<std::shared_ptr<Node>>& nodes);
 
   std::size_t size() const { return m_nodes.size(); }
   int count() const { return static_cast<int>(m_nodes.size()); }
@@ -57,7 +59,9 @@ class NodeSet {
   std::vector<std::string> nameList() const;
 
  private:
-  std::vector<std::unique_ptr<Node>> m_nodes;
+  void add(const std::shared_ptr<Node>& node);
+
+  std::vector<std::shared_ptr<Node>> m_nodes;
   std::vector<pyx_splitnode*> m_splitNodes;
   std::vector<pyx_quiescenode*> m_quiesceNodes;
   std::vector<orca_objid*> m_ids;

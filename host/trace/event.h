@@ -56,6 +56,8 @@ struct Failure {
 class CallObserver {
  public:
   virtual ~CallObserver() = default;
+  // After a plug-in was loaded whose provider is called from then on.
+  virtual void loaded(const std::string& /*plugin*/) {}
   // Before the operation is entered: name and arguments are known.
   virtual void begins(const Call&) {}
   // After it came back or raised: everything is known.

@@ -53,12 +53,18 @@ class Quiesced {
 
 }  // namespace
 
+const std::string& ownSessionId() {
+  static const std::string id = [] {
+    std::string time = utcNow();
+    std::erase(time, '-');
+    std::erase(time, ':');
+    return "fihost-" + time + "-" + std::to_string(getpid());
+  }();
+  return id;
+}
+
 std::string newSessionId(StateStore& store) {
-  std::string id = utcNow();
-  std::erase(id, '-');
-  std::erase(id, ':');
-  return "fihost-" + id + "-" + std::to_string(getpid()) + "-" +
-         std::to_string(store.nextSession());
+  return ownSessionId() + "-" + std::to_string(store.nextSession());
 }
 
 bool Taking::askForType() {

@@ -58,8 +58,11 @@ class Taking {
   std::vector<std::size_t> m_recordNodes;  // of each record, the node's place
 };
 
-// An id that no other session ever has, fit for a file name: time and process tell the sessions of
-// several states apart, the store's number those of one.
+// The id of the session of this run: no other of this machine has it, and it is fit for a file
+// name.
+const std::string& ownSessionId();
+
+// The same with a number behind it, so that no other session that the store knows has it either.
 std::string newSessionId(StateStore& store);
 
 }  // namespace fihost

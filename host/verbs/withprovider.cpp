@@ -9,7 +9,10 @@ void withProvider(Context& context, const std::string& plugin,
   prepareInstallRoot();
   Plugin loaded(plugin);
   Caller caller(loaded);
-  for (CallObserver* observer : context.observers) caller.observe(*observer);
+  for (CallObserver* observer : context.observers) {
+    observer->loaded(loaded.path());
+    caller.observe(*observer);
+  }
   Lifecycle lifecycle(caller);
   ProviderRun run{loaded, caller, lifecycle};
   work(run);

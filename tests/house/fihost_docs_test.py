@@ -1,4 +1,4 @@
-"""docs/fihost.md and `fihost --help` name the same verbs, and the same options of each."""
+"""docs/fihost.md names the verbs of `fihost --help`, the options of each, and the lines of session files."""
 
 import re
 import sys
@@ -33,4 +33,19 @@ for verb in sorted(verbs & set(sections)):
     findings += differences(verb, helped(verb), documented(sections[verb]))
 if not verbs:
     findings.append("--help names no verb")
+
+
+def line(operation, arguments):
+    """The line of an operation as the guide shows it; the modes of config are operations of their own."""
+    mode = operation.removeprefix("Config")
+    name = operation[0].lower() + operation[1:] if mode == operation else f"config {mode.lower()}"
+    return f"{name} {arguments}".strip()
+
+
+forms = re.findall(r'\{Op::(\w+), "([^"]*)"', (ROOT / "host/trace/forms.cpp").read_text())
+for form in forms:
+    if f"\n{line(*form)}\n" not in document.replace("config document", "config set"):
+        findings.append(f"fihost.md does not say: {line(*form)}")
+if not forms:
+    findings.append("there are no forms")
 finish(findings)

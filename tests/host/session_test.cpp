@@ -1,0 +1,339 @@
+#include <cfioperationtable.h>
+#include <cfitypes.h>
+
+#include <set>
+
+#include "host_fixture.h"
+
+namespace {
+
+using namespace orca_tests;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class Session : public Host {
+ protected:
+  // Writes a session file and performs it.
+  Json play(const std::string& text, int exit, const std::string& provider = "provider") {
+    writeFile(m_file, text);
+    return runJson({"run", m_file, "--plugin", plugin(provider)}, exit);
+  }
+
+  // Where something was not as expected, and what.
+  static Words misses(const Json& answer) {
+    Words all;
+    for (const Json& failure : answer.value("failures", Json::array())) {
+      const std::string place = failure["place"];
+      all.push_back(place.substr(place.rfind('/') + 1) + " " +
+                    failure["reason"].get<std::string>());
+    }
+    return all;
+  }
+
+  std::string m_file = m_dir.file("s");
+};
+
+TEST_F(Session, ARecordedSnapshotIsPlayedOnAFreshFolder) {
+  for (const char* folder : {"a", "b"}) {
+    std::filesystem::create_directory(m_dir.path() / folder);
+    writeFile(m_dir.file(folder) + "/db", "content");
+  }
+  const CommandResult taken = runIn(
+      "a", {"--record", m_file, "snapshot", "--plugin", FILESNAP_PLUGIN, "db", "--set", "keep=3"});
+  ASSERT_EQ(taken.status, 0) << taken.err;
+  const CommandResult played = runIn("b", {"run", m_file});
+  EXPECT_EQ(played.status, 0) << played.err;
+  EXPECT_THAT(played.out,
+              HasSubstr(m_file + "  17 operations, 21 expectations, all as expected\n"));
+
+  std::string text = readFile(m_file);
+  const std::size_t place = text.find("status ready");
+  const auto line =
+      std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(place), '\n') + 1;
+  text.replace(place, 12, "status absent");
+  writeFile(m_file, text);
+  const CommandResult red = runIn("b", {"run", m_file});
+  EXPECT_EQ(red.status, 1);
+  EXPECT_EQ(red.err, "fihost: " + m_file + ":" + std::to_string(line) + ": getStatus " +
+                         m_dir.file("b") +
+                         "/db: expected status absent, got ready; it answered success\n");
+}
+
+TEST_F(Session, EveryOperationOfTheTableIsReached) {
+  const Json answer = play(R"(# defaults answer
+delayedInit
+globalConfigInfoList index=1 second=1
+init
+claim n
+expect 0
+supportsFiType n any
+interpose n
+initNode n
+initAltNode n target second=n flag=1
+subobjList n
+queryValidSecondaries n
+checkNodeExistence n
+expect 4
+isValidNodeAssociation
+expect 4
+getAssociatedNodes
+enumerateNodes filter=x flags=0x2
+enumerateAssociations
+enumerateGroupNodes
+enumerateFims
+enumerateEnclosures
+enumerateHostNodes
+getProviderInfo
+objctl request one two
+config getparam n
+expect 3
+config set n keep=3
+expect 3
+config document n "<x"
+expect 3
+config get n
+expect 3
+config clear n
+expect 3
+verifyQSCombos n m
+setImportOptions n hosts=h1 hosts=h2 transportable=1
+preselect n n m
+select n
+selectSnapshots n
+cacheDisable n flags=1
+cacheFlush n
+quiesce n
+prePrepare n
+prepare n
+expect 4
+prepareSnapshots n m
+make n
+expect 4
+expect count snapshots 0
+makeSnapshots n m
+expect 0
+unquiesce n
+cacheEnable n
+isReady n
+expect ready 0
+processProviderState n
+expect state ""
+getStatus n snap m snap2
+expect status ready ready
+restore n snap
+expect 4
+resync n snap
+expect status "not told"
+online n snap
+getAttr n snap
+resourceStatus r flags=3
+expect status -1
+getSnapshotSetId n
+expect id n
+getSnapdiff n
+createSnapReplicaNode n
+updateSnapshotId n snap flags=1
+updateSnapshotHandle n
+reAccessTmpObj snap n
+reAccessAltNode n first second n snap
+setRestorepaths n /there
+startBuildAltTree n n m
+buildAltTree n s1 t1 s2 t2
+expect built t1 n
+importTreeNode n import n snap
+refreshTree n
+revisitPluginNodes
+isParentPgn n
+deportTree n m
+postDeport n m
+importResource r host=h flags=1
+preDeportResource r
+deportResource r
+translateResourceNames a "b c"
+expect translated a "b c"
+format r type=t
+unformat r
+onlineResource r0 r1 type=t host=h options="o p" flags=0x10
+expect onlined r1 t null h "o p" 16
+disableAccess n
+enableAccess n
+getBackupset n x y
+getAppStatus n kind=1
+setOpStatus n status=1
+setCompStatus n part status=1
+queryValidSecondaries "second one"
+expect secondaries "second one"
+objctl request one two
+expect answer request+one+two
+errMsg 5
+dispose n snap
+deInitNode n
+fini
+expect done
+)",
+                           0, "answering");
+  EXPECT_EQ(misses(answer), Words{});
+  EXPECT_EQ(answer["findings"], Json::array());
+  std::set<std::string> reached;
+  for (const std::string& name : operations(answer)) reached.insert(name.substr(0, name.find(' ')));
+  std::set<std::string> all(orca_pdk::kProviderOperations.begin() + 2,
+                            orca_pdk::kProviderOperations.end());
+  // The host asks for these itself, to explain what happened.
+  for (const char* name :
+       {"getLastError", "delLastError", "getLocaleMessage", "delLocaleMessage"}) {
+    all.erase(name);
+  }
+  EXPECT_EQ(reached, all);
+}
+
+TEST_F(Session, EveryExpectationThatIsNotMetIsNamedByItsLine) {
+  const ScopedEnv fail("TEST_FAIL", "quiesce");
+  const ScopedEnv raise("TEST_THROW", "prePrepare");
+  const ScopedEnv status("TEST_STATUS", "getStatus=1");
+  const std::pair<const char*, const char*> cases[] = {
+      {"quiesce /data/a",
+       "s:1 quiesce /data/a: expected that it does its work, but it answered 26 (file cannot be "
+       "opened), message MSG_BROKEN"},
+      {"quiesce /data/a\nexpect 4",
+       "s:2 quiesce /data/a: expected 4, but it answered 26 (file cannot be opened), message "
+       "MSG_BROKEN"},
+      {"quiesce /data/a\nexpect 26\nexpect message MSG_X",
+       "s:3 quiesce /data/a: expected message MSG_X, got MSG_BROKEN; it answered 26 (file cannot "
+       "be opened), message MSG_BROKEN"},
+      {"init\nexpect message MSG_X",
+       "s:2 init: expected message MSG_X, got \"\"; it answered success"},
+      {"init\nexpect raised", "s:2 init: expected raised, but it answered success"},
+      {"prePrepare /data/a",
+       "s:1 prePrepare /data/a: expected that it does its work, but it answered raised "
+       "std::runtime_error: thrown in prePrepare"},
+      {"prePrepare /data/a\nexpect raised other",
+       "s:2 prePrepare /data/a: expected raised other, but it answered raised std::runtime_error: "
+       "thrown in prePrepare"},
+      {"unquiesce /data/a\nexpect 0", "s:2 unquiesce /data/a: expected 0, but it answered done"},
+      {"make /data/a\nexpect count snapshots 2",
+       "s:2 make /data/a: expected count snapshots 2, got 1; it answered success"},
+      {"make /data/a\nexpect snapshots $snapshot2",
+       "s:2 make /data/a: expected snapshots \"$snapshot2\", but only 1 snapshots were handed out "
+       "before"},
+      {"getStatus /data/a x\nexpect status ready",
+       "s:2 getStatus /data/a: expected status ready, got damaged; it answered success"},
+      {"claim /data/a\nexpect secondaries",
+       "s:2 claim /data/a: expected secondaries, got second; it answered claimed"},
+      {"init\nexpect color red", "s:2 init: expected color red, but init gives no color"},
+      {"dispose /data/a $snapshot1",
+       "s:1 dispose was not called: only 0 snapshots were handed out before"},
+  };
+  for (const auto& [text, miss] : cases) EXPECT_EQ(misses(play(text, 1)), Words{miss});
+}
+
+TEST_F(Session, WhatIsExpectedIsNoFailure) {
+  const ScopedEnv fail("TEST_FAIL", "quiesce");
+  const ScopedEnv raise("TEST_THROW", "make");
+  const Json answer = play(
+      "quiesce /data/a\nexpect 26\nexpect message MSG_BROKEN\n"
+      "make /data/a\nexpect raised \"std::runtime_error: thrown in make\"\n",
+      0);
+  EXPECT_EQ(misses(answer), Words{});
+  EXPECT_EQ(answer["expectations"], 3);
+}
+
+TEST_F(Session, AFileThatIsNotUnderstoodDoesNothing) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"init\n\nfoo a", "s:3: \"foo\" is no operation"},
+      {"claim \"a", "s:1: a quote is not closed"},
+      {"claim \"\\q\"", "s:1: a backslash in quotes is followed by none of \" \\ n t r xNN"},
+      {"claim", "s:1: claim needs more: @node"},
+      {"claim a b", "s:1: \"b\" is too much"},
+      {"getStatus a b c", "s:1: getStatus takes pairs: @sources/snapshots..."},
+      {"errMsg five", "s:1: \"five\" is no number"},
+      {"online a b flags=0xg", "s:1: \"0xg\" is no number"},
+      {"claim $node", "s:1: \"$node\" means nothing; quote it where it is meant as it stands"},
+      {"expect 4", "s:1: expect stands before any operation"},
+      {"init\nexpect", "s:2: expect needs to know what"},
+      {"plugin", "s:1: plugin takes one word"},
+  };
+  for (const auto& [text, error] : cases) {
+    const Json answer = play(text, 2);
+    EXPECT_THAT(answer["error"].get<std::string>(), EndsWith(std::string("/") + error));
+    EXPECT_FALSE(answer.contains("operations")) << text;
+  }
+}
+
+TEST_F(Session, NamesAreRecordedSoThatAllOfThemIsSeenAndReadBack) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"/data/a b", R"("/data/a b")"},   {"/data/\"\\\n", R"("/data/\"\\\n")"},
+      {"/data/#=x", R"("/data/#=x")"},   {"/data/\u202e", R"("/data/\xe2\x80\xae")"},
+      {"/data/\xff", R"("/data/\xff")"}, {"/data/\u00fc#", "/data/\u00fc#"},
+      {"$/data/", R"("$/data/")"},       {"flags=/data/", R"("flags=/data/")"},
+  };
+  for (const auto& [name, word] : cases) {
+    EXPECT_EQ(run(Words{"--record", m_file, "probe", "--plugin", plugin("provider"), name}).status,
+              0);
+    EXPECT_THAT(readFile(m_file),
+                EndsWith(std::string("\nclaim ") + word +
+                         "\nexpect 1\nexpect secondaries second\nfini\nexpect done\n"));
+    EXPECT_EQ(run({"run", m_file}).status, 0);
+    std::filesystem::remove(m_file);
+  }
+}
+
+TEST_F(Session, ValuesAreRecordedAsSettings) {
+  run(withPlugin("snapshot", {"/data/a", "--set", "keep=3", "--set", "mode=x y", "--set",
+                              "mode=\"z", "--set", "odd=", "--force", "--record", m_file}));
+  EXPECT_THAT(readFile(m_file),
+              HasSubstr("\nconfig set /data/a keep=3 mode=\"x y\" mode=\"\\\"z\" odd=\"\"\n"));
+}
+
+TEST_F(Session, WhatIsNotReadyYetIsAskedAgain) {
+  {
+    const ScopedEnv env("TEST_READY_AT", "3");
+    run(withPlugin("snapshot", {"/data/a", "--record", m_file}));
+  }
+  const ScopedEnv env("TEST_READY_AT", "6");
+  const Words names = operations(runJson({"run", m_file}, 0));
+  EXPECT_EQ(std::count(names.begin(), names.end(), "isReady"), 6);
+}
+
+TEST_F(Session, ARecordEndsWithTheOperationThatNeverDid) {
+  const ScopedEnv env("TEST_CRASH", "make");
+  EXPECT_EQ(run(withPlugin("snapshot", {"/data/a", "--record", m_file})).status, 1);
+  EXPECT_THAT(readFile(m_file), EndsWith("\nmake /data/a\n"));
+  EXPECT_EQ(runJson({"run", m_file}, 1)["failures"][0]["operation"], "make");
+}
+
+TEST_F(Session, NoFileIsOverwrittenByARecord) {
+  writeFile(m_file, "mine");
+  EXPECT_EQ(run(withPlugin("probe", {"--record", m_file})).err,
+            "fihost: cannot make " + m_file + ": File exists\n");
+  EXPECT_EQ(readFile(m_file), "mine");
+}
+
+TEST_F(Session, ARecordThatIsNotWholeIsAFailure) {
+  const CommandResult result =
+      runCommand({"sh", "-c", "trap '' XFSZ; ulimit -f 1; exec \"$@\" >/dev/null", "sh",
+                  FIHOST_PROGRAM, "probe", "--plugin", plugin("provider"), "--record", m_file,
+                  "/data/" + std::string(2000, 'a')});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, HasSubstr(m_file + " is not whole: File too large\n"));
+}
+
+TEST_F(Session, TraceShowsArgumentsBeforeACallAndOutputsAfterIt) {
+  const std::string err = run(withPlugin("probe", {"--trace", "/data/a b"})).err;
+  EXPECT_THAT(
+      err, testing::ContainsRegex("> claim node=\"/data/a b\"\n"
+                                  "< claim  claimed  [0-9.]+ ms  secondaries=\\[\"second\"\\]\n"));
+  const ScopedEnv env("TEST_CRASH", "claim");
+  EXPECT_THAT(run(withPlugin("probe", {"--trace", "/data/a"})).err,
+              HasSubstr("> claim node=\"/data/a\"\nfihost: provider tester, operation claim"));
+}
+
+TEST_F(Session, AFileIsReadFromStandardInput) {
+  const CommandResult result =
+      runCommand({"sh", "-c", "printf 'plugin %s\\ninit\\nexpect 4\\n' \"$2\" | \"$1\" run -", "sh",
+                  FIHOST_PROGRAM, plugin("provider")});
+  EXPECT_THAT(result.err,
+              HasSubstr("fihost: standard input:3: init: expected 4, but it answered success\n"));
+  EXPECT_EQ(result.status, 1);
+}
+
+}  // namespace
