@@ -34,6 +34,8 @@ install(FILES
         "${CMAKE_CURRENT_BINARY_DIR}/orca_pdkConfigVersion.cmake"
         cmake/OrcaMessageCatalog.cmake
         cmake/OrcaProvider.cmake
+        cmake/OrcaProviderTest.cmake
+        cmake/orca_provider_test.sh
         DESTINATION "${orca_package_dir}")
 
 configure_file(cmake/orca_pdk.pc.in "${CMAKE_CURRENT_BINARY_DIR}/orca_pdk.pc" @ONLY)
