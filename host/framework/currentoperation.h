@@ -50,7 +50,7 @@ class CurrentOperation {
 class OperationWatch : public CallObserver {
  public:
   void begins(const Call& call) override {
-    m_current.emplace(call.provider, call.operation->name, call.node, changedBy(call));
+    m_current.emplace(call.provider, call.operation->name, call.node, changedIfLost(call));
   }
   void ended(const Call&) override { m_current.reset(); }
 

@@ -2,12 +2,26 @@
 
 namespace fihost {
 
-std::string changedBy(const Call& call) {
-  std::string changed;
-  for (const std::string& part : {call.done, call.known, std::string(call.operation->leaves)}) {
-    if (!part.empty()) changed += (changed.empty() ? "" : "; ") + part;
+namespace {
+
+std::string joined(const std::vector<std::string>& parts) {
+  std::string text;
+  for (const std::string& part : parts) {
+    if (!part.empty()) text += (text.empty() ? "" : "; ") + part;
   }
+  return text;
+}
+
+}  // namespace
+
+std::string changedBy(const Call& call) {
+  const std::string changed = joined({call.done, call.known, call.operation->leaves});
   return changed.empty() ? "nothing was called that changes data" : changed;
+}
+
+std::string changedIfLost(const Call& call) {
+  const std::string leaves = call.operation->leaves;
+  return joined({call.done, leaves.empty() ? "what it did until then is not known" : leaves});
 }
 
 }  // namespace fihost

@@ -43,6 +43,9 @@ struct Call {
 // ended, what it handed out, and what such a failure may leave behind.
 std::string changedBy(const Call& call);
 
+// The same of a call that does not come back: what it did until then nobody can tell.
+std::string changedIfLost(const Call& call);
+
 // Why a verb does not do all that it was asked for.
 struct Failure {
   Call call;

@@ -153,7 +153,7 @@ TEST_F(Trust, NamesTheOperationThatDoesNotComeBack) {
     for (const std::string& word : withPlugin("snapshot", {"/data/a"})) words.push_back(word);
     const CommandResult result = run(words);
     EXPECT_EQ(result.status, 1);
-    const std::string changed = "handed out: snap:/data/a";
+    const std::string changed = "handed out: snap:/data/a; what it did until then is not known";
     EXPECT_THAT(result.err,
                 HasSubstr("fihost: provider tester, operation unquiesce, node /data/a: " +
                           std::string(reason) + "; " + changed + "\n"));
