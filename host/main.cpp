@@ -60,7 +60,9 @@ int main(int argc, char** argv) {
   surviveClosedPipes();
   try {
     CommandLine commandLine;
-    if (const auto ended = commandLine.read(argc, argv)) return *ended;
+    if (const auto ended = commandLine.read(argc, argv)) {
+      return *ended == kDone && !std::cout.flush() ? kRefused : *ended;
+    }
     Verb& verb = commandLine.verb();
     const Settings& settings = commandLine.settings();
     StandardOutput output(settings.json);
@@ -80,8 +82,11 @@ int main(int argc, char** argv) {
         settings.timeout);
     runVerb(verb, settings, report);
     print();
+    const bool isPrinted = output.trouble().empty();
+    if (!isPrinted)
+      std::cerr << "fihost: cannot print the answer: " << output.trouble() << std::endl;
     HeldSignals::letGo();
-    return report.exitStatus();
+    return isPrinted || report.exitStatus() != kDone ? report.exitStatus() : kRefused;
   } catch (...) {
     std::cerr << "fihost: " << printable(currentException()) << std::endl;
     return kRefused;

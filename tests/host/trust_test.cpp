@@ -180,6 +180,15 @@ TEST_F(Trust, WaitsForReadySnapshotsAsLongAsItIsTold) {
   EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 1u);
 }
 
+TEST_F(Trust, IsNotDoneWhenItsAnswerCannotBePrinted) {
+  for (const char* words : {"--version", "list", "--json list", "probe --plugin $1 /data/a"}) {
+    const CommandResult result =
+        runCommand({"sh", "-c", std::string("exec $0 --state $2 ") + words + " >/dev/full",
+                    FIHOST_PROGRAM, plugin("provider"), m_dir.file("state")});
+    EXPECT_EQ(result.status, 1) << words << result.err;
+  }
+}
+
 TEST_F(Trust, ShowsWhatOthersCannotSeeInNamesAsDigits) {
   const std::pair<const char*, const char*> cases[] = {
       {"\x1b[31m", "\\x1b[31m"},
