@@ -63,7 +63,9 @@ TEST_F(LifeCycle, TakesKeepsRestoresAndDisposesASnapshot) {
     Words expected = frame;
     expected[4] = verb;
     const std::string name = verb == std::string("getStatus") ? "status" : verb;
-    const Json answer = runJson({name, "snap:/data/a"}, 0);
+    const std::string record = m_dir.file(name);
+    const Json answer = runJson({name, "snap:/data/a", "--record", record}, 0);
+    EXPECT_THAT(readFile(record), HasSubstr("\nconfig set /data/a keep=3 mode=auto\n"));
     EXPECT_EQ(operations(answer), expected);
     EXPECT_EQ(answer["findings"], Json::array());
   }
