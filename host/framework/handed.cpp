@@ -1,5 +1,6 @@
 #include "framework/handed.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace fihost {
@@ -17,10 +18,12 @@ HandedIds::~HandedIds() {
   orca_free_buf(m_ids, size() * sizeof(orca_objid*));
 }
 
-std::vector<std::string> HandedIds::names() const { return idNames(m_ids, m_count); }
+std::vector<std::string> HandedIds::names() const {
+  return idNames(m_ids, static_cast<long>(size()));
+}
 
 std::size_t HandedIds::size() const {
-  return m_ids == nullptr || m_count < 0 ? 0 : static_cast<std::size_t>(m_count);
+  return m_ids == nullptr ? 0 : static_cast<std::size_t>(std::clamp(m_count, 0, m_most));
 }
 
 HandedTexts::~HandedTexts() {

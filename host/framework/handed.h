@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -33,10 +34,11 @@ class HandedId {
   orca_objid* m_id = nullptr;
 };
 
-// An array of object ids, with the ids in it.
+// An array of object ids, with the ids in it; of at most so many as were asked for, whatever the
+// provider says.
 class HandedIds {
  public:
-  HandedIds() = default;
+  explicit HandedIds(int most = std::numeric_limits<int>::max()) : m_most(most) {}
   ~HandedIds();
   HandedIds(const HandedIds&) = delete;
   HandedIds& operator=(const HandedIds&) = delete;
@@ -51,6 +53,7 @@ class HandedIds {
 
   orca_objid** m_ids = nullptr;
   int m_count = 0;
+  int m_most;
 };
 
 // One text.

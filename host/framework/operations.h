@@ -92,7 +92,8 @@ void unquiesce(Caller& caller, NodeSet& nodes);
 bool prePrepare(Caller& caller, Node& node);
 bool prepare(Caller& caller, NodeSet& nodes, const std::string& sessionId);
 bool prepareSnapshots(Caller& caller, SplitSession& session);
-// `snapshots` receives the names of the ids that were handed out, in order.
+// `snapshots` receives the names of the ids that were handed out, in order; more than the nodes are
+// a failure.
 bool make(Caller& caller, NodeSet& nodes, const std::string& sessionId,
           std::vector<std::string>& snapshots);
 bool makeSnapshots(Caller& caller, SplitSession& session);

@@ -100,8 +100,8 @@ bool prepareSnapshots(Caller& caller, SplitSession& session) {
 bool make(Caller& caller, NodeSet& nodes, const std::string& sessionId,
           std::vector<std::string>& snapshots) {
   std::string session = sessionId;
-  HandedIds ids;
-  return caller.call(
+  HandedIds ids(nodes.count());
+  const bool good = caller.call(
       Op::Make, nodes.names(), ofSession(nodes, sessionId),
       [&](auto& provider) {
         return provider.make(session.data(), nodes.splitNodes(), nodes.count(), ids.array(),
@@ -113,6 +113,9 @@ bool make(Caller& caller, NodeSet& nodes, const std::string& sessionId,
         call.known =
             snapshots.empty() ? "no snapshot was handed out" : "handed out: " + joined(snapshots);
       });
+  if (!good || *ids.count() <= nodes.count()) return good;
+  return caller.refuse("it says that it handed out " + std::to_string(*ids.count()) +
+                       " snapshots of " + std::to_string(nodes.count()) + " nodes");
 }
 
 bool makeSnapshots(Caller& caller, SplitSession& session) {

@@ -131,6 +131,15 @@ TEST_F(Trust, KeepsAndNamesTheSnapshotsThatAFailedMakeHandedOut) {
   EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 2u);
 }
 
+TEST_F(Trust, ReadsNoMoreIdsThanItAskedFor) {
+  const ScopedEnv env("TEST_MANY", "1");
+  const Json answer = runJson(withPlugin("snapshot", {"/data/a", "/data/b"}), 1);
+  EXPECT_EQ(answer["failures"][0]["reason"],
+            "it says that it handed out 1073741824 snapshots of 2 nodes");
+  EXPECT_EQ(answer["findings"], Json::array());
+  EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), 2u);
+}
+
 TEST_F(Trust, QuotesNoErrorThatStoodThereBeforeTheCall) {
   const ScopedEnv stale("TEST_STALE", "1");
   const ScopedEnv env("TEST_THROW", "prepare");

@@ -45,7 +45,8 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
 // TEST_UNDERSCORE_EXIT and TEST_HANG one that does not come back; TEST_LEAK makes it careless with
 // memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a message behind
 // in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each snapshot.
-// TEST_READY_AT is the number of the isReady call that says so first.
+// TEST_MANY lets make claim to have handed out more ids than there are. TEST_READY_AT is the number
+// of the isReady call that says so first.
 class TestProvider : public CFiPluginBase {
  public:
   TestProvider() : m_setup(*this, identity()) {
@@ -97,6 +98,7 @@ class TestProvider : public CFiPluginBase {
     if (std::getenv("TEST_EARLY") != nullptr) handOut(ids, idCount, names);
     const int result = step("make");
     if (result == 0 && *ids == nullptr) handOut(ids, idCount, names);
+    if (std::getenv("TEST_MANY") != nullptr) *idCount = 1 << 30;
     return result;
   }
   int isReady(char*, pyx_splitnode** nodes, int count) override {
