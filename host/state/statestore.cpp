@@ -1,5 +1,8 @@
 #include "state/statestore.h"
 
+#include <iterator>
+#include <map>
+
 #include "cli/exitstatus.h"
 #include "state/statefolder.h"
 #include "state/takeover.h"
@@ -15,6 +18,10 @@ constexpr char kTables[] =
     "CREATE TABLE snapshots(id INTEGER PRIMARY KEY, name TEXT NOT NULL, node TEXT NOT NULL,"
     " session TEXT NOT NULL, provider TEXT NOT NULL, plugin TEXT NOT NULL, taken TEXT NOT NULL,"
     " \"values\" TEXT NOT NULL, provider_state BLOB NOT NULL, UNIQUE(name, provider));"
+    "CREATE TABLE intents(id INTEGER PRIMARY KEY, name TEXT NOT NULL, node TEXT NOT NULL,"
+    " session TEXT NOT NULL, provider TEXT NOT NULL, plugin TEXT NOT NULL, taken TEXT NOT NULL,"
+    " \"values\" TEXT NOT NULL, provider_state BLOB NOT NULL, number INTEGER NOT NULL,"
+    " UNIQUE(session, node));"
     "CREATE TABLE counter(sessions INTEGER NOT NULL);"
     "INSERT INTO counter VALUES(0);"
     "PRAGMA user_version=1";
@@ -27,14 +34,24 @@ constexpr std::string SnapshotRecord::*kFields[] = {
     &SnapshotRecord::provider, &SnapshotRecord::plugin,       &SnapshotRecord::taken,
     &SnapshotRecord::values,   &SnapshotRecord::providerState};
 
+constexpr int kFieldCount = std::size(kFields);
+
+SnapshotRecord recordAt(Statement& statement) {
+  SnapshotRecord record;
+  int column = 0;
+  for (const auto field : kFields) record.*field = statement.text(column++);
+  return record;
+}
+
 SnapshotRecords recordsOf(Statement& statement) {
   SnapshotRecords records;
-  while (statement.next()) {
-    SnapshotRecord& record = records.emplace_back();
-    int column = 0;
-    for (const auto field : kFields) record.*field = statement.text(column++);
-  }
+  while (statement.next()) records.push_back(recordAt(statement));
   return records;
+}
+
+void bindFields(Statement& statement, const SnapshotRecord& record) {
+  int place = 1;
+  for (const auto field : kFields) statement.bind(place++, record.*field);
 }
 
 // Adds records one after the other.
@@ -45,14 +62,20 @@ class Adding {
                               ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, CAST(?8 AS BLOB))") {}
 
   void add(const SnapshotRecord& record) {
-    int place = 1;
-    for (const auto field : kFields) m_statement.bind(place++, record.*field);
+    bindFields(m_statement, record);
     m_statement.run();
   }
 
  private:
   Statement m_statement;
 };
+
+void removeIntent(Database& database, const SnapshotRecord& record) {
+  Statement(database, "DELETE FROM intents WHERE session = ?1 AND node = ?2")
+      .bind(1, record.session)
+      .bind(2, record.node)
+      .run();
+}
 
 std::int64_t versionOf(Database& database) {
   Statement statement(database, "PRAGMA user_version");
@@ -97,13 +120,58 @@ void StateStore::add(const SnapshotRecords& records) {
   transaction.commit();
 }
 
-void StateStore::forget(const SnapshotRecord& record) {
+void StateStore::forget(const SnapshotRecords& records) {
   Database& database = opened();
   Transaction transaction(database);
-  Statement(database, "DELETE FROM snapshots WHERE name = ?1 AND provider = ?2")
-      .bind(1, record.name)
-      .bind(2, record.provider)
-      .run();
+  Statement statement(database, "DELETE FROM snapshots WHERE name = ?1 AND provider = ?2");
+  for (const SnapshotRecord& record : records) {
+    statement.bind(1, record.name).bind(2, record.provider).run();
+    removeIntent(database, record);
+  }
+  transaction.commit();
+}
+
+void StateStore::intend(const SnapshotRecords& intents) {
+  Database& database = opened();
+  m_work = std::make_unique<WorkLock>(findStateFolder(m_folder), m_session);
+  Transaction transaction(database);
+  Statement statement(database, "INSERT INTO intents(" FIHOST_FIELDS
+                                ", number) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)");
+  for (const SnapshotRecord& intent : intents) {
+    bindFields(statement, intent);
+    statement.bind(kFieldCount + 1, m_session).run();
+  }
+  transaction.commit();
+}
+
+void StateStore::settle(const std::string& session, const SnapshotRecords& taken) {
+  Database& database = opened();
+  Transaction transaction(database);
+  Adding adding(database);
+  for (const SnapshotRecord& record : taken) adding.add(record);
+  Statement(database, "DELETE FROM intents WHERE session = ?1").bind(1, session).run();
+  transaction.commit();
+}
+
+SnapshotRecords StateStore::unsettled() {
+  if (!isOpen()) return {};
+  const std::string folder = findStateFolder(m_folder);
+  std::map<std::int64_t, bool> isAtWork;
+  SnapshotRecords records;
+  Statement statement(*m_database, "SELECT " FIHOST_FIELDS ", number FROM intents ORDER BY id");
+  while (statement.next()) {
+    const auto [session, isNew] = isAtWork.try_emplace(statement.number(kFieldCount));
+    if (isNew) session->second = WorkLock::isHeld(folder, session->first);
+    if (!session->second) records.push_back(recordAt(statement));
+  }
+  return records;
+}
+
+void StateStore::adopt(const SnapshotRecord& record) {
+  Database& database = opened();
+  Transaction transaction(database);
+  Adding(database).add(record);
+  removeIntent(database, record);
   transaction.commit();
 }
 
@@ -114,6 +182,7 @@ std::int64_t StateStore::nextSession() {
   Statement statement(database, "SELECT sessions FROM counter");
   const std::int64_t number = statement.next() ? statement.number(0) : 0;
   transaction.commit();
+  m_session = number;
   return number;
 }
 

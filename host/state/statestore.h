@@ -6,6 +6,7 @@
 
 #include "state/database.h"
 #include "state/record.h"
+#include "state/worklock.h"
 
 namespace fihost {
 
@@ -27,12 +28,23 @@ class StateStore {
 
   // Adds snapshots; one of the same name and provider is replaced.
   void add(const SnapshotRecords& records);
-  // Takes a snapshot off the list.
-  void forget(const SnapshotRecord& record);
-  // A number that no other session in this folder ever gets.
+  // Takes snapshots off the list, and the intents to take them.
+  void forget(const SnapshotRecords& records);
+  // A number that no other session in this folder ever gets. It is the number of the session that
+  // works with this object.
   std::int64_t nextSession();
   // Makes sure that the state can be written.
   void check() { nextSession(); }
+
+  // Says what the session is about to take: records without names. It counts as at work as long as
+  // this object lives.
+  void intend(const SnapshotRecords& intents);
+  // Adds what came of it and takes the intents away, all in one.
+  void settle(const std::string& session, const SnapshotRecords& taken);
+  // The intents of sessions that ended without settling them, and may have left snapshots.
+  SnapshotRecords unsettled();
+  // Adds a snapshot that such a session left, and takes the intent to take it away.
+  void adopt(const SnapshotRecord& record);
 
  private:
   bool isOpen();
@@ -40,6 +52,8 @@ class StateStore {
   void open(const std::string& folder);
 
   std::string m_folder;
+  std::int64_t m_session = 0;
+  std::unique_ptr<WorkLock> m_work;
   std::unique_ptr<Database> m_database;
 };
 

@@ -9,7 +9,7 @@ namespace {
 // Takes a snapshot off the list that is no more.
 void takeOff(StateStore& store, const SnapshotRecord& record) {
   try {
-    store.forget(record);
+    store.forget({record});
   } catch (Problem& problem) {
     problem.text += "; " + record.name + " was disposed, but is still in the list";
     throw;
@@ -23,6 +23,7 @@ class Dispose : public Verb {
   void declare(VerbOptions& options) override {
     options.pluginOfSnapshots(m_wanted.plugin);
     options.names("SNAPSHOT", "The snapshot", 1, 1, m_wanted.names);
+    declareLeft(options, m_wanted);
   }
 
   void run(Context& context) override {

@@ -138,7 +138,39 @@ std::string statusText(const Json& answer) {
   return text;
 }
 
+void declareLeft(VerbOptions& options, WantedSnapshots& wanted) {
+  options.text("--session", "Session that was killed and left the snapshot", wanted.session);
+  options.text("--node", "The node it was taken of, where the session had several", wanted.node);
+}
+
+SnapshotRecords leftIntents(StateStore& store, const WantedSnapshots& wanted) {
+  const std::string node = absoluteName(wanted.node);
+  SnapshotRecords intents = store.unsettled();
+  std::erase_if(intents, [&](const SnapshotRecord& intent) {
+    return intent.session != wanted.session || (!node.empty() && intent.node != node);
+  });
+  if (!intents.empty()) return intents;
+  throw Problem{kWrongUse, "session " + wanted.session + (node.empty() ? "" : ", node " + node) +
+                               ": nothing that a killed session left is known of it"};
+}
+
+SnapshotRecord leftRecord(StateStore& store, WantedSnapshots& wanted) {
+  SnapshotRecords intents = leftIntents(store, wanted);
+  if (intents.size() > 1) {
+    throw Problem{kWrongUse, "session " + wanted.session + " had several nodes: name one, --node"};
+  }
+  std::string& name = wanted.names.front();
+  name = absoluteName(name);
+  for (const SnapshotRecord& known : store.named(name)) {
+    if (known.provider != intents.front().provider) continue;
+    throw Problem{kWrongUse, "snapshot " + name + " is in the list, of session " + known.session};
+  }
+  intents.front().name = name;
+  return intents.front();
+}
+
 SnapshotRecords wantedRecords(StateStore& store, WantedSnapshots& wanted) {
+  if (!wanted.session.empty()) return {leftRecord(store, wanted)};
   if (wanted.names.empty()) return store.all();
   SnapshotRecords all;
   std::set<std::string> seen;

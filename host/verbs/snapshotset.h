@@ -53,10 +53,26 @@ std::string statusText(const Json& answer);
 struct WantedSnapshots {
   std::string plugin;              // empty: the one that took them
   std::vector<std::string> names;  // empty: all
+  // Where it is set, the names are not known: they are what this session left, which was killed.
+  std::string session;
+  std::string node;  // of which node; may be empty for a session of one node
 };
 
-// The records of wanted snapshots; a name that is not known as it stands is looked up as a path,
-// too, and then stands as such in `wanted`. Throws a Problem for one that is not known.
+// Declares --session and --node.
+void declareLeft(VerbOptions& options, WantedSnapshots& wanted);
+
+// What a killed session intended and did not settle, of the node when one is wanted. Throws a
+// Problem where there is no such intent.
+SnapshotRecords leftIntents(StateStore& store, const WantedSnapshots& wanted);
+
+// The record that a killed session's snapshot has, by that intent; a name that is an existing path
+// becomes absolute, in `wanted` too. Throws a Problem where it is not clear which intent it is, and
+// for a snapshot that is in the list already.
+SnapshotRecord leftRecord(StateStore& store, WantedSnapshots& wanted);
+
+// The records of wanted snapshots, left ones among them; a name that is not known as it stands is
+// looked up as a path, too, and then stands as such in `wanted`. Throws a Problem for one that is
+// not known.
 SnapshotRecords wantedRecords(StateStore& store, WantedSnapshots& wanted);
 
 // Loads the plug-in of these records, sets their nodes up with the values that the last snapshot of

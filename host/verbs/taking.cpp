@@ -99,15 +99,25 @@ bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values, bool forc
 void Taking::take() {
   bool good = false;
   if (!ops::select(m_caller, m_nodes, m_sessionId)) return;
+  intend();
   {
     const Quiesced quiesced(m_caller, m_nodes, m_sessionId);
     good = quiesced.isGood() && prePrepare() && ops::prepare(m_caller, m_nodes, m_sessionId) &&
            !isInterrupted() && make();
   }
+  settle();
   if (m_records.empty()) return;
-  remember();
-  if (fetchProviderStates()) remember();
+  if (fetchProviderStates()) m_store.add(m_records);
   if (good && untilReady()) tellStatus();
+}
+
+void Taking::intend() {
+  SnapshotRecords intents;
+  for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+    intents.push_back({"", m_nodes[i].name(), m_sessionId, m_caller.plugin().name(),
+                       m_caller.plugin().path(), utcNow(), m_values[i], ""});
+  }
+  m_store.intend(intents);
 }
 
 bool Taking::isInterrupted() {
@@ -180,14 +190,17 @@ bool Taking::fetchProviderStates() {
   return isThere;
 }
 
-void Taking::remember() {
+void Taking::settle() {
   try {
-    m_store.add(m_records);
+    m_store.settle(m_sessionId, m_records);
   } catch (Problem& problem) {
-    problem.text += "; taken, but not in the list: " + joined(m_records);
+    if (!m_records.empty()) {
+      problem.text += "; taken, but not in the list: " + joined(m_records) +
+                      " (\"adopt\" adds them to it, session " + m_sessionId + ")";
+    }
     throw;
   }
-  m_caller.setDone("in the list: " + joined(m_records));
+  if (!m_records.empty()) m_caller.setDone("in the list: " + joined(m_records));
 }
 
 void Taking::tellStatus() {

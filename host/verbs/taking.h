@@ -33,18 +33,19 @@ class Taking {
   // with `force` it is sent all the same, with a warning.
   bool configure(const orca_pdk::CFiConfigParamDataList& values, bool force);
 
-  // Takes the snapshots and keeps those that the provider handed out, whatever came after them.
-  // Throws a Problem when the list cannot be written.
+  // Takes the snapshots and keeps those that the provider handed out, whatever came after them; the
+  // intent stands in the state meanwhile. Throws a Problem when that cannot be written.
   void take();
 
  private:
+  void intend();
   bool isInterrupted();
   bool prePrepare();
   bool make();
   bool keep(const std::vector<std::string>& names);
   bool untilReady();
   bool fetchProviderStates();
-  void remember();
+  void settle();
   void tellStatus();
 
   Caller& m_caller;

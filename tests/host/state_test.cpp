@@ -162,6 +162,67 @@ TEST_F(State, IsNotTrustedWhereAnotherUserCouldChangeIt) {
   }
 }
 
+// A host that is killed in make says nothing of what it took.
+class Killed : public State {
+ protected:
+  void SetUp() override {
+    const ScopedEnv env("TEST_KILL", "make");
+    EXPECT_EQ(run(withPlugin("snapshot", {"/data/a", "/data/b", "--set", "keep=3"})).status,
+              128 + SIGKILL);
+    const Json left = unsettled();
+    ASSERT_EQ(left.size(), 2U);
+    m_session = left[0]["session"];
+  }
+  Json unsettled() { return runJson({"list"}, 0)["unsettled"]; }
+
+  std::string m_session;
+};
+
+TEST_F(Killed, SessionIsListedWithWhatItMayHaveLeft) {
+  const Json row = unsettled()[1];
+  EXPECT_EQ(row["node"], "/data/b");
+  EXPECT_EQ(row["provider"], "tester");
+  EXPECT_EQ(row["plugin"], plugin("provider"));
+  EXPECT_THAT(row["values"].get<std::string>(), HasSubstr("<value>3</value>"));
+  EXPECT_THAT(run({"list"}).out, HasSubstr("no snapshots\nunsettled session " + m_session +
+                                           "  by tester  of /data/a  "));
+}
+
+TEST_F(Killed, SnapshotsAreAdoptedAsTheProviderSaysThatTheyAre) {
+  Words adopt{"adopt", "--session", m_session, "snap:/data/a"};
+  EXPECT_THAT(run(adopt).err, HasSubstr(m_session + " had several nodes: name one, --node"));
+  adopt.insert(adopt.end(), {"--node", "/data/a"});
+  {
+    const ScopedEnv env("TEST_STATUS", "getStatus=0");
+    EXPECT_THAT(run(adopt).err, HasSubstr("snap:/data/a of /data/a: absent"));
+    EXPECT_EQ(unsettled().size(), 2U);
+  }
+  EXPECT_EQ(runJson(adopt, 0)["adopted"], "snap:/data/a");
+  EXPECT_EQ(unsettled().size(), 1U);
+  const Json listed = runJson({"list"}, 0)["snapshots"][0];
+  EXPECT_EQ(listed["session"], m_session);
+  EXPECT_THAT(listed["values"].get<std::string>(), HasSubstr("<value>3</value>"));
+  EXPECT_EQ(run({"restore", "snap:/data/a"}).status, 0);
+  EXPECT_EQ(run(adopt).status, 2);
+}
+
+TEST_F(Killed, SnapshotsAreDisposedWithoutBeingListed) {
+  EXPECT_EQ(run({"dispose", "snap:/data/b", "--session", m_session, "--node", "/data/b"}).status,
+            0);
+  EXPECT_EQ(unsettled().size(), 1U);
+  EXPECT_EQ(runJson({"adopt", "--session", m_session, "--nothing"}, 0)["dismissed"],
+            Json{"/data/a"});
+  EXPECT_EQ(unsettled().size(), 0U);
+}
+
+TEST_F(Killed, SessionIsToldFromOneAtWork) {
+  StateStore store(m_folder);
+  store.nextSession();
+  store.intend({record("")});
+  EXPECT_EQ(unsettled().size(), 2U);
+  EXPECT_EQ(run({"adopt", "--session", "s", "--nothing"}).status, 2);
+}
+
 TEST_F(State, HasNoFolderWithoutAHome) {
   for (const char* home : {"-uHOME", "HOME=", "HOME=home"}) {
     const CommandResult result =
@@ -204,7 +265,7 @@ TEST_F(State, GivesNoSessionANameThatAnotherHad) {
   std::set<std::string> ids;
   for (int i = 0; i < 3; ++i) {
     StateStore store(m_folder);
-    store.forget(record("none"));
+    store.forget({record("none")});
     ids.insert(fihost::newSessionId(store));
   }
   EXPECT_EQ(ids.size(), 3U);

@@ -41,12 +41,12 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
 }
 
 // Claims nodes below a folder "data". TEST_FAIL, TEST_THROW and TEST_TERMINATE name an operation
-// that fails, raises, and raises where nobody can catch it; TEST_CRASH, TEST_ABORT, TEST_EXIT,
-// TEST_UNDERSCORE_EXIT and TEST_HANG one that does not come back; TEST_LEAK makes it careless with
-// memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a message behind
-// in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each snapshot.
-// TEST_MANY lets make claim to have handed out more ids than there are. TEST_READY_AT is the number
-// of the isReady call that says so first.
+// that fails, raises, and raises where nobody can catch it; TEST_KILL, TEST_CRASH, TEST_ABORT,
+// TEST_EXIT, TEST_UNDERSCORE_EXIT and TEST_HANG one that does not come back; TEST_LEAK makes it
+// careless with memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a
+// message behind in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each
+// snapshot. TEST_MANY lets make claim to have handed out more ids than there are. TEST_READY_AT is
+// the number of the isReady call that says so first.
 class TestProvider : public CFiPluginBase {
  public:
   TestProvider() : m_setup(*this, identity()) {
@@ -136,6 +136,7 @@ class TestProvider : public CFiPluginBase {
     if (isSetTo("TEST_THROW", operation)) raise("thrown in " + operation);
     if (isSetTo("TEST_TERMINATE", operation)) []() noexcept { raise("never caught"); }();
     if (isSetTo("TEST_INTERRUPT", operation)) kill(getpid(), SIGINT);
+    if (isSetTo("TEST_KILL", operation)) kill(getpid(), SIGKILL);
     if (isSetTo("TEST_CRASH", operation)) *static_cast<volatile char*>(nullptr) = 1;
     if (isSetTo("TEST_ABORT", operation)) std::abort();
     if (isSetTo("TEST_EXIT", operation)) std::exit(0);
