@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "cli/endingsignals.h"
 #include "cli/exitstatus.h"
 #include "cli/text.h"
 #include "framework/currentoperation.h"
@@ -20,7 +21,6 @@ namespace fihost {
 namespace {
 
 constexpr int kCrashes[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS};
-constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr unsigned kSecondsForAnswer = 10;
 constexpr std::size_t kStackSize = std::size_t{256} * 1024;
 
@@ -94,7 +94,7 @@ void end(const char* what) {
 }
 
 void onSignal(int number) {
-  const bool isFromOutside = number == SIGINT || number == SIGTERM || number == SIGHUP;
+  const bool isFromOutside = isEndingSignal(number);
   if (getpid() == g_process) {
     char what[128];
     if (number == timeSignal()) {
@@ -134,8 +134,7 @@ Emergency::Emergency(PrintAnswer printAnswer, PrintText printInstead, int timeou
   const stack_t alternative{stack.data(), 0, stack.size()};
   sigaltstack(&alternative, nullptr);
   for (const int number : kCrashes) handle(number, 0);
-  for (const int number : kEndings) handle(number, SA_RESTART);
-  handle(SIGALRM, 0);
+  for (const int number : kEndingSignals) handle(number, SA_RESTART);
   handle(timeSignal(), 0);
   std::set_terminate(onTerminate);
   std::atexit(onExit);

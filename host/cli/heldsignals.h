@@ -1,15 +1,12 @@
 #ifndef FIHOST_CLI_HELDSIGNALS_H
 #define FIHOST_CLI_HELDSIGNALS_H
 
-#include <signal.h>
-
-#include <array>
-
 namespace fihost {
 
-// Holds the first signal that would end the host (SIGINT, SIGTERM, SIGHUP) until its scope ends, so
-// that nothing stays quiesced, and says so; a second one ends the host at once. Programs that are
-// started meanwhile get the signals as ever. One object at a time.
+// Holds the first signal that would end the host until its scope ends, so that nothing stays
+// quiesced and the list is written, and says so. A second one, of whatever kind, does at once what
+// it would have done before. Programs that are started meanwhile get the signals as ever. One
+// object at a time.
 class HeldSignals {
  public:
   HeldSignals();
@@ -21,11 +18,6 @@ class HeldSignals {
   static bool isPending();
   // Lets the signal go that was held, which then ends the host; called when the answer is printed.
   static void letGo();
-
- private:
-  static constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
-
-  std::array<struct sigaction, kSignals.size()> m_old;
 };
 
 }  // namespace fihost

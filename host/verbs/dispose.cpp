@@ -1,3 +1,4 @@
+#include "cli/heldsignals.h"
 #include "cli/text.h"
 #include "framework/operations.h"
 #include "verbs/snapshotset.h"
@@ -8,6 +9,7 @@ namespace {
 
 // Takes a snapshot off the list that is no more.
 void takeOff(StateStore& store, const SnapshotRecord& record) {
+  const HeldSignals held;
   try {
     store.forget({record});
   } catch (Problem& problem) {

@@ -1,4 +1,3 @@
-#include "cli/heldsignals.h"
 #include "verbs/snapshotset.h"
 #include "verbs/taking.h"
 
@@ -20,7 +19,6 @@ class Snapshot : public Verb {
   }
 
   void run(Context& context) override {
-    const HeldSignals held;
     StateStore store(context.settings.stateFolder);
     const auto values = wantedValues(m_parameterFile, m_settings);
     const std::string sessionId = newSessionId(store);

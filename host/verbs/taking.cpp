@@ -101,14 +101,19 @@ void Taking::take() {
   if (!ops::select(m_caller, m_nodes, m_sessionId)) return;
   intend();
   {
-    const Quiesced quiesced(m_caller, m_nodes, m_sessionId);
-    good = quiesced.isGood() && prePrepare() && ops::prepare(m_caller, m_nodes, m_sessionId) &&
-           !isInterrupted() && make();
+    const HeldSignals held;
+    good = makeQuiesced();
+    settle();
+    if (m_records.empty()) return;
+    if (fetchProviderStates()) m_store.add(m_records);
   }
-  settle();
-  if (m_records.empty()) return;
-  if (fetchProviderStates()) m_store.add(m_records);
   if (good && untilReady()) tellStatus();
+}
+
+bool Taking::makeQuiesced() {
+  const Quiesced quiesced(m_caller, m_nodes, m_sessionId);
+  return quiesced.isGood() && prePrepare() && ops::prepare(m_caller, m_nodes, m_sessionId) &&
+         !isInterrupted() && make();
 }
 
 void Taking::intend() {

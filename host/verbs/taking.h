@@ -39,6 +39,7 @@ class Taking {
 
  private:
   void intend();
+  bool makeQuiesced();
   bool isInterrupted();
   bool prePrepare();
   bool make();

@@ -1,3 +1,7 @@
+#include <signal.h>
+#include <string.h>
+#include <sys/resource.h>
+
 #include "host_fixture.h"
 
 namespace {
@@ -113,16 +117,40 @@ TEST_F(LifeCycle, EndsWhatWasBegunAfterAFailureInAnyStep) {
   }
 }
 
-TEST_F(LifeCycle, LeavesNothingQuiescedAndLosesNoSnapshotWhenItIsInterrupted) {
-  for (const auto& [operation, kept] : {std::pair("prepare", 0U), std::pair("make", 1U)}) {
+TEST_F(LifeCycle, HoldsASignalUntilWritersGoOnWithTheirSnapshotsListed) {
+  const rlimit noCore{};
+  setrlimit(RLIMIT_CORE, &noCore);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1, SIGALRM, SIGXCPU}) {
+    for (const auto& [operation, kept] : {std::pair("prepare", 0U), std::pair("make", 1U)}) {
+      SCOPED_TRACE(std::string(strsignal(number)) + " in " + operation);
+      const ScopedEnv env("TEST_INTERRUPT", operation);
+      const ScopedEnv signals("TEST_SIGNALS", std::to_string(number).c_str());
+      const Json answer = runJson(withPlugin("snapshot", {"/data/a"}), 128 + number);
+      const Words called = operations(answer);
+      EXPECT_THAT(called, testing::IsSupersetOf({"unquiesce", "deInitNode", "fini"}));
+      EXPECT_EQ(answer.value("error", ""),
+                kept == 1 ? "" : "interrupted before make; no snapshot was taken");
+      const Json list = runJson({"list"}, 0);
+      EXPECT_EQ(list["snapshots"].size(), kept);
+      EXPECT_EQ(list["unsettled"], Json::array());
+    }
+    run({"dispose", kSnapshot});
+  }
+}
+
+TEST_F(LifeCycle, EndsWithItsDocumentByASignalThatIsNotHeld) {
+  const std::tuple<const char*, const char*, int, Words> cases[] = {
+      {"initNode", "15", SIGTERM, {"init", "claim"}},
+      {"prepare", "2 10", SIGUSR1, Words(kWholeOrder.begin(), kWholeOrder.begin() + 7)},
+      {"prepare", "15 15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 7)},
+  };
+  for (const auto& [operation, numbers, last, called] : cases) {
+    SCOPED_TRACE(std::string(numbers) + " in " + operation);
     const ScopedEnv env("TEST_INTERRUPT", operation);
-    const CommandResult result = run(withPlugin("snapshot", {"/data/a"}));
-    EXPECT_EQ(result.status, 128 + SIGINT);
-    EXPECT_TRUE(result.out.find("\nunquiesce") < result.out.find("\nfini")) << result.out;
-    EXPECT_THAT(result.err, HasSubstr("the signal is held until writers go on"));
-    EXPECT_EQ(result.err.find("interrupted before make; no snapshot was taken") == result.err.npos,
-              kept == 1);
-    EXPECT_EQ(runJson({"list"}, 0)["snapshots"].size(), kept);
+    const ScopedEnv signals("TEST_SIGNALS", numbers);
+    const Json answer = runJson(withPlugin("snapshot", {"/data/a"}), 128 + last);
+    EXPECT_EQ(answer["failures"][0]["operation"], operation);
+    EXPECT_EQ(operations(answer), called);
   }
 }
 

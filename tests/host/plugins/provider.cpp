@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -135,7 +136,7 @@ class TestProvider : public CFiPluginBase {
   int step(const std::string& operation) {
     if (isSetTo("TEST_THROW", operation)) raise("thrown in " + operation);
     if (isSetTo("TEST_TERMINATE", operation)) []() noexcept { raise("never caught"); }();
-    if (isSetTo("TEST_INTERRUPT", operation)) kill(getpid(), SIGINT);
+    if (isSetTo("TEST_INTERRUPT", operation)) interrupt();
     if (isSetTo("TEST_KILL", operation)) kill(getpid(), SIGKILL);
     if (isSetTo("TEST_CRASH", operation)) *static_cast<volatile char*>(nullptr) = 1;
     if (isSetTo("TEST_ABORT", operation)) std::abort();
@@ -145,6 +146,12 @@ class TestProvider : public CFiPluginBase {
     if (!isSetTo("TEST_FAIL", operation)) return FI_OK;
     m_setup.pushMessage("MSG_BROKEN", PYX_SEV_ERROR, {icu::Formattable(42)});
     return FI_FILE_ERROR;
+  }
+
+  // Sends the host the signals of TEST_SIGNALS.
+  static void interrupt() {
+    std::istringstream numbers(std::getenv("TEST_SIGNALS"));
+    for (int number = 0; numbers >> number;) kill(getpid(), number);
   }
 
   static long status(const std::string& operation, long good) {
