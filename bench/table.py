@@ -47,6 +47,7 @@ ROWS = [
     ("filesnap/copy", "cp/sync", 1.1, "cp and sync of 256 MiB"),
     ("filesnap/verify", "cp/md5sum", 1.5, "cp --sparse=always and md5sum"),
     ("filesnap/files/10000", "filesnap/files/100", 1.3, "itself, a file", 100),
+    ("fihost/known/100000", "fihost/known/100", 1.2, "itself with 100 known, under 60 MiB"),
     ("interpose/1000", "strstr/1000", 1.5, "the same strstr loop"),
     ("claim/1000", "strstr/1000", 1.5, "the same strstr loop"),
 ]
