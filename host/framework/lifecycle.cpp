@@ -5,8 +5,17 @@
 namespace fihost {
 
 Lifecycle::~Lifecycle() {
-  while (m_nodesBegun > 0) ops::deInitNode(m_caller, nodes()[--m_nodesBegun]);
+  endNodes();
   if (m_initCalled) ops::fini(m_caller);
+}
+
+void Lifecycle::endNodes() {
+  while (m_nodesBegun > 0) ops::deInitNode(m_caller, nodes()[--m_nodesBegun]);
+}
+
+bool Lifecycle::beginNodes(const std::vector<std::string>& names) {
+  m_nodes = std::make_unique<NodeSet>(names);
+  return initNodes();
 }
 
 bool Lifecycle::init() {

@@ -26,8 +26,12 @@ class Lifecycle {
   // `flags` are those that the nodes begin with.
   enum class Claim { No, Yes };
   bool begin(const std::vector<std::string>& names, Claim claimed, uint32_t flags = 0);
+  // Ends the nodes before the scope does.
+  void endNodes();
+  // Sets other nodes up when those before were ended; true when it went well for all.
+  bool beginNodes(const std::vector<std::string>& names);
 
-  // The nodes of begin.
+  // The nodes that were begun last.
   NodeSet& nodes() { return *m_nodes; }
 
  private:

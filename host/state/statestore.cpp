@@ -18,6 +18,7 @@ constexpr char kTables[] =
     "CREATE TABLE snapshots(id INTEGER PRIMARY KEY, name TEXT NOT NULL, node TEXT NOT NULL,"
     " session TEXT NOT NULL, provider TEXT NOT NULL, plugin TEXT NOT NULL, taken TEXT NOT NULL,"
     " \"values\" TEXT NOT NULL, provider_state BLOB NOT NULL, UNIQUE(name, provider));"
+    "CREATE INDEX snapshots_of_nodes ON snapshots(provider, node);"
     "CREATE TABLE intents(id INTEGER PRIMARY KEY, name TEXT NOT NULL, node TEXT NOT NULL,"
     " session TEXT NOT NULL, provider TEXT NOT NULL, plugin TEXT NOT NULL, taken TEXT NOT NULL,"
     " \"values\" TEXT NOT NULL, provider_state BLOB NOT NULL, number INTEGER NOT NULL,"
@@ -110,6 +111,15 @@ SnapshotRecords StateStore::named(const std::string& name) {
   Statement statement(*m_database,
                       "SELECT " FIHOST_FIELDS " FROM snapshots WHERE name = ?1 ORDER BY id");
   return recordsOf(statement.bind(1, name));
+}
+
+SnapshotRecords StateStore::oldestOf(const std::string& provider, const std::string& node,
+                                     int most) {
+  if (!isOpen()) return {};
+  Statement statement(*m_database, "SELECT " FIHOST_FIELDS
+                                   " FROM snapshots WHERE provider = ?1 AND node = ?2"
+                                   " ORDER BY id LIMIT ?3");
+  return recordsOf(statement.bind(1, provider).bind(2, node).bind(3, most));
 }
 
 void StateStore::add(const SnapshotRecords& records) {

@@ -25,6 +25,8 @@ class StateStore {
   // The snapshots that are known, in the order in which they were added: all, or those of a name.
   SnapshotRecords all();
   SnapshotRecords named(const std::string& name);
+  // The first so many of a node by a provider.
+  SnapshotRecords oldestOf(const std::string& provider, const std::string& node, int most);
 
   // Adds snapshots; one of the same name and provider is replaced.
   void add(const SnapshotRecords& records);

@@ -1,9 +1,20 @@
+#include "cli/heldsignals.h"
+#include "cli/text.h"
+#include "verbs/gone.h"
 #include "verbs/snapshotset.h"
 #include "verbs/taking.h"
 
 namespace fihost {
 
 namespace {
+
+std::string goneText(const Json& answer) {
+  std::string text;
+  for (const Json& name : rowsOf(answer, "gone")) {
+    text += "off the list, since the provider no longer has it: " + printable(name) + "\n";
+  }
+  return text;
+}
 
 class Snapshot : public Verb {
  public:
@@ -27,13 +38,17 @@ class Snapshot : public Verb {
       if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::Yes)) return;
       Taking taking(run.caller, context.report, run.lifecycle.nodes(), store, sessionId,
                     context.settings.timeout);
-      if (taking.askForType() && taking.configure(values, m_force)) taking.take();
+      if (!taking.askForType() || !taking.configure(values, m_force) || !taking.take()) return;
+      run.lifecycle.endNodes();
+      if (HeldSignals::isPending()) return;
+      context.report.answer()["gone"] = forgetGone(run, store, m_nodes, sessionId);
     });
   }
 
   std::string text(const Json& answer) const override {
     if (!answer.contains("session")) return "";
-    return "session " + std::string(answer["session"]) + "\n" + statusText(answer);
+    return "session " + std::string(answer["session"]) + "\n" + statusText(answer) +
+           goneText(answer);
   }
 
  private:

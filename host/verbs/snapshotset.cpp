@@ -191,11 +191,20 @@ void workOnSnapshots(Context& context, const WantedSnapshots& wanted,
   withProvider(context, pluginFor(wanted, records), [&](ProviderRun& run) {
     const SnapshotRecords own = ofProvider(wanted, records, run.plugin.name());
     refuseRelativePaths(own);
-    const auto nodes = distinct(textsOf(own, &SnapshotRecord::node));
-    if (!run.lifecycle.begin(nodes, Lifecycle::Claim::No)) return;
-    giveValuesBack(run, own);
-    work(run, own);
+    if (run.lifecycle.init() && setUpNodes(run, own)) work(run, own);
   });
+}
+
+bool setUpNodes(ProviderRun& run, const SnapshotRecords& records) {
+  if (!run.lifecycle.beginNodes(distinct(textsOf(records, &SnapshotRecord::node)))) return false;
+  giveValuesBack(run, records);
+  return true;
+}
+
+std::map<std::string, SnapshotRecords> bySession(const SnapshotRecords& records) {
+  std::map<std::string, SnapshotRecords> sessions;
+  for (const SnapshotRecord& record : records) sessions[record.session].push_back(record);
+  return sessions;
 }
 
 }  // namespace fihost

@@ -2,6 +2,7 @@
 #define FIHOST_VERBS_SNAPSHOTSET_H
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,13 @@ SnapshotRecord leftRecord(StateStore& store, WantedSnapshots& wanted);
 // looked up as a path, too, and then stands as such in `wanted`. Throws a Problem for one that is
 // not known.
 SnapshotRecords wantedRecords(StateStore& store, WantedSnapshots& wanted);
+
+// Records by their sessions.
+std::map<std::string, SnapshotRecords> bySession(const SnapshotRecords& records);
+
+// Sets the nodes of records up with the values that the last snapshot of each was taken with. True
+// when it went well; what the provider refuses of the values is reported and stops nothing.
+bool setUpNodes(ProviderRun& run, const SnapshotRecords& records);
 
 // Loads the plug-in of these records, sets their nodes up with the values that the last snapshot of
 // each was taken with, lets `work` do its part with the records

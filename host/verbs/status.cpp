@@ -1,16 +1,8 @@
-#include <map>
-
 #include "verbs/snapshotset.h"
 
 namespace fihost {
 
 namespace {
-
-std::map<std::string, SnapshotRecords> bySession(const SnapshotRecords& records) {
-  std::map<std::string, SnapshotRecords> sessions;
-  for (const SnapshotRecord& record : records) sessions[record.session].push_back(record);
-  return sessions;
-}
 
 class Status : public Verb {
  public:

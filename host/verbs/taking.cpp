@@ -96,18 +96,19 @@ bool Taking::configure(const orca_pdk::CFiConfigParamDataList& values, bool forc
   return true;
 }
 
-void Taking::take() {
+bool Taking::take() {
   bool good = false;
-  if (!ops::select(m_caller, m_nodes, m_sessionId)) return;
+  if (!ops::select(m_caller, m_nodes, m_sessionId)) return false;
   intend();
   {
     const HeldSignals held;
     good = makeQuiesced();
     settle();
-    if (m_records.empty()) return;
+    if (m_records.empty()) return false;
     if (fetchProviderStates()) m_store.add(m_records);
   }
   if (good && untilReady()) tellStatus();
+  return true;
 }
 
 bool Taking::makeQuiesced() {

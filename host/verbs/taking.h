@@ -34,8 +34,9 @@ class Taking {
   bool configure(const orca_pdk::CFiConfigParamDataList& values, bool force);
 
   // Takes the snapshots and keeps those that the provider handed out, whatever came after them; the
-  // intent stands in the state meanwhile. Throws a Problem when that cannot be written.
-  void take();
+  // intent stands in the state meanwhile. False when there are none. Throws a Problem when that
+  // cannot be written.
+  bool take();
 
  private:
   void intend();

@@ -122,19 +122,19 @@ TEST_F(State, CallsNoProviderWhenItCannotBeWritten) {
   }
   const auto refused = [&](const Words& words, const std::string& reason) {
     const Json answer = runJson(words, 2);
-    EXPECT_THAT(answer["error"].get<std::string>(), HasSubstr(m_file + ": " + reason));
+    EXPECT_THAT(answer["error"].get<std::string>(), testing::ContainsRegex(m_file + ": " + reason));
     EXPECT_FALSE(answer.contains("operations")) << answer;
   };
   for (const Words& words :
        {withPlugin("snapshot", {"/data/b"}), Words{"dispose", "snap:/data/a"}}) {
-    refused(words, "disk I/O error (No space left on device)");
+    refused(words, "(disk I/O error \\(No space left on device\\)|database or disk is full)");
   }
   filler.close();
   fs::remove(m_folder + "/filler");
   EXPECT_EQ(names(), Words{"snap:/data/a"});
   ASSERT_EQ(mount("", m_folder.c_str(), "", MS_REMOUNT | MS_RDONLY, ""), 0);
   refused(withPlugin("snapshot", {"/data/b"}),
-          "unable to open database file (Read-only file system)");
+          "(unable to open .*Read-only file system|attempt to write a readonly database)");
   umount(m_folder.c_str());
 }
 
@@ -160,6 +160,19 @@ TEST_F(State, IsNotTrustedWhereAnotherUserCouldChangeIt) {
     EXPECT_THAT(result.err, HasSubstr("state: " + path + " is not trusted: "));
     EXPECT_THAT(result.err, HasSubstr(reason));
   }
+}
+
+TEST_F(State, LosesWhatTheProviderRemovedByItsOwnLimit) {
+  const std::string file = m_dir.file("data/file");
+  writeFile(file, "content");
+  const Words snapshot{"snapshot", "--plugin", FILESNAP_PLUGIN, file, "--set", "keep=2"};
+  Words taken;
+  for (int i = 0; i < 4; ++i) {
+    const Json answer = runJson(snapshot, 0);
+    taken.push_back(answer["snapshots"][0]["name"]);
+    EXPECT_EQ(answer["gone"], i < 2 ? Json::array() : Json{taken[i - 2]});
+  }
+  EXPECT_EQ(names(), (Words{taken[2], taken[3]}));
 }
 
 // A host that is killed in make says nothing of what it took.
