@@ -1,12 +1,16 @@
 #include "accounting.h"
 
 #include <algorithm>
+#include <new>
 
 namespace orca_fiutil {
 
 Registry& Registry::instance() {
-  static Registry* const registry = new Registry;
-  return *registry;
+  // Never destroyed, and there without memory: the first buffer may be asked for when there is
+  // none.
+  alignas(Registry) static unsigned char s_place[sizeof(Registry)];
+  static Registry* const s_registry = new (s_place) Registry;
+  return *s_registry;
 }
 
 bool Registry::add(Items& items, const void* object, int leakKind, std::size_t size,
