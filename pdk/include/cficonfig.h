@@ -73,6 +73,8 @@ class ORCA_PDK_API CFiConfigParamDataList {
   int parse(const char* xml);
   // Rewrites the text from the values.
   void updateXML();
+  // Exchanges values and text with another list. Throws nothing.
+  void swap(CFiConfigParamDataList& other) noexcept;
   // The document text; empty until parse or updateXML was called.
   const tstr& getXML() const;
   // The value of a key, or an empty one that the list holds when there is none, valid until the

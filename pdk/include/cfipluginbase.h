@@ -64,7 +64,7 @@ class ORCA_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
   // in it, which stays the caller's, and hand the completed one out; 3 clears the values. The first
   // selector picks the list index; with both selectors zero nothing is done. Returns 0, or 3
   // without private data, without spec, or for a document in error, which leaves the values as they
-  // were.
+  // were. So does a shortage of memory.
   virtual int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec);
   // Sets an alternate node up. Returns 0.
   virtual int initAltNode(pyx_domain* primary, pyx_domain* second, pyx_domain* target, bool flag);
@@ -285,6 +285,7 @@ class ORCA_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
  private:
   int configGet(CFiPrivateData& data, int index, pyx_confspec& spec);
   int configSet(CFiPrivateData& data, int index, pyx_confspec& spec);
+  char* completeValues(CFiPrivateData& data, int index);
   int configGetParam(CFiPrivateData& data, int index, bool primary, pyx_confspec& spec);
   int changeOwner(const char* path, long ownerId, long groupId);
   int retryOwner(const char* path, long ownerId, long groupId, int pass, bool& matches);

@@ -84,10 +84,14 @@ class ORCA_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
   virtual int selectTargetFromConfigData();
 
  private:
+  friend class CFiPluginBase;
+
   static constexpr int kModes = 2;
   // What one source entry of the target selection came to.
   enum class EEntry { other, found, failed };
 
+  // Takes a mode's own value list away.
+  void dropConfigDataList(int mode) noexcept;
   bool readResourceSpec(std::vector<std::string>& entries);
   struct ResourceItem;
 

@@ -52,9 +52,7 @@ void writeInfo(CFiXmlWriter& writer, const CFiConfigParamInfo& info) {
 tstr CFiConfigParamInfo::toXML() const {
   CFiXmlWriter writer;
   writeInfo(writer, *this);
-  tstr text;
-  storeText(text, writer.text());
-  return text;
+  return makeTstr(writer.text());
 }
 
 tstr CFiConfigParamData::toXML() const { return valueText(kConfigValueDocument, *this); }
@@ -66,6 +64,11 @@ int CFiConfigParamDataList::parse(const char* xml) {
 }
 
 void CFiConfigParamDataList::updateXML() { updateValues(kConfigValueDocument, params, m_xml); }
+
+void CFiConfigParamDataList::swap(CFiConfigParamDataList& other) noexcept {
+  params.swap(other.params);
+  m_xml.swap(other.m_xml);
+}
 
 const tstr& CFiConfigParamDataList::getXML() const { return m_xml; }
 

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -38,6 +40,10 @@ bool isFirstOfItsMembers(const pyx_domain& domain) {
   return domain.members != nullptr && domain.member_count > 0 && domain.members[0] == &domain;
 }
 
+struct FreeMemory {
+  void operator()(char* memory) const { std::free(memory); }
+};
+
 // A copy that the framework frees.
 char* copyOf(const tstr& xml) {
   char* copy = CFiStringTool::tstrdup(xml);
@@ -56,10 +62,12 @@ char* storeDefaults(CFiPrivateData& data, int index) {
   const CFiConfigParamInfoList* descriptions = data.configInfoList(index);
   if (descriptions == nullptr || descriptions->params.empty()) return nullptr;
   CFiConfigParamDataList defaults = descriptions->getDefaultDataList();
+  // The copy first: nothing is stored when there is no memory for it.
+  std::unique_ptr<char, FreeMemory> copy(copyOf(defaults.getXML()));
   CFiConfigParamDataList* values = data.configDataList(index);
   if (values == nullptr) return nullptr;
-  *values = std::move(defaults);
-  return copyOf(values->getXML());
+  values->swap(defaults);
+  return copy.release();
 }
 
 void clearValues(CFiPrivateData& data, int index) {
@@ -578,19 +586,38 @@ int CFiPluginBase::configSet(CFiPrivateData& data, int index, pyx_confspec& spec
     traceLine(FI_TRACE_ERROR, "ERROR: SET: Mode[%d], Invalid config string.\n", index);
     return FI_OK;
   }
-  CFiConfigParamDataList* values = data.configDataList(index);
-  const int result = values != nullptr ? values->parse(spec.text) : FI_INVALID;
-  if (result != FI_OK) {
-    traceLine(FI_TRACE_ERROR, "ERROR: SET: Mode[%d]: Invalid XML [%s] \n", index, spec.text);
-    spec.text = nullptr;
-    return result;
+  const bool hadList = data.hasConfigDataList(index);
+  CFiConfigParamDataList other;  // the new values while they are read, then those of before
+  bool isExchanged = false;
+  try {
+    CFiConfigParamDataList* values = data.configDataList(index);
+    const int result = values != nullptr ? other.parse(spec.text) : FI_INVALID;
+    if (result != FI_OK) {
+      if (values != nullptr) other.params.swap(values->params);
+      if (values != nullptr) values->swap(other);
+      traceLine(FI_TRACE_ERROR, "ERROR: SET: Mode[%d]: Invalid XML [%s] \n", index, spec.text);
+      spec.text = nullptr;
+      return result;
+    }
+    values->swap(other);
+    isExchanged = true;
+    spec.text = completeValues(data, index);
+  } catch (...) {
+    CFiConfigParamDataList* values = isExchanged && hadList ? data.configDataList(index) : nullptr;
+    if (values != nullptr) values->swap(other);
+    if (!hadList) data.dropConfigDataList(index);
+    throw;
   }
+  return FI_OK;
+}
+
+// Adds the defaults to values that were set; answers with the document of all.
+char* CFiPluginBase::completeValues(CFiPrivateData& data, int index) {
   data.addDefaultConfigParamsToDataList(
       index, data.hasConfigInfoList(index) ? nullptr : &m_firstInfoLists[index]);
   // A class that denies its list has replaced it meanwhile.
-  values = data.configDataList(index);
-  spec.text = values != nullptr ? copyOf(values->getXML()) : nullptr;
-  return FI_OK;
+  const CFiConfigParamDataList* values = data.configDataList(index);
+  return values != nullptr ? copyOf(values->getXML()) : nullptr;
 }
 
 int CFiPluginBase::configGetParam(CFiPrivateData& data, int index, bool primary,

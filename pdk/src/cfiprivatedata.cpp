@@ -73,6 +73,8 @@ CFiPrivateData::~CFiPrivateData() = default;
 
 bool CFiPrivateData::hasConfigInfoList(int mode) { return m_infoLists[mode] != nullptr; }
 
+void CFiPrivateData::dropConfigDataList(int mode) noexcept { m_dataLists[mode].reset(); }
+
 bool CFiPrivateData::hasConfigDataList(int mode) { return m_dataLists[mode] != nullptr; }
 
 void CFiPrivateData::addDefaultConfigParamsToDataList(int mode, CFiConfigParamInfoList* infoList) {
@@ -84,7 +86,7 @@ void CFiPrivateData::addDefaultConfigParamsToDataList(int mode, CFiConfigParamIn
   CFiConfigParamDataList* values = configDataList(mode);
   if (values == nullptr) return;
   if (values->params.empty()) {
-    *values = std::move(defaults);
+    values->swap(defaults);
   } else {
     mergeDefaults(defaults, *values);
   }

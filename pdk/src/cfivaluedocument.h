@@ -54,9 +54,7 @@ template <typename Entry>
 tstr valueText(const CFiValueDocument& names, const Entry& entry) {
   CFiXmlWriter writer;
   writeValue(writer, names, entry);
-  tstr text;
-  storeText(text, writer.text());
-  return text;
+  return makeTstr(writer.text());
 }
 
 // Rewrites the text of a list from its entries.
@@ -129,7 +127,7 @@ int readValues(const CFiValueDocument& names, const char* xml, tstr& listXml, Ma
     throw;
   } catch (...) {
     tstr text;  // the document may stand in the text that goes
-    storeText(text, document);
+    assignTstr(text, document);
     listXml.swap(text);
     return FI_INVALID;
   }

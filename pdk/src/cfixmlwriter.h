@@ -1,11 +1,11 @@
 #ifndef ORCA_PDK_CFIXMLWRITER_H
 #define ORCA_PDK_CFIXMLWRITER_H
 
-#include <new>
 #include <string>
 #include <string_view>
 #include <xercesc/util/XercesDefs.hpp>
 
+#include "cfitstr.h"
 #include "cfitypes.h"
 #include "cfixmlescape.h"
 
@@ -47,13 +47,6 @@ class CFiXmlElement {
   char m_close[kRoom] = {};
 };
 
-// Puts a text in place of another; throws std::bad_alloc where tstr itself would only keep the
-// other.
-inline void storeText(tstr& target, std::string_view text) {
-  target.set(text.data(), text.size(), true);
-  if (target.length() != text.size()) throw std::bad_alloc();
-}
-
 // Builds the text of a document: block tags alone on their lines, leaf elements one line each.
 class CFiXmlWriter {
  public:
@@ -90,7 +83,7 @@ void writeDocument(tstr& text, const CFiXmlElement& list, const Map& entries,
   writer.open(list);
   for (const auto& [key, entry] : entries) writeEntry(writer, entry);
   writer.close(list);
-  storeText(text, writer.text());
+  assignTstr(text, writer.text());
 }
 
 }  // namespace orca_pdk_4_4
