@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
@@ -16,6 +15,7 @@
 
 #include "support/points.h"
 #include "support/run_command.h"
+#include "support/shared.h"
 
 namespace orca_tests {
 
@@ -94,10 +94,10 @@ Calls callsThatEndWith(int error) {
 }
 
 // What the traced process and this one both see.
-struct TracedWork::Shared {
-  bool isTraced;
-  int result;
-  char text[4096];
+struct TracedWork::Told {
+  bool isTraced = false;
+  int result = -1;
+  char text[4096] = "";
 };
 
 // What is to happen to the process at which call.
@@ -127,21 +127,21 @@ TracedWork::TracedWork(std::vector<std::string> command, std::string folder)
       }),
       m_folder(std::move(folder)) {}
 
-void TracedWork::beChild(Shared& shared) const {
+void TracedWork::beChild(Told& told) const {
   if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(kMayNotTrace);
   raise(SIGSTOP);
-  shared.isTraced = m_folder.empty();
-  shared.result = m_work();
-  shared.isTraced = false;
-  if (m_after) std::strncpy(shared.text, m_after().c_str(), sizeof shared.text - 1);
+  told.isTraced = m_folder.empty();
+  told.result = m_work();
+  told.isTraced = false;
+  if (m_after) std::strncpy(told.text, m_after().c_str(), sizeof told.text - 1);
   _exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
 // Leads a stopped child to its end.
 class TracedWork::Tracer {
  public:
-  Tracer(pid_t pid, Shared& shared, const std::string& folder, Strike& strike)
-      : m_pid(pid), m_shared(shared), m_folder(folder), m_strike(strike) {}
+  Tracer(pid_t pid, Told& told, const std::string& folder, Strike& strike)
+      : m_pid(pid), m_told(told), m_folder(folder), m_strike(strike) {}
 
   TracedEnd run() {
     waitpid(m_pid, &m_end.status, 0);
@@ -171,8 +171,8 @@ class TracedWork::Tracer {
     __ptrace_syscall_info info{};
     ptrace(PTRACE_GET_SYSCALL_INFO, m_pid, sizeof info, &info);
     if (info.op != PTRACE_SYSCALL_INFO_ENTRY) return;
-    if (!m_folder.empty() && !m_shared.isTraced) m_shared.isTraced = isBelow(m_pid, info, m_folder);
-    if (m_shared.isTraced && m_strike.concerns(info)) countOrStrike();
+    if (!m_folder.empty() && !m_told.isTraced) m_told.isTraced = isBelow(m_pid, info, m_folder);
+    if (m_told.isTraced && m_strike.concerns(info)) countOrStrike();
   }
 
   void countOrStrike() {
@@ -196,7 +196,7 @@ class TracedWork::Tracer {
   }
 
   const pid_t m_pid;
-  Shared& m_shared;
+  Told& m_told;
   const std::string& m_folder;
   Strike& m_strike;
   TracedEnd m_end;
@@ -204,25 +204,21 @@ class TracedWork::Tracer {
 };
 
 TracedEnd TracedWork::trace(Strike& strike) const {
-  void* const memory =
-      mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) throw std::runtime_error("mmap failed");
-  Shared& shared = *new (memory) Shared{false, -1, {}};
+  const Shared<Told> told;
   const bool isProgram = !m_folder.empty();
   const detail::OwnedFile output = detail::temporaryFile();
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   const pid_t pid = fork();
   if (pid == 0) {
     if (isProgram) joinOutput(fileno(output.get()));
-    beChild(shared);
+    beChild(*told);
   }
-  TracedEnd end = Tracer(pid, shared, m_folder, strike).run();
+  TracedEnd end = Tracer(pid, *told, m_folder, strike).run();
   while (waitpid(-1, nullptr, 0) > 0) {  // what the process left behind comes to its end
   }
   const int exit = WIFEXITED(end.status) ? WEXITSTATUS(end.status) : -1;
-  end.result = isProgram ? exit : shared.result;
-  end.text = isProgram ? detail::contentOf(output.get()) : shared.text;
-  munmap(memory, sizeof(Shared));
+  end.result = isProgram ? exit : told->result;
+  end.text = isProgram ? detail::contentOf(output.get()) : told->text;
   return end;
 }
 

@@ -45,10 +45,10 @@ class TracedWork {
   TracedEnd failAt(std::size_t point, int error, const Calls& calls, bool isLasting = false) const;
 
  private:
-  struct Shared;
+  struct Told;
   struct Strike;
   class Tracer;
-  [[noreturn]] void beChild(Shared& shared) const;
+  [[noreturn]] void beChild(Told& told) const;
   TracedEnd trace(Strike& strike) const;
 
   std::function<int()> m_work;
