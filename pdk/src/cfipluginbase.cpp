@@ -593,8 +593,10 @@ int CFiPluginBase::configSet(CFiPrivateData& data, int index, pyx_confspec& spec
     CFiConfigParamDataList* values = data.configDataList(index);
     const int result = values != nullptr ? other.parse(spec.text) : FI_INVALID;
     if (result != FI_OK) {
-      if (values != nullptr) other.params.swap(values->params);
-      if (values != nullptr) values->swap(other);
+      if (values != nullptr) {
+        other.params.swap(values->params);  // the values stay, with the text that was given
+        values->swap(other);
+      }
       traceLine(FI_TRACE_ERROR, "ERROR: SET: Mode[%d]: Invalid XML [%s] \n", index, spec.text);
       spec.text = nullptr;
       return result;
