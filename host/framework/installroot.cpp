@@ -52,7 +52,12 @@ void CatalogWatch::ended(const Call& call) {
   for (const NamedValue& output : call.outputs) {
     const auto* text = std::get_if<std::string>(&output.value);
     if (text == nullptr || !text->starts_with('<')) continue;
-    m_findings.insert("no catalog lib" + call.provider + " in " + installRoot() + "/resources");
+    const std::string folder = installRoot() + "/resources";
+    std::error_code ignored;
+    const bool isThere = fs::is_directory(fs::path(folder) / ("lib" + call.provider), ignored);
+    m_findings.insert(isThere ? "no text for " + *text + " in the catalog lib" + call.provider +
+                                    " in " + folder
+                              : "no catalog lib" + call.provider + " in " + folder);
   }
 }
 

@@ -47,6 +47,14 @@ TEST_F(LifeCycle, ParamsShowsTheDescriptionsAsTableAndAsTheyCame) {
   EXPECT_THAT(refused.err, HasSubstr("does not want this node"));
 }
 
+TEST_F(LifeCycle, MissesTheTextWhereThereIsTheCatalog) {
+  std::filesystem::create_directories(m_dir.file("resources/libtester"));
+  EXPECT_EQ(
+      runJson(withPlugin("params", {"/data/a"}), 0)["warnings"],
+      (Json{"no text for <MSG_keep> in the catalog libtester in " + m_dir.file("resources"),
+            "no text for <MSG_mode> in the catalog libtester in " + m_dir.file("resources")}));
+}
+
 TEST_F(LifeCycle, TakesKeepsRestoresAndDisposesASnapshot) {
   const Json taken = runJson(withPlugin("snapshot", {"/data/a", "--set", "keep=3"}), 0);
   EXPECT_EQ(operations(taken), kWholeOrder);
