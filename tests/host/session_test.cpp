@@ -8,6 +8,7 @@
 namespace {
 
 using namespace orca_tests;
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -57,6 +58,20 @@ TEST_F(Session, ARecordedSnapshotIsPlayedOnAFreshFolder) {
   EXPECT_EQ(red.err, "fihost: " + m_file + ":" + std::to_string(line) + ": getStatus " +
                          m_dir.file("b") +
                          "/db: expected status absent, got ready; it answered success\n");
+}
+
+TEST_F(Session, StatusLetsTheProviderReadWholeSnapshotsWhenItIsTold) {
+  writeFile(m_dir.file("db"), "content");
+  runJson({"snapshot", "--plugin", FILESNAP_PLUGIN, m_dir.file("db"), "--set", "keep=3"}, 0);
+  runJson({"status", "--deep", "--record", m_file}, 0);
+  EXPECT_THAT(readFile(m_file), ContainsRegex("\nconfig set [^\n]* deep=true keep=3 [^\n]*\n"
+                                              "expect 0\nreAccessTmpObj "));
+}
+
+TEST_F(Session, StatusReadsNothingWholeWhereTheProviderCannot) {
+  runJson(withPlugin("snapshot", {"/data/a"}), 0);
+  EXPECT_EQ(runJson({"status", "--deep"}, 1)["failures"][0]["reason"],
+            "the provider has no parameter deep");
 }
 
 TEST_F(Session, EveryOperationOfTheTableIsReached) {
@@ -319,9 +334,8 @@ TEST_F(Session, ARecordThatIsNotWholeIsAFailure) {
 
 TEST_F(Session, TraceShowsArgumentsBeforeACallAndOutputsAfterIt) {
   const std::string err = run(withPlugin("probe", {"--trace", "/data/a b"})).err;
-  EXPECT_THAT(
-      err, testing::ContainsRegex("> claim node=\"/data/a b\"\n"
-                                  "< claim  claimed  [0-9.]+ ms  secondaries=\\[\"second\"\\]\n"));
+  EXPECT_THAT(err, ContainsRegex("> claim node=\"/data/a b\"\n"
+                                 "< claim  claimed  [0-9.]+ ms  secondaries=\\[\"second\"\\]\n"));
   const ScopedEnv env("TEST_CRASH", "claim");
   EXPECT_THAT(run(withPlugin("probe", {"--trace", "/data/a"})).err,
               HasSubstr("> claim node=\"/data/a\"\nfihost: provider tester, operation claim"));
