@@ -116,7 +116,7 @@ constexpr Operation kOperations[] = {
     {Op::TranslateResourceNames, "translateResourceNames", kSuccess, "", true},
     {Op::EnumerateEnclosures, "enumerateEnclosures", kSuccess, "", true},
     {Op::ImportResource, "importResource", kSuccess,
-     "whether anything was done for it is not known", true},
+     "whether anything else was done for it is not known", true},
     {Op::Format, "format", kSuccess, "whether their content has changed is not known", true},
     {Op::EnumerateHostNodes, "enumerateHostNodes", kSuccess, "", true},
     {Op::OnlineResource, "onlineResource", kSuccess, "whether they are on line is not known", true},

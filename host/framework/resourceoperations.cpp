@@ -1,5 +1,6 @@
 #include <cstdlib>
 
+#include "framework/lunrecords.h"
 #include "framework/operationarguments.h"
 #include "framework/operations.h"
 
@@ -63,6 +64,7 @@ bool importResource(Caller& caller, const std::string& resource, const std::stri
   std::string name = resource;
   std::string hostName = host;
   HandedText imported;
+  const LunRecords records;
   return caller.call(
       Op::ImportResource, resource, ofResource(resource, host, flags),
       [&](auto& provider) {
@@ -72,7 +74,9 @@ bool importResource(Caller& caller, const std::string& resource, const std::stri
       [&](Call& call) {
         path = imported.text();
         call.outputs = {{"path", path}};
-        if (!path.empty()) call.known = "handed out: " + path;
+        const std::string changes = call.isGood() ? "" : records.changes();
+        call.known = path.empty() ? changes : "handed out: " + path;
+        if (!path.empty() && !changes.empty()) call.known += "; " + changes;
       });
 }
 

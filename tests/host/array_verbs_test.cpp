@@ -38,13 +38,20 @@ TEST_F(Host, InterposesNodesAndClaimsWhatStandsInFront) {
 }
 
 TEST_F(Host, ImportsAndDeportsResources) {
+  const std::string luns = m_dir.file("lib/orca/cachefiles/luns");
+  std::filesystem::create_directories(luns + "/encl");
+  for (const char* name : {"/encl/old", "/encl/other"}) writeFile(luns + name, "3");
   const std::tuple<Words, int, std::string> cases[] = {
       {{"import", "UDID##a##b##c", "--host", "h1"}, 0, "imported UDID##a##b##c  as /dev/c"},
       {{"deport", "UDID##a##b##c", "--host", "h1"}, 0, "deported UDID##a##b##c"},
       {{"import", "UDID##a##b##c"},
        1,
-       "importResource, node UDID##a##b##c: 6 (operation failed); whether anything was done for it "
-       "is not known"},
+       "importResource, node UDID##a##b##c: 6 (operation failed); no LUN record was written; "
+       "whether anything else was done for it is not known"},
+      {{"import", "UDID##a##b##c", "--host", "h2"},
+       1,
+       "6 (operation failed); LUN record written: " + luns + "/encl/c; LUN record removed: " +
+           luns + "/encl/old; whether anything else was done for it is not known"},
       {{"import", "UDID##a##b##c", "--host", "h1", "--flags", "0x4"}, 1, "not supported"},
       {{"import", "disk"}, 1, "importResource, node disk: raised orca_pdk_4_4::CFiUdidException"},
   };
