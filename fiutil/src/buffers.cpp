@@ -1,11 +1,14 @@
 #include <cstdlib>
 
 #include "accounting.h"
+#include "faults.h"
 
 namespace orca_fiutil {
 
 void* adoptBuffer(void* block, std::size_t size) noexcept {
-  if (block == nullptr || Registry::instance().addBuffer(block, size)) return block;
+  const bool isKept =
+      block != nullptr && !fails(ORCA_FAULT_BUFFER) && Registry::instance().addBuffer(block, size);
+  if (isKept) return block;
   std::free(block);
   return nullptr;
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "accounting.h"
+#include "faults.h"
 
 // Commands run as `/bin/sh -c COMMAND` with standard input from /dev/null. The call lasts until the
 // command has ended and nobody holds its output open any more, a process left in the background
@@ -187,7 +188,7 @@ int run(const char* command, Capture& capture) {
 int orca_exec_cmd_in_child_context(const char* command, char** output, int* length) {
   if (output != nullptr) *output = nullptr;
   if (length != nullptr) *length = 0;
-  if (command == nullptr) return -1;
+  if (command == nullptr || orca_fiutil::fails(ORCA_FAULT_COMMAND)) return -1;
   Capture capture;
   const int status = run(command, capture);
   if (output == nullptr || length == nullptr || capture.isEmpty()) return status;

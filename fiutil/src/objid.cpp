@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "accounting.h"
+#include "faults.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ bool sameName(const char* a, const char* b) {
 }  // namespace
 
 orca_objid* orca_get_objid(const char* name, size_t length, int kind) {
-  if (name == nullptr) return nullptr;
+  if (name == nullptr || orca_fiutil::fails(ORCA_FAULT_OBJID)) return nullptr;
   OwnedObjid id(static_cast<orca_objid*>(std::calloc(1, sizeof(orca_objid))));
   if (id == nullptr) return nullptr;
   id->name = strndup(name, length);
