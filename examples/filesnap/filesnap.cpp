@@ -1,6 +1,7 @@
 // A provider that snapshots regular files: disk images, database files. See README.md.
 
 #include <orca_pdk.h>
+#include <string.h>
 
 #include <filesystem>
 #include <map>
@@ -224,7 +225,10 @@ class FileSnap : public CFiPluginBase {
     if (text == nullptr) return;
     char* const given = std::exchange(text, nullptr);
     CFiConfigParamDataList values;
-    if (values.parse(given) == FI_OK) readParameters(values);
+    if (values.parse(given) != FI_OK) {
+      throw Failure{"FILESNAP_BAD_DOCUMENT", {std::string(given, strnlen(given, 64))}, FI_INVALID};
+    }
+    readParameters(values);
     text = given;
   }
 
