@@ -5,10 +5,12 @@
 #include <cfiproviderentry.h>
 #include <cfiprovidersetup.h>
 #include <cfistringtool.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "clones.h"
 #include "failure.h"
@@ -44,11 +46,25 @@ const CFiParameters& parameters() {
   return kAll;
 }
 
+// Throws Failure for values that cannot be taken.
+void requireAllowed(const CFiConfigParamDataList& values) {
+  const auto fault = parameters().check(values);
+  if (!fault) return;
+  if (fault->isUnknown) throw Failure{"ARRAYSNAP_UNKNOWN_PARAMETER", {fault->key}, FI_INVALID};
+  throw Failure{"ARRAYSNAP_BAD_VALUE", {fault->key, fault->value, fault->allowed}, FI_INVALID};
+}
+
+void requireAllowed(const char* text) {
+  CFiConfigParamDataList values;
+  if (values.parse(text) != FI_OK) {
+    throw Failure{"ARRAYSNAP_BAD_DOCUMENT", {std::string(text, strnlen(text, 64))}, FI_INVALID};
+  }
+  requireAllowed(values);
+}
+
 CloneMode cloneMode(CFiPrivateData& data) {
   const CFiConfigParamDataList& values = *data.configDataList(kSnapshotIndex);
-  if (const auto fault = parameters().check(values)) {
-    throw Failure{"ARRAYSNAP_BAD_VALUE", {fault->key, fault->value, fault->allowed}, FI_INVALID};
-  }
+  requireAllowed(values);
   return parameters().text(values, "clone_mode") == "cow" ? CloneMode::kCow : CloneMode::kFull;
 }
 
@@ -84,6 +100,19 @@ class ArraySnap : public CFiPluginInterposer {
     }
     parameters().describe(firstConfigInfoList(kSnapshotIndex));
     parameters().describe(secondConfigInfoList(kSnapshotIndex));
+  }
+
+  // Refused values change nothing, and do not stay with the request.
+  int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
+    return m_setup.guarded("config", [&] {
+      const bool sets = mode == FI_CONFIG_SET || mode == FI_CONFIG_SETPARAM;
+      if (sets && spec != nullptr && spec->first != 0 && spec->text != nullptr) {
+        char* const given = std::exchange(spec->text, nullptr);
+        requireAllowed(given);
+        spec->text = given;
+      }
+      return CFiPluginInterposer::config(domain, mode, sessionId, spec);
+    });
   }
 
   // Chooses the target of every node.

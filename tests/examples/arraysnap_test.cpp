@@ -399,7 +399,6 @@ TEST_F(ArraySnap, RefusesBeforeTheSnapshotWhatCannotWork) {
       {"D0", "full", 6, "D0: it is the source."},
       {"D9", "full", 6, "status 4. Its last line: fiarray: no device D9 in E1."},
       {"-x", "full", 3, "\"-X\" cannot be the name of an enclosure, a device or a host"},
-      {"D1", "warm", 3, "clone_mode cannot be \"warm\". Allowed: cow, full."},
       {"", "full", 6, "E1##D0 in snapshot_resource_spec \"[E1##D0;]\"."}};
   for (const auto& [target, mode, result, sentence] : cases) {
     configure();
@@ -412,6 +411,14 @@ TEST_F(ArraySnap, RefusesBeforeTheSnapshotWhatCannotWork) {
   const ScopedEnv child("ORCA_CHILD_CONTEXT", "1");
   EXPECT_EQ(import("D0"), "");
   EXPECT_THAT(lastError(), HasSubstr("it passes no login on. Nothing was changed."));
+}
+
+TEST_F(ArraySnap, RefusesValuesThatItDoesNotHave) {
+  m_array.make(1, "4K");
+  EXPECT_EQ(set("D0", {{"clone_mode", "warm"}}), 3);
+  EXPECT_THAT(lastError(), HasSubstr("clone_mode cannot be \"warm\". Allowed: cow, full."));
+  EXPECT_EQ(set("D0", {{"odd", "1"}}), 3);
+  EXPECT_THAT(lastError(), HasSubstr("There is no parameter odd;"));
 }
 
 TEST_F(ArraySnap, GivesTheDeviceToItsOwner) {
