@@ -7,14 +7,15 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <nlohmann/json.hpp>
 #include <system_error>
+#include <thread>
 
 #include "check/requirement.h"
 #include "cli/exitstatus.h"
@@ -29,6 +30,7 @@ using Clock = std::chrono::steady_clock;
 using Json = nlohmann::json;
 
 constexpr std::size_t kPage = 4096;
+constexpr std::chrono::milliseconds kTick{1};
 
 [[noreturn]] void throwErrno(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -78,8 +80,6 @@ Apart::Apart(const std::function<std::string()>& work) {
   }
   setpgid(m_process, m_process);  // whichever of the two comes first
   close(ends[1]);
-  m_processFd = static_cast<int>(syscall(SYS_pidfd_open, m_process, 0));
-  if (m_processFd < 0) throwErrno("pidfd_open");
 }
 
 Apart::~Apart() {
@@ -87,7 +87,7 @@ Apart::~Apart() {
     kill(-m_process, SIGKILL);
     reap();
   }
-  for (const int fd : {m_pipe, m_processFd}) close(fd);
+  close(m_pipe);
   munmap(m_operation, kPage);
 }
 
@@ -99,27 +99,33 @@ void Apart::perform(const std::function<std::string()>& work, int fd) {
   _exit(0);
 }
 
-// Reads what comes; true when the process has ended.
+// Reads what comes; true when the process has ended, which what it left behind may outlive.
 bool Apart::readUntil(Clock::time_point end) {
-  pollfd fds[] = {{m_pipe, POLLIN, 0}, {m_processFd, POLLIN, 0}};
   for (;;) {
-    const std::chrono::nanoseconds left = end - Clock::now();
-    if (left.count() <= 0) return false;
-    const timespec time{left.count() / 1000000000, left.count() % 1000000000};
-    if (ppoll(fds, 2, &time, nullptr) < 0) {
-      if (errno != EINTR) throwErrno("ppoll");
-      continue;
-    }
-    if ((fds[0].revents & POLLIN) != 0) {
+    // Asked before the pipe is looked at: what was written before the end must be read.
+    const bool isOver = hasEnded();
+    const std::chrono::nanoseconds left = std::min<Clock::duration>(end - Clock::now(), kTick);
+    if (!isOver && left.count() <= 0) return false;
+    const timespec time{0, isOver ? 0 : left.count()};
+    pollfd pipe{m_isOpen ? m_pipe : -1, POLLIN, 0};
+    if (ppoll(&pipe, 1, &time, nullptr) < 0 && errno != EINTR) throwErrno("ppoll");
+    if ((pipe.revents & POLLIN) != 0) {
       char piece[4096];
       const ssize_t got = read(m_pipe, piece, sizeof piece);
       if (got > 0) m_answer.append(piece, static_cast<std::size_t>(got));
-    } else if (fds[1].revents != 0) {
+    } else if (isOver) {
       return true;
-    } else if (fds[0].revents != 0) {
-      fds[0].fd = -1;  // closed before the end
+    } else if (pipe.revents != 0) {
+      m_isOpen = false;
     }
   }
+}
+
+bool Apart::hasEnded() const {
+  siginfo_t ended{};
+  const int options = WEXITED | WNOHANG | WNOWAIT;
+  return waitid(P_PID, static_cast<id_t>(m_process), &ended, options) == 0 &&
+         ended.si_pid == m_process;
 }
 
 // What the process started and left behind ends with it.
@@ -156,11 +162,18 @@ Outcome Apart::wait(Milliseconds limit) {
   return {answer["kind"].get<Outcome::Kind>(), answer["text"]};
 }
 
-bool Apart::killAfter(std::chrono::microseconds time) {
-  const bool isDone = readUntil(Clock::now() + time);
+bool Apart::killDuring(const std::string& operation, std::chrono::microseconds time,
+                       Milliseconds limit) {
+  const Clock::time_point end = Clock::now() + limit;
+  const std::string text = ", operation " + operation;
+  while (strstr(m_operation, text.c_str()) == nullptr && !hasEnded() && Clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::microseconds(20));
+  }
+  std::this_thread::sleep_for(time);
+  const bool isAtIt = !hasEnded();
   kill(-m_process, SIGKILL);
   reap();
-  return !isDone;
+  return isAtIt;
 }
 
 std::string workApart(const std::function<std::string()>& work, Apart::Milliseconds limit) {

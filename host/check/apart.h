@@ -33,20 +33,21 @@ class Apart {
   // Waits for the outcome. Where there is none, it says how the process ended and what of the
   // provider was being called; a process that is not done in time is ended.
   Outcome wait(Milliseconds limit);
-  // Ends the process and all that it started, after the given time, whatever they do. True when
-  // the work was still at it.
-  bool killAfter(std::chrono::microseconds time);
+  // Ends the process and all that it started that time after the provider's operation has begun.
+  // True when it was still at it; false when it came to its end before.
+  bool killDuring(const std::string& operation, std::chrono::microseconds time, Milliseconds limit);
 
  private:
   [[noreturn]] void perform(const std::function<std::string()>& work, int fd);
   bool readUntil(std::chrono::steady_clock::time_point end);
+  bool hasEnded() const;
   void reap();
   std::string howItEnded() const;
 
   char* m_operation;  // what is being called, in memory that both processes see
   pid_t m_process = -1;
-  int m_processFd = -1;
   int m_pipe = -1;
+  bool m_isOpen = true;
   std::string m_answer;
   std::optional<int> m_status;
 };

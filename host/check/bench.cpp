@@ -130,13 +130,13 @@ Life::~Life() {
   }
 }
 
-void Life::must(bool good) {
+void Life::must(bool good, const std::string& what) {
   if (good) return;
   const Call& last = m_caller.last();
   if (last.code == kNotSupported) {
     throw Skipped{std::string("the provider does not support ") + last.operation->name};
   }
-  throw Broken{m_failure};
+  throw Broken{what + m_failure};
 }
 
 void Life::orSkip(bool good, const std::string& why) {
@@ -188,7 +188,7 @@ std::vector<Taken> Life::snapshots() {
   begin();
   configure();
   std::vector<std::string> names;
-  require(take(names), m_failure);
+  must(take(names));
   require(m_taken.size() == nodes().size(), "make handed out " + std::to_string(names.size()) +
                                                 " ids for " + std::to_string(nodes().size()) +
                                                 " nodes");
@@ -225,7 +225,16 @@ void Life::begins(const Call& call) {
   if (call.operation->isStep) m_failure.clear();
 }
 
+double Life::milliseconds(Op op) const {
+  const auto found = m_milliseconds.find(op);
+  return found == m_milliseconds.end() ? 0 : found->second;
+}
+
 void Life::ended(const Call& call) {
+  m_milliseconds[call.operation->id] = call.milliseconds;
+  if (!call.exception.empty()) {
+    m_raised = std::string("operation ") + call.operation->name + " raised " + call.exception;
+  }
   if (call.operation->id != Op::GetLastError) return;
   m_message.clear();
   for (const NamedValue& output : call.outputs) {

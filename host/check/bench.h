@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <random>
 #include <string>
@@ -56,6 +57,8 @@ class Bench {
   // A digest of the content of a node or a snapshot, by the user's command or that of the file of
   // that name; throws Skipped where neither is there, Broken when it cannot be read.
   std::string content(const std::string& name) const;
+  // The name of a node that is not there.
+  std::string absentNode() const { return node() + ".fihost-check-absent"; }
   // The languages of the provider's catalog; throws Broken where it has none.
   std::vector<std::string> languages(const std::string& provider) const;
 
@@ -86,7 +89,8 @@ class Life : public CallObserver {
   const MemoryWatch& memory() const { return m_memory; }
 
   // Throws for a last call that was not good: Skipped where it is not supported, else Broken.
-  void must(bool good);
+  // `what` stands before the reason.
+  void must(bool good, const std::string& what = std::string());
   // The same, but skips with a reason of its own, whatever kept it from being good.
   void orSkip(bool good, const std::string& why);
   // Why the last call was not good, in one line.
@@ -94,6 +98,11 @@ class Life : public CallObserver {
   // The message of the last failure as it travels, and in the native language.
   const std::string& message() const { return m_failureMessage; }
   const std::string& sentence() const { return m_failureSentence; }
+
+  // How long the last call of an operation took; 0 where there was none.
+  double milliseconds(Op op) const;
+  // Whether any call raised an exception, and which.
+  const std::string& raised() const { return m_raised; }
 
   // Initialises the provider.
   void init() { must(m_lifecycle.init()); }
@@ -129,12 +138,14 @@ class Life : public CallObserver {
   Caller m_caller;
   OperationWatch m_watch;
   MemoryWatch m_memory;
-  Lifecycle m_lifecycle;
   std::vector<Taken> m_taken;
   std::string m_message;  // of the last getLastError
   std::string m_failure;
   std::string m_failureMessage;
   std::string m_failureSentence;
+  std::string m_raised;
+  std::map<Op, double> m_milliseconds;
+  Lifecycle m_lifecycle;  // ends before what sees its calls
 };
 
 }  // namespace fihost::check

@@ -23,19 +23,6 @@ void collect(const fs::path& folder, std::set<std::string>& paths) {
   }
 }
 
-std::string markOf(const std::string& node) {
-  struct stat status {};
-  if (lstat(node.c_str(), &status) != 0) return "";
-  std::string mark;
-  for (const auto part : {static_cast<long>(status.st_size), static_cast<long>(status.st_ino),
-                          static_cast<long>(status.st_mtim.tv_sec), status.st_mtim.tv_nsec,
-                          static_cast<long>(status.st_mode), static_cast<long>(status.st_uid),
-                          static_cast<long>(status.st_gid)}) {
-    mark += std::to_string(part) + " ";
-  }
-  return mark;
-}
-
 }  // namespace
 
 std::set<std::string> surroundingsOf(const std::vector<std::string>& nodes) {
@@ -59,6 +46,19 @@ std::vector<std::string> newIn(const std::set<std::string>& after,
     if (!isParentNew) found.push_back(path);
   }
   return found;
+}
+
+std::string markOf(const std::string& node) {
+  struct stat status {};
+  if (lstat(node.c_str(), &status) != 0) return "";
+  std::string mark;
+  for (const auto part : {static_cast<long>(status.st_size), static_cast<long>(status.st_ino),
+                          static_cast<long>(status.st_mtim.tv_sec), status.st_mtim.tv_nsec,
+                          static_cast<long>(status.st_mode), static_cast<long>(status.st_uid),
+                          static_cast<long>(status.st_gid)}) {
+    mark += std::to_string(part) + " ";
+  }
+  return mark;
 }
 
 Originals::Originals(const Bench& bench) : m_bench(bench) {

@@ -19,6 +19,9 @@ std::set<std::string> surroundingsOf(const std::vector<std::string>& nodes);
 std::vector<std::string> newIn(const std::set<std::string>& after,
                                const std::set<std::string>& before);
 
+// Size, times, mode and owner of a node that is a file, as a text to compare; empty for others.
+std::string markOf(const std::string& node);
+
 // Watches over the nodes of the user, which the check must leave as they are.
 class Originals {
  public:

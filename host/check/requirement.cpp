@@ -4,7 +4,8 @@ namespace fihost::check {
 
 std::vector<Requirement> allRequirements() {
   std::vector<Requirement> all;
-  for (const Requirements group : {loadRequirements(), tableRequirements(), nodeRequirements()}) {
+  for (const Requirements group :
+       {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

@@ -36,6 +36,7 @@ using Requirements = std::span<const Requirement>;
 Requirements loadRequirements();
 Requirements tableRequirements();
 Requirements nodeRequirements();
+Requirements configRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();

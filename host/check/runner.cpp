@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <string_view>
 
 #include "cli/exitstatus.h"
@@ -41,6 +42,13 @@ void redirect(const fs::path& file, int fd) {
   if (opened < 0) return;
   dup2(opened, fd);
   close(opened);
+}
+
+std::string lastLineOf(const fs::path& file) {
+  std::ifstream in(file);
+  std::string last;
+  for (std::string line; std::getline(in, line);) last = line;
+  return last;
 }
 
 // Makes a process one for a single requirement.
@@ -107,6 +115,10 @@ Result Runner::tryOne(const Requirement& requirement) {
   result.outcome = Apart(work).wait(std::chrono::seconds(m_options.timeout));
   result.milliseconds =
       std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+  const std::string words = lastLineOf(folder / "stderr");
+  if (result.outcome.kind == Outcome::Failed && !words.empty()) {
+    result.outcome.text += "; on standard error: " + words;
+  }
   result.left = disposeOfTaken(folder);
   for (const std::string& path : newIn(surroundingsOf(m_options.nodes), before)) {
     result.left.push_back(path);

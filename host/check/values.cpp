@@ -7,8 +7,9 @@ namespace fihost::check {
 Descriptions descriptionsOf(Life& life) {
   std::string document;
   Descriptions descriptions;
-  life.must(ops::configGetParam(life.caller(), life.node(), life.session(), document));
-  require(readDescriptions(life.caller(), document, descriptions), life.failure());
+  life.orSkip(ops::configGetParam(life.caller(), life.node(), life.session(), document) &&
+                  readDescriptions(life.caller(), document, descriptions),
+              "the parameters cannot be read");
   if (descriptions.empty()) throw Skipped{"the provider describes no parameters"};
   return descriptions;
 }
@@ -21,6 +22,13 @@ std::string valuesOf(Life& life, Node& node) {
   std::string values;
   life.must(ops::configGet(life.caller(), node, life.session(), values));
   return values;
+}
+
+std::string valueOf(const std::string& document, const std::string& key) {
+  orca_pdk::CFiConfigParamDataList values;
+  require(document.empty() || values.parse(document.c_str()) == 0,
+          "GET gave no ConfigValueList: " + document);
+  return values.getParamData(key.c_str()).value;
 }
 
 Setting anotherValue(const Descriptions& descriptions) {

@@ -284,15 +284,15 @@ bool interpose(Caller& caller, Node& node, Interposed& answer) {
   return good;
 }
 
-std::string catalogText(Caller& caller, const std::string& messageId) {
+std::string catalogText(Caller& caller, const std::string& messageId, const std::string& locale) {
   const auto& catalogs = caller.plugin().provider().catalogManager();
   if (messageId.empty() || !catalogs) return messageId;
   std::string sentence = messageId;
   caller.call(
-      Op::CatalogMessage, "", {{"message", messageId}, {"locale", "native"}},
+      Op::CatalogMessage, "", {{"message", messageId}, {"locale", locale}},
       [&](auto&) {
         char* text = nullptr;
-        catalogs->getLocalizedMessage(messageId.c_str(), "native", &text);
+        catalogs->getLocalizedMessage(messageId.c_str(), locale.c_str(), &text);
         if (text == nullptr) return;
         sentence = text;
         catalogs->deleteLocalizedMessage(&text);

@@ -29,8 +29,9 @@ bool objctl(Caller& caller, const std::string& request, const std::vector<std::s
             std::string& answer);
 // The native text of a provider error code.
 bool errMsg(Caller& caller, int code, std::string& text);
-// The provider's text for a message id in the native language; the id where there is none.
-std::string catalogText(Caller& caller, const std::string& messageId);
+// The provider's text for a message id in a language; the id where there is none.
+std::string catalogText(Caller& caller, const std::string& messageId,
+                        const std::string& locale = "native");
 
 // ---- A node ----
 

@@ -24,7 +24,28 @@ bool isInt(const std::string& value, long& number) {
   return error == std::errc() && end == value.data() + value.size();
 }
 
-bool fits(const orca_pdk::CFiConfigParamInfo& info, const std::string& value) {
+std::string misfit(const std::string& key, const orca_pdk::CFiConfigParamInfo& info,
+                   const orca_pdk::CFiConfigParamData& data) {
+  if (info.usageType == orca_pdk::FI_USAGE_NO_MODIFY) return "parameter " + key + " cannot be set";
+  if (!data.valueList.empty() && info.dataType < orca_pdk::FI_DATATYPE_STRING_LIST) {
+    return "parameter " + key + " takes one value";
+  }
+  std::vector<std::string> values(data.valueList.begin(), data.valueList.end());
+  if (values.empty()) values.push_back(data.value);
+  for (const std::string& value : values) {
+    if (isFitting(info, value)) continue;
+    const std::string allowed = allowedValues(info);
+    std::string refusal = "parameter " + key;
+    refusal.append(" cannot be \"").append(value).append("\"; it is of type ");
+    refusal.append(dataTypeName(info.dataType));
+    return allowed.empty() ? refusal : refusal.append(", allowed: ").append(allowed);
+  }
+  return "";
+}
+
+}  // namespace
+
+bool isFitting(const orca_pdk::CFiConfigParamInfo& info, const std::string& value) {
   long number = 0;
   switch (info.dataType) {
     case orca_pdk::FI_DATATYPE_INT:
@@ -40,27 +61,6 @@ bool fits(const orca_pdk::CFiConfigParamInfo& info, const std::string& value) {
                  info.selectionList.end();
   }
 }
-
-std::string misfit(const std::string& key, const orca_pdk::CFiConfigParamInfo& info,
-                   const orca_pdk::CFiConfigParamData& data) {
-  if (info.usageType == orca_pdk::FI_USAGE_NO_MODIFY) return "parameter " + key + " cannot be set";
-  if (!data.valueList.empty() && info.dataType < orca_pdk::FI_DATATYPE_STRING_LIST) {
-    return "parameter " + key + " takes one value";
-  }
-  std::vector<std::string> values(data.valueList.begin(), data.valueList.end());
-  if (values.empty()) values.push_back(data.value);
-  for (const std::string& value : values) {
-    if (fits(info, value)) continue;
-    const std::string allowed = allowedValues(info);
-    std::string refusal = "parameter " + key;
-    refusal.append(" cannot be \"").append(value).append("\"; it is of type ");
-    refusal.append(dataTypeName(info.dataType));
-    return allowed.empty() ? refusal : refusal.append(", allowed: ").append(allowed);
-  }
-  return "";
-}
-
-}  // namespace
 
 const char* dataTypeName(int32_t type) {
   static constexpr const char* kNames[] = {"string",      "int",      "boolean",

@@ -2,9 +2,14 @@
 #include <locale.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <fiutil.h>
+
+#include <condition_variable>
 #include <cstdio>
+#include <mutex>
 #include <thread>
 
 #include "breaking.h"
@@ -18,4 +23,29 @@ void breakSurroundings() {
   if (breaks("load.descriptors") && open("/dev/null", O_RDONLY | O_CLOEXEC) < 0) std::abort();
   if (breaks("load.threads")) std::thread(pause).detach();
   if (breaks("load.output")) std::puts("hello");
+}
+
+Growth::~Growth() {
+  for (const int fd : m_descriptors) close(fd);
+  for (const pid_t child : m_children) waitpid(child, nullptr, 0);
+}
+
+void Growth::grow() {
+  if (breaks("memory.nodes") && ++m_calls % 10 == 0) orca_alloc_buf(24);
+  if (breaks("memory.resident")) m_memory.emplace_back(4096, 'x');
+  if (breaks("memory.descriptors") && m_descriptors.size() < 200)
+    m_descriptors.push_back(dup(STDERR_FILENO));
+  if (breaks("memory.threads") && m_threads.size() < 40) {
+    m_threads.emplace_back([](const std::stop_token& stop) {
+      std::mutex mutex;
+      std::unique_lock lock(mutex);
+      std::condition_variable_any().wait(lock, stop, [] { return false; });
+    });
+  }
+  if (!breaks("memory.zombies") || m_children.size() > 2) return;
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  siginfo_t ended{};
+  waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
+  m_children.push_back(child);
 }
