@@ -4,8 +4,8 @@ namespace fihost::check {
 
 std::vector<Requirement> allRequirements() {
   std::vector<Requirement> all;
-  for (const Requirements group :
-       {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements()}) {
+  for (const Requirements group : {loadRequirements(), tableRequirements(), nodeRequirements(),
+                                   configRequirements(), snapshotRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

@@ -37,6 +37,7 @@ Requirements loadRequirements();
 Requirements tableRequirements();
 Requirements nodeRequirements();
 Requirements configRequirements();
+Requirements snapshotRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();

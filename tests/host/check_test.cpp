@@ -52,6 +52,20 @@ constexpr Case kCases[] = {
     {"config.values_stay", "keep = \"0\" was refused, and the values are no longer"},
     {"config.any_text", "label was set to [  a \"b\" 'c' <&> ]]>"},
     {"config.clear", "check is still \"true\" after CLEAR"},
+    {"snapshot.ids", "make handed out 3 ids for 2 nodes"},
+    {"snapshot.names", "two ids have the name /"},
+    {"snapshot.ready", "the status right after make is \"damaged\""},
+    {"snapshot.elsewhere", "the status in a new process is \"damaged\""},
+    {"snapshot.differ", "the second snapshot is called /"},
+    {"snapshot.source", "size, times, mode or owner of /"},
+    {"snapshot.content", "is not that of /"},
+    {"snapshot.all_or_none", "make failed and left /"},
+    {"snapshot.dispose", "the status after dispose is \"ready\""},
+    {"snapshot.dispose_again", "operation dispose, node /"},
+    {"snapshot.foreign", "dispose removed /"},
+    {"snapshot.restore", "restore succeeded, and the content is not that of the snapshot"},
+    {"snapshot.damaged", "restore succeeded"},
+    {"snapshot.absent", "restore succeeded"},
 };
 
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
