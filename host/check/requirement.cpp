@@ -4,8 +4,9 @@ namespace fihost::check {
 
 std::vector<Requirement> allRequirements() {
   std::vector<Requirement> all;
-  for (const Requirements group : {loadRequirements(), tableRequirements(), nodeRequirements(),
-                                   configRequirements(), snapshotRequirements()}) {
+  for (const Requirements group :
+       {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements(),
+        snapshotRequirements(), errorsRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

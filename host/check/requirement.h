@@ -38,6 +38,7 @@ Requirements tableRequirements();
 Requirements nodeRequirements();
 Requirements configRequirements();
 Requirements snapshotRequirements();
+Requirements errorsRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();

@@ -66,6 +66,11 @@ constexpr Case kCases[] = {
     {"snapshot.restore", "restore succeeded, and the content is not that of the snapshot"},
     {"snapshot.damaged", "restore succeeded"},
     {"snapshot.absent", "restore succeeded"},
+    {"errors.message", "was refused without a message"},
+    {"errors.object", "the message does not name /"},
+    {"errors.languages", "an argument is missing in the language de"},
+    {"errors.of_this_call", "-second is that of /"},
+    {"errors.go_away", "after delLastError there is still a message"},
 };
 
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
