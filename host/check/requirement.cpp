@@ -6,7 +6,7 @@ std::vector<Requirement> allRequirements() {
   std::vector<Requirement> all;
   for (const Requirements group :
        {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements(),
-        snapshotRequirements(), errorsRequirements()}) {
+        snapshotRequirements(), errorsRequirements(), resourcesRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

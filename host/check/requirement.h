@@ -39,6 +39,7 @@ Requirements nodeRequirements();
 Requirements configRequirements();
 Requirements snapshotRequirements();
 Requirements errorsRequirements();
+Requirements resourcesRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();

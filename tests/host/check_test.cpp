@@ -71,6 +71,9 @@ constexpr Case kCases[] = {
     {"errors.languages", "an argument is missing in the language de"},
     {"errors.of_this_call", "-second is that of /"},
     {"errors.go_away", "after delLastError there is still a message"},
+    {"resources.import_again", "operation importResource, node /"},
+    {"resources.deport_again", "operation deportResource, node /"},
+    {"resources.numbers", "a-kept is still there after deportResource"},
 };
 
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
