@@ -6,7 +6,8 @@ std::vector<Requirement> allRequirements() {
   std::vector<Requirement> all;
   for (const Requirements group :
        {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements(),
-        snapshotRequirements(), errorsRequirements(), resourcesRequirements()}) {
+        snapshotRequirements(), errorsRequirements(), resourcesRequirements(),
+        memoryRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

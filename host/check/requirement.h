@@ -40,6 +40,7 @@ Requirements configRequirements();
 Requirements snapshotRequirements();
 Requirements errorsRequirements();
 Requirements resourcesRequirements();
+Requirements memoryRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();

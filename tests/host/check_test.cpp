@@ -74,6 +74,12 @@ constexpr Case kCases[] = {
     {"resources.import_again", "operation importResource, node /"},
     {"resources.deport_again", "operation deportResource, node /"},
     {"resources.numbers", "a-kept is still there after deportResource"},
+    {"memory.nodes", "a buffer of 24 bytes was not given back, in initNode"},
+    {"memory.snapshots", "the object id \"lost\" was not given back, in make"},
+    {"memory.resident", "resident memory grew by"},
+    {"memory.descriptors", "descriptors became"},
+    {"memory.threads", "threads became"},
+    {"memory.zombies", "was never reaped"},
 };
 
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
