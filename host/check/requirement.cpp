@@ -6,8 +6,8 @@ std::vector<Requirement> allRequirements() {
   std::vector<Requirement> all;
   for (const Requirements group :
        {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements(),
-        snapshotRequirements(), errorsRequirements(), resourcesRequirements(),
-        memoryRequirements()}) {
+        snapshotRequirements(), errorsRequirements(), resourcesRequirements(), memoryRequirements(),
+        faultsRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

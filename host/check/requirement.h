@@ -41,6 +41,7 @@ Requirements snapshotRequirements();
 Requirements errorsRequirements();
 Requirements resourcesRequirements();
 Requirements memoryRequirements();
+Requirements faultsRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();

@@ -80,6 +80,9 @@ constexpr Case kCases[] = {
     {"memory.descriptors", "descriptors became"},
     {"memory.threads", "threads became"},
     {"memory.zombies", "was never reaped"},
+    {"faults.buffers", "operation make raised std::bad_alloc"},
+    {"faults.ids", "make succeeded, and handed out no named id"},
+    {"faults.commands", "command in child context number 1 of 1 failed: operation make raised int"},
 };
 
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
