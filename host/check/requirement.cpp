@@ -7,7 +7,7 @@ std::vector<Requirement> allRequirements() {
   for (const Requirements group :
        {loadRequirements(), tableRequirements(), nodeRequirements(), configRequirements(),
         snapshotRequirements(), errorsRequirements(), resourcesRequirements(), memoryRequirements(),
-        faultsRequirements()}) {
+        faultsRequirements(), killsRequirements()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

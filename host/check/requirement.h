@@ -42,6 +42,7 @@ Requirements errorsRequirements();
 Requirements resourcesRequirements();
 Requirements memoryRequirements();
 Requirements faultsRequirements();
+Requirements killsRequirements();
 
 // All requirements, in the order in which they are tried.
 std::vector<Requirement> allRequirements();
