@@ -1,0 +1,60 @@
+#!/bin/sh
+# check_sample.sh FIHOST BUILD filesnap|arraysnap [OPTION...]
+#
+# Runs `fihost check` on a sample provider, in a temporary folder with two nodes, an install root and,
+# for arraysnap, a disk array. All must be kept, and none skipped but those that cannot apply.
+set -eu
+fihost=$1 examples=$2/examples sample=$3
+shift 3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export ORCA_INSTALL_ROOT="$work/root"
+mkdir -p "$work/root/resources" "$work/root/lib/orca/configfiles" "$work/data"
+ln -s "$examples/$sample/resources/lib$sample" "$work/root/resources/"
+
+if [ "$sample" = filesnap ]; then
+  for name in a.img b.img; do
+    head -c 100000 /dev/urandom >"$work/data/$name"
+  done
+  content='if [ -d "$1" ]; then cat "$1/data"; else cat "$1"; fi'
+  inapplicable='node.marker node.front node.groups resources.import_again resources.deport_again
+    resources.numbers faults.commands kills.import kills.deport'
+  set -- "$work/data/a.img" "$work/data/b.img" --content "$content" --destructive "$@"
+else
+  tool=$examples/arraysnap/fiarray/fiarray
+  export FIARRAY_STATE="$work/array"
+  printf 'admin\nsecret\n' >"$work/login"
+  array() { "$tool" "$@" <"$work/login" >>"$work/log"; }
+  array init --files-only
+  array add-enclosure E1
+  for device in D0 D1 D2 D3; do
+    array add-device E1 $device 1M
+  done
+  cat >"$work/root/lib/orca/configfiles/arraysnap_array.conf" <<EOF
+[ARRAYSNAP]
+"TOOL"="$tool"
+"STATE"="$FIARRAY_STATE"
+"TIMEOUT"=dword:00000005
+[CREDENTIALS]
+[CREDENTIALS\\main]
+"HOSTNAME"="array1"
+"USERNAME"="admin"
+"PASSWORD"="secret"
+EOF
+  chmod 600 "$work/login" "$work/root/lib/orca/configfiles/arraysnap_array.conf"
+  path_of="\"$tool\" list E1 \"\${1##*##}\" <\"$work/login\" | sed -n 's/^.*path=\\([^ ]*\\).*\$/\\1/p'"
+  for device in D0 D2; do
+    head -c 1M /dev/urandom | dd of="$(sh -c "set -- $device; $path_of")" conv=notrunc status=none
+  done
+  node='<arraysnap>UDID##FIARRAY##DISK##E1##'
+  inapplicable='config.take_bounds config.past_bounds config.wrong_type snapshot.differ snapshot.source
+    snapshot.restore snapshot.damaged snapshot.absent faults.commands kills.restore'
+  set -- "${node}D0" "${node}D2" --content "cat \"\$($path_of)\"" \
+    --set 'snapshot_resource_spec=[E1##D0;D1][E1##D2;D3]' "$@"
+fi
+"$fihost" --state "$work/state" check --plugin "$examples/$sample/$sample.so" "$@" >"$work/out" 2>&1 || failed=1
+cat "$work/out"
+for id in $(sed -n 's/^skipped  \([^ ]*\).*/\1/p' "$work/out"); do
+  case " $(echo $inapplicable) " in *" $id "*) ;; *) echo "$id applies, and was skipped"; failed=1 ;; esac
+done
+exit "${failed:-0}"
