@@ -7,7 +7,7 @@ namespace orca_tests {
 
 namespace {
 
-constexpr std::size_t kPart = 10;
+constexpr std::size_t kPart = 6;
 
 std::size_t setting(const char* name, std::size_t otherwise) {
   const char* const text = std::getenv(name);

@@ -1,102 +1,23 @@
-#include <signal.h>
-#include <sys/ptrace.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 
-#include "examples/provider_test.h"
-#include "support/private_usr.h"
-#include "support/run_command.h"
+#include "examples/arraysnap_fixture.h"
 
 namespace orca_tests {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
-using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr char kPassword[] = "s3cret word";
-constexpr char kTraceFolder[] = "/usr/tarn/keystone/logs/frzcmd";
-const std::string kPrefix = "UDID##FIARRAY##DISK##E1##";
-
-// A small array in a folder, and its tool with the right login.
-struct FiArray {
-  explicit FiArray(const fs::path& place) : folder(place) {
-    writeFile(loginFile, std::string("admin\n") + kPassword + "\n");
-  }
-
-  CommandResult run(const std::string& words) const {
-    std::vector<std::string> command{"/bin/sh", "-c", "exec \"$0\" --state \"$@\" < " + loginFile,
-                                     FIARRAY_PROGRAM, folder};
-    std::istringstream in(words);
-    for (std::string word; in >> word;) command.push_back(word);
-    return runCommand(command);
-  }
-  // Runs a command that must succeed and returns what it printed.
-  std::string ok(const std::string& words) const {
-    const CommandResult result = run(words);
-    EXPECT_EQ(result.status, 0) << words << ": " << result.err;
-    return result.out;
-  }
-  // An enclosure E1 with devices D0, D1 ... of a size.
-  void make(int devices, const std::string& size, const std::string& options = "--files-only") {
-    ok("init " + options);
-    ok("add-enclosure E1");
-    for (int i = 0; i < devices; ++i) ok("add-device E1 D" + std::to_string(i) + " " + size);
-  }
-  std::string image(const std::string& device) const {
-    return folder / "images/E1" / (device + ".img");
-  }
-  void write(const std::string& device, const std::string& data) const {
-    std::fstream(image(device), std::ios::in | std::ios::out | std::ios::binary) << data;
-  }
-
-  const fs::path folder;
-  const std::string loginFile = folder.string() + ".login";
-};
-
 class FiArrayTest : public testing::Test {
  protected:
-  // Runs a command on the array of a template and kills it at its nth stop, each system call giving
-  // one on its way in and one on its way out. Returns the number of stops it came to.
-  int killAt(int stop, const std::string& words) const {
-    fs::remove_all(m_array.folder);
-    fs::copy(m_template, m_array.folder, fs::copy_options::recursive);
-    const pid_t pid = fork();
-    if (pid == 0) {
-      const std::string text = "exec " FIARRAY_PROGRAM " --state " + m_array.folder.string() + " " +
-                               words + " < " + m_array.loginFile + " > /dev/null";
-      if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
-      execl("/bin/sh", "sh", "-c", text.c_str(), nullptr);
-      _exit(1);
-    }
-    int status = 0;
-    int i = 0;
-    for (waitpid(pid, &status, 0); i < stop && WIFSTOPPED(status); ++i) {
-      ptrace(PTRACE_SYSCALL, pid, nullptr, nullptr);
-      waitpid(pid, &status, 0);
-    }
-    if (!WIFSTOPPED(status)) return i;
-    kill(pid, SIGKILL);
-    waitpid(pid, &status, 0);
-    return i;
-  }
-  // Repeats a command, lets a copy go on to its end, and shows what the array then is.
-  std::string finish(const std::string& words) const {
-    EXPECT_THAT(m_array.run(words).status, AnyOf(0, 5));
-    for (int i = 0; i < 20 && m_array.ok("copy-status E1 D1").starts_with("state=copying"); ++i) {
-    }
-    return m_array.ok("list") + readFile(m_array.image("D1"));
-  }
-
   TempDir m_dir;
-  const fs::path m_template = m_dir.path() / "template";
   FiArray m_array{m_dir.path() / "array"};
 };
 
@@ -145,79 +66,7 @@ TEST_F(FiArrayTest, LosesNothingWhenCommandsRunAtTheSameTime) {
   for (int i = 0; i < 6; ++i) m_array.ok("list E1 D" + std::to_string(i));
 }
 
-class FiArrayKill : public FiArrayTest, public testing::WithParamInterface<const char*> {};
-
-TEST_P(FiArrayKill, LeavesAnArrayOnWhichTheCommandCanBeRepeated) {
-  const std::string words = GetParam(), oldData(4096, 'o'), newData(4096, 'n');
-  m_array.make(4, "4K");
-  m_array.write("D0", newData);
-  m_array.write("D1", oldData);
-  m_array.ok("map E1 D2 hosta 7");
-  m_array.ok("clone E1 D0 D3");
-  fs::rename(m_array.folder, m_template);
-  const int stops = killAt(1 << 20, words);
-  if (stops == 0) GTEST_SKIP() << "processes may not be traced here";
-  const std::string expected = finish(words);
-  for (int stop = stops - 1; stop > stops / 3 && !HasFailure(); stop -= 7) {
-    SCOPED_TRACE("killed at stop " + std::to_string(stop));
-    killAt(stop, words);
-    m_array.ok("list");
-    EXPECT_THAT(readFile(m_array.image("D1")), AnyOf(oldData, newData));
-    EXPECT_EQ(finish(words), expected);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Commands, FiArrayKill,
-                         testing::Values("clone E1 D0 D1", "clone E1 D0 D1 --background",
-                                         "map E1 D0 hosta 1", "unmap E1 D2 hosta", "forget E1 D3",
-                                         "add-device E1 D9 8K", "add-enclosure E9"));
-
-// Nodes are named after their devices.
-class ArraySnap : public ProviderTest {
- protected:
-  ArraySnap() : ProviderTest(ARRAYSNAP_PLUGIN, ARRAYSNAP_CATALOG, "<arraysnap>" + kPrefix) {
-    if (isUsrPrivate()) fs::create_directories(kTraceFolder);
-    writeFile(m_config / "arraysnap.conf", "[DEBUG_TRACE_INFO]\n\"TRACELEVEL\"=dword:00000006\n");
-    configure();
-  }
-
-  // Writes the configuration file and loads the provider anew.
-  void configure(const std::string& more = "", const std::string& password = kPassword) {
-    writeFile(
-        m_config / "arraysnap_array.conf",
-        "[CREDENTIALS]\n[CREDENTIALS\\main]\n\"HOSTNAME\"=\"array1\"\n\"USERNAME\"=\"admin\"\n"
-        "\"PASSWORD\"=\"" +
-            password + "\"\n[ARRAYSNAP]\n\"TOOL\"=\"" FIARRAY_PROGRAM "\"\n\"STATE\"=\"" +
-            m_array.folder.string() + "\"\n\"TIMEOUT\"=dword:0000003c\n" + more);
-    load();
-  }
-
-  int setTarget(const std::string& device, const std::string& target, const char* mode = "full") {
-    return set(device, {{"snapshot_resource_spec", "[E1##" + device + ";" + target + "]"},
-                        {"clone_mode", mode}});
-  }
-  // Imports a device; returns its path, empty after a failure.
-  std::string import(const std::string& device, std::string host = "hosta") {
-    std::string resource = kPrefix + device;
-    char* path = nullptr;
-    m_result = m_provider->importResource(nullptr, resource.data(), host.data(), nullptr, 1, &path,
-                                          m_session);
-    const std::string text = path == nullptr ? "" : path;
-    free(path);
-    return text;
-  }
-  int deport(const std::string& device, std::string host = "hosta") {
-    std::string resource = kPrefix + device;
-    return m_provider->deportResource(resource.data(), host.data(), nullptr, m_session, 0x10);
-  }
-  // What the LUN cache remembers of a device.
-  std::string lun(const std::string& device) {
-    return readFile(m_root / "lib/orca/cachefiles/luns/E1" / (kPrefix + device));
-  }
-
-  const fs::path m_config = m_root / "lib/orca/configfiles";
-  FiArray m_array{m_dir.path() / "array"};
-};
+using ArraySnap = ArraySnapTest;
 
 TEST_F(ArraySnap, GivesNodesTheFimsWhosePatternsTheyMatch) {
   EXPECT_STREQ(node("D0").domain.fim_list->name->text, "arraysnap");

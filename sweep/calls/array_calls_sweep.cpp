@@ -1,0 +1,71 @@
+#include <cstring>
+
+#include "support/array_work.h"
+
+namespace orca_tests {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr int kErrors[] = {ENOSPC, EIO, EINTR, EMFILE, EACCES};
+
+TEST_F(FiArrayWork, SaysWhyACommandFailedAndCanRepeatIt) {
+  for (const std::string& words : kArrayCommands) {
+    const std::string expected = this->expected(words);
+    for (const int error : kErrors) {
+      TracedSweep{"fiarray " + words, command(words), [this] { begin(); },
+                  [&](const TracedEnd& end) {
+                    ASSERT_TRUE(WIFEXITED(end.status)) << end.text;
+                    if (end.result != 0) {
+                      EXPECT_THAT(end.text, HasSubstr("fiarray: "));
+                      EXPECT_THAT(end.text, HasSubstr(std::strerror(error)));
+                    }
+                    m_array.ok("list");
+                    EXPECT_THAT(readFile(m_array.image("D1")), testing::AnyOf(m_old, m_new));
+                    EXPECT_EQ(finish(words), expected);
+                  },
+                  2}
+          .failEverywhere(error);
+    }
+  }
+}
+
+class ArraySnapCalls : public ArrayImportWork, public testing::WithParamInterface<int> {};
+
+TEST_P(ArraySnapCalls, ImportsOrSaysWhyNot) {
+  TracedSweep{"arraysnap import", importing(), [this] { beginUnmapped(); },
+              [this](const TracedEnd& end) {
+                ASSERT_EQ(end.status, 0) << end.text;
+                if (end.result == 0) {
+                  EXPECT_EQ(number(), lun("D0"));
+                  EXPECT_NE(number(), "");
+                } else {
+                  EXPECT_THAT(end.text, testing::StartsWith("arraysnap: "));
+                }
+                expectAgreement();
+              },
+              2}
+      .failEverywhere(GetParam());
+}
+
+TEST_P(ArraySnapCalls, DeportsOrSaysWhyNot) {
+  TracedSweep{"arraysnap deport", deporting(), [this] { beginMapped(); },
+              [this](const TracedEnd& end) {
+                ASSERT_EQ(end.status, 0) << end.text;
+                if (end.result == 0) {
+                  EXPECT_EQ(number(), "");
+                  EXPECT_EQ(lun("D0"), "");
+                } else {
+                  EXPECT_THAT(end.text, testing::StartsWith("arraysnap: "));
+                }
+                expectAgreement();
+              },
+              2}
+      .failEverywhere(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Errors, ArraySnapCalls, testing::ValuesIn(kErrors),
+                         [](const auto& error) { return strerrorname_np(error.param); });
+
+}  // namespace
+}  // namespace orca_tests
