@@ -1,4 +1,10 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "support/host_work.h"
+#include "support/points.h"
 
 namespace orca_tests {
 namespace {
@@ -22,6 +28,35 @@ TEST_F(HostWork, ListsASnapshotThatIsThereWhereverADisposeIsKilled) {
               },
               50}
       .killEverywhere();
+}
+
+TEST_F(HostWork, KnowsTheSnapshotsOfBeforeWhenKilledAtSomeMoment) {
+  begin();
+  std::srand(sweepSeed());
+  for (const std::size_t moment : sweepPoints("kills at a moment", 200)) {
+    const int delay = 2000 + std::rand() % 60000;
+    SCOPED_TRACE("kill " + std::to_string(moment) + " after " + std::to_string(delay) + " us");
+    const std::vector<std::string> command = words(m_taking);
+    const pid_t pid = fork();
+    if (pid == 0) {
+      std::vector<char*> argv;
+      for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
+      argv.push_back(nullptr);
+      const int nowhere = open("/dev/null", O_WRONLY);
+      dup2(nowhere, STDOUT_FILENO);
+      dup2(nowhere, STDERR_FILENO);
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+    usleep(static_cast<useconds_t>(delay));
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    EXPECT_EQ(readFile(m_file), m_content);
+    EXPECT_THAT(listed(), testing::Contains(m_first));
+    EXPECT_EQ(run({"status"}).status, 0);
+    if (HasFailure()) return;
+  }
+  EXPECT_EQ(take().status, 0);
 }
 
 }  // namespace
