@@ -39,6 +39,12 @@ class State : public Host {
     return list.dump();
   }
 
+  // Until the end of the process, or umount.
+  void mountSmallDisk() {
+    fs::create_directory(m_folder);
+    ASSERT_EQ(mount("tmpfs", m_folder.c_str(), "tmpfs", 0, "size=128k,mode=700"), 0);
+  }
+
   Words names() {
     Words names;
     const Json answer = runJson({"list"}, 0);
@@ -114,8 +120,7 @@ TEST_F(State, KeepsWhatItCannotReadAsItIs) {
 
 TEST_F(State, CallsNoProviderWhenItCannotBeWritten) {
   if (!isUsrPrivate()) GTEST_SKIP() << "needs a mount namespace";
-  fs::create_directory(m_folder);
-  ASSERT_EQ(mount("tmpfs", m_folder.c_str(), "tmpfs", 0, "size=128k,mode=700"), 0);
+  mountSmallDisk();
   run(withPlugin("snapshot", {"/data/a"}));
   std::ofstream filler(m_folder + "/filler");
   while (filler.put('x').flush()) {
@@ -135,6 +140,23 @@ TEST_F(State, CallsNoProviderWhenItCannotBeWritten) {
   ASSERT_EQ(mount("", m_folder.c_str(), "", MS_REMOUNT | MS_RDONLY, ""), 0);
   refused(withPlugin("snapshot", {"/data/b"}),
           "(unable to open .*Read-only file system|attempt to write a readonly database)");
+  umount(m_folder.c_str());
+}
+
+TEST_F(State, KnowsOfTheSnapshotsOfAMakeThatLeftNoRoomForThem) {
+  if (!isUsrPrivate()) GTEST_SKIP() << "needs a mount namespace";
+  mountSmallDisk();
+  const std::string filler = m_folder + "/filler";
+  const ScopedEnv env("TEST_FILL", filler.c_str());
+  const Json answer = runJson(withPlugin("snapshot", {"/data/a"}), 2);
+  const std::string session = answer["session"];
+  EXPECT_THAT(answer["error"].get<std::string>(),
+              HasSubstr("; taken, but not in the list: snap:/data/a (\"adopt\" adds them to it, "
+                        "session " +
+                        session + ")"));
+  fs::remove(filler);
+  EXPECT_EQ(run({"adopt", "--session", session, "snap:/data/a"}).status, 0);
+  EXPECT_EQ(names(), Words{"snap:/data/a"});
   umount(m_folder.c_str());
 }
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -47,7 +48,8 @@ CFiConfigParamInfo parameter(const char* key, int32_t type, const char* defaultV
 // careless with memory. TEST_EARLY lets make hand its ids out before it fails, TEST_STALE leaves a
 // message behind in init, TEST_STATUS (OPERATION=STATUS) is what getStatus or restore tell of each
 // snapshot. TEST_MANY lets make claim to have handed out more ids than there are. TEST_READY_AT is
-// the number of the isReady call that says so first.
+// the number of the isReady call that says so first. TEST_FILL names a file with which make fills
+// its disk, TEST_INTERRUPT an operation in which the host gets the signals of TEST_SIGNALS.
 class TestProvider : public CFiPluginBase {
  public:
   TestProvider() : m_setup(*this, identity()) {
@@ -97,6 +99,10 @@ class TestProvider : public CFiPluginBase {
       names.push_back("snap:" + std::string(nodes[i]->domain->name));
     }
     if (std::getenv("TEST_EARLY") != nullptr) handOut(ids, idCount, names);
+    if (const char* filler = std::getenv("TEST_FILL")) {
+      for (std::ofstream disk(filler); disk.put('x').flush();) {
+      }
+    }
     const int result = step("make");
     if (result == 0 && *ids == nullptr) handOut(ids, idCount, names);
     if (std::getenv("TEST_MANY") != nullptr) *idCount = 1 << 30;
