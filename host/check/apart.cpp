@@ -18,6 +18,7 @@
 #include <thread>
 
 #include "check/requirement.h"
+#include "cli/endingsignals.h"
 #include "cli/exitstatus.h"
 #include "framework/currentoperation.h"
 #include "framework/exceptions.h"
@@ -92,6 +93,8 @@ Apart::~Apart() {
 }
 
 void Apart::perform(const std::function<std::string()>& work, int fd) {
+  // The host's own answer to them is not the plug-in's.
+  for (const int number : kEndingSignals) signal(number, SIG_DFL);
   std::set_terminate(std::abort);
   CurrentOperation::showIn(m_operation, kPage);
   const Json outcome = outcomeOf(work);

@@ -52,7 +52,7 @@ constexpr Case kCases[] = {
     {"config.values_stay", "keep = \"0\" was refused, and the values are no longer"},
     {"config.any_text", "label was set to [  a \"b\" 'c' <&> ]]>"},
     {"config.clear", "check is still \"true\" after CLEAR"},
-    {"snapshot.ids", "make handed out 3 ids for 2 nodes"},
+    {"snapshot.ids", "make handed out 1 ids for 2 nodes"},
     {"snapshot.names", "two ids have the name /"},
     {"snapshot.ready", "the status right after make is \"damaged\""},
     {"snapshot.elsewhere", "the status in a new process is \"damaged\""},

@@ -149,8 +149,8 @@ TEST_F(LifeCycle, HoldsASignalUntilWritersGoOnWithTheirSnapshotsListed) {
 TEST_F(LifeCycle, EndsWithItsDocumentByASignalThatIsNotHeld) {
   const std::tuple<const char*, const char*, int, Words> cases[] = {
       {"initNode", "15", SIGTERM, {"init", "claim"}},
-      {"prepare", "2 10", SIGUSR1, Words(kWholeOrder.begin(), kWholeOrder.begin() + 7)},
-      {"prepare", "15 15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 7)},
+      {"prepare", "2 10", SIGUSR1, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
+      {"prepare", "15 15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
   };
   for (const auto& [operation, numbers, last, called] : cases) {
     SCOPED_TRACE(std::string(numbers) + " in " + operation);

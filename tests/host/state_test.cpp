@@ -95,7 +95,7 @@ TEST_F(State, LosesNothingWhenEightHostsStartAtOnce) {
   const std::string host =
       FIHOST_PROGRAM " --state '" + m_folder + "' snapshot --plugin '" + plugin("provider") + "' ";
   const CommandResult result = runCommand(
-      {"sh", "-c", "for i in 1 2 3 4 5 6 7 8; do " + host + "/data/$i >&- & done; wait"});
+      {"sh", "-c", "for i in 1 2 3 4 5 6 7 8; do " + host + "/data/$i >/dev/null & done; wait"});
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(names().size(), 9U);
 }

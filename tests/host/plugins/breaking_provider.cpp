@@ -222,7 +222,10 @@ class Breaking : public CFiPluginBase {
           try {
             for (int i = 0; i < count; ++i) made.push_back(copyOf(nodes[i]->domain));
             if (count > 1 && breaks("snapshot.names")) made[1] = made[0];
-            if (breaks("snapshot.ids")) made.push_back("one too many");
+            if (count > 1 && breaks("snapshot.ids")) {
+              fs::remove(made.back());
+              made.pop_back();
+            }
             if (ids != nullptr) handOut(made, *ids, *idCount);
           } catch (...) {
             for (const std::string& name : made) {
