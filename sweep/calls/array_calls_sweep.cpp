@@ -22,7 +22,12 @@ TEST_F(FiArrayWork, SaysWhyACommandFailedAndCanRepeatIt) {
                     }
                     m_array.ok("list");
                     EXPECT_THAT(readFile(m_array.image("D1")), testing::AnyOf(m_old, m_new));
-                    EXPECT_EQ(finish(words), expected);
+                    std::string after = finish(words);
+                    if (after.find("state=failed") != std::string::npos) {
+                      m_array.ok("forget E1 D1");  // a copy that failed on its way stays failed
+                      after = finish(words);
+                    }
+                    EXPECT_EQ(after, expected);
                   },
                   2}
           .failEverywhere(error);
