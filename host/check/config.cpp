@@ -128,7 +128,7 @@ void eachIsRight(Bench& bench, std::string (*look)(const CFiConfigParamInfo&)) {
   life.begin();
   for (const auto& [key, info] : descriptionsOf(life)) {
     const std::string wrong = look(info);
-    require(wrong.empty(), "parameter " + key + wrong);
+    require(wrong.empty(), std::string("parameter ").append(key).append(wrong));
   }
 }
 
@@ -162,8 +162,9 @@ void haveLabels(Bench& bench) {
       const std::string text = ops::catalogText(life.caller(), info.messageId, language);
       const bool isThere = !info.messageId.empty() && !text.empty() && text != info.messageId &&
                            text.find("<" + info.messageId + ">") == std::string::npos;
-      require(isThere, "parameter " + key + " has no text for \"" + info.messageId +
-                           "\" in the language " + language);
+      std::string sentence = "parameter " + key;
+      sentence.append(" has no text for \"").append(info.messageId);
+      require(isThere, sentence.append("\" in the language ").append(language));
     }
   }
 }
@@ -234,7 +235,9 @@ void bringsBack(Bench& bench) {
       continue;
     }
     const std::string now = valueOf(valuesOf(life, life.node()), key);
-    require(now == value, key + " was set to [" + value + "] and is [" + now + "]");
+    std::string sentence = key + " was set to [";
+    sentence.append(value).append("] and is [").append(now).append("]");
+    require(now == value, sentence);
     return;
   }
   throw Skipped{"no parameter takes any text"};

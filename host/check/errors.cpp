@@ -21,7 +21,7 @@ Refusal refused(Life& life, const std::string& name) {
                        ops::make(life.caller(), nodes, life.session(), snapshots);
   if (isTaken) throw Skipped{"the provider takes a snapshot of " + name + ", which is not there"};
   if (life.caller().last().code == 4) throw Skipped{"the provider takes no snapshots"};
-  const Refusal refusal{life.message(), life.sentence()};
+  Refusal refusal{life.message(), life.sentence()};
   ops::deInitNode(life.caller(), nodes[0]);
   return refusal;
 }
@@ -78,10 +78,11 @@ void speaksAllLanguages(Bench& bench) {
   for (const std::string& language : bench.languages(life.plugin().name())) {
     const std::string text = localised(life, refusal.message, language);
     const bool isId = text.find('<') < text.find(' ');
-    require(!isId, "there is no text in the language " + language + ": " + text);
+    const std::string where = std::string(" in the language ").append(language).append(": ");
+    require(!isId, ("there is no text" + where).append(text));
     const bool isWhole = names(text, name) || !names(refusal.message, name);
     require(isWhole && text.find("{0}") == std::string::npos,
-            "an argument is missing in the language " + language + ": " + text);
+            ("an argument is missing" + where).append(text));
   }
 }
 

@@ -45,8 +45,10 @@ void staysThrough(Bench& bench, Facts (*look)()) {
   const Facts after = look();
   for (const auto& [key, value] : after) {
     const auto old = before.find(key);
-    require(old != before.end(), key + " is new: " + value);
-    require(old->second == value, key + " was " + old->second + " and is " + value);
+    require(old != before.end(), std::string(key).append(" is new: ").append(value));
+    std::string sentence = key + " was ";
+    sentence.append(old->second).append(" and is ").append(value);
+    require(old->second == value, sentence);
   }
   for (const auto& [key, value] : before) require(after.count(key) != 0, key + " is gone");
 }

@@ -172,7 +172,7 @@ class Breaking : public CFiPluginBase {
     const std::string name = nameOf(domain);
     if (name.empty() || front == nullptr || groups == nullptr || count == nullptr) return FI_OK;
     *front = idOf((breaks("node.marker") ? "" : kMarker) + name);
-    *groups = static_cast<orca_objid**>(orca_alloc_buf(sizeof **groups));
+    *groups = static_cast<orca_objid**>(orca_alloc_buf(sizeof(orca_objid*)));
     if (*groups == nullptr) return FI_NO_MEMORY;
     (*groups)[0] = idOf(kGroup);
     *count = 1;
@@ -207,8 +207,8 @@ class Breaking : public CFiPluginBase {
     }
     if (breaks("config.any_text") && mode == 1 && spec != nullptr && spec->text != nullptr) {
       std::replace(spec->text, spec->text + std::strlen(spec->text), '"', '\'');
-      if (char* quote = std::strstr(spec->text, "&apos;")) std::memcpy(quote, "xxxxxx", 6);
-      if (char* quote = std::strstr(spec->text, "&quot;")) std::memcpy(quote, "xxxxxx", 6);
+      if (char* quote = std::strstr(spec->text, "&apos;")) std::fill_n(quote, 6, 'x');
+      if (char* quote = std::strstr(spec->text, "&quot;")) std::fill_n(quote, 6, 'x');
     }
     return result;
   }
@@ -222,10 +222,7 @@ class Breaking : public CFiPluginBase {
           try {
             for (int i = 0; i < count; ++i) made.push_back(copyOf(nodes[i]->domain));
             if (count > 1 && breaks("snapshot.names")) made[1] = made[0];
-            if (count > 1 && breaks("snapshot.ids")) {
-              fs::remove(made.back());
-              made.pop_back();
-            }
+            if (count > 1 && breaks("snapshot.ids")) made.pop_back();
             if (ids != nullptr) handOut(made, *ids, *idCount);
           } catch (...) {
             for (const std::string& name : made) {
@@ -272,7 +269,7 @@ class Breaking : public CFiPluginBase {
     if (breaks("resources.import_again") && !m_imported.insert(resource).second) return FI_FAILED;
     if (isHalf(number) && (breaks("kills.import") || breaks("kills.deport"))) return FI_FAILED;
     fs::create_directories(number.parent_path());
-    if (breaks("kills.import")) writeSlowly(number, "");
+    if (breaks("kills.import")) writeSlowly(number, "halfhalf");
     std::ofstream(number) << "1";
     return FI_OK;
   }
@@ -282,7 +279,7 @@ class Breaking : public CFiPluginBase {
     const fs::path number = numberOf(resource);
     if (breaks("resources.deport_again") && !fs::exists(number)) return FI_FAILED;
     if (breaks("resources.numbers")) std::ofstream(number.string() + "-kept") << "1";
-    if (breaks("kills.deport")) writeSlowly(number, "");
+    if (breaks("kills.deport")) writeSlowly(number, "halfhalf");
     fs::remove(number);
     return FI_OK;
   }
@@ -350,6 +347,7 @@ class Breaking : public CFiPluginBase {
                        std::to_string(breaks("snapshot.differ") ? 0 : s_count++);
     if (breaks("snapshot.content")) content += "!";
     name += "." + std::to_string(content.size());
+    fs::remove(temporary);
     if (breaks("kills.make")) {
       writeSlowly(name, content);
     } else {
@@ -394,7 +392,7 @@ class Breaking : public CFiPluginBase {
            fs::path(resource).filename();
   }
   static bool isHalf(const fs::path& number) {
-    return fs::exists(number) && fs::file_size(number) == 0;
+    return fs::exists(number) && fs::file_size(number) == 4;
   }
 
   static void runCommand() {
@@ -407,7 +405,7 @@ class Breaking : public CFiPluginBase {
   }
 
   static void handOut(const std::vector<std::string>& names, orca_objid**& ids, int& count) {
-    const std::size_t size = names.size() * sizeof *ids;
+    const std::size_t size = names.size() * sizeof(orca_objid*);
     auto** list = static_cast<orca_objid**>(orca_alloc_buf(size));
     if (list == nullptr) throw std::bad_alloc();
     bool isWhole = true;
