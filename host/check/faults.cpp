@@ -29,8 +29,8 @@ class InOperations : public CallObserver {
 // Whatever the operations answer is right, but they must not raise, and not claim what is not so.
 // Returns how many calls of that kind there were.
 std::uint64_t live(const Bench& bench, int kind, std::uint64_t number) {
+  InOperations faults(kind, number);  // observes until the end of the life
   Life life(bench, {bench.node()});
-  InOperations faults(kind, number);
   life.caller().observe(faults);
   std::vector<std::string> names;
   bool isTaken = false;

@@ -18,11 +18,7 @@ constexpr int kNodeLives = 1000;
 constexpr int kSnapshots = 100;
 constexpr int kFewSnapshots = 3;
 constexpr long kMostGrowth = 512L * 1024;
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kIsMemoryKept = true;  // what is freed stays resident for a while
-#else
-constexpr bool kIsMemoryKept = false;
-#endif
+constexpr bool kIsMemoryKept = FIHOST_SANITIZED;  // what is freed stays resident for a while
 
 void liveNodes(const Bench& bench, Life& life, int times) {
   for (int i = 0; i < times; ++i) {

@@ -25,7 +25,7 @@ constexpr Case kCases[] = {
     {"load.descriptors", "is new: /dev/null"},
     {"load.threads", "the number of threads was 1 and is 2"},
     {"load.output", "the size of standard output was 0 and is 6"},
-    {"table.returns", "operation isReady: crashed by signal 11"},
+    {"table.returns", "operation isReady: crashed by signal 6"},
     {"table.exceptions", "isReady raised std::runtime_error: not ready"},
     {"table.results", "isReady answered 77, which has no meaning"},
     {"node.claim", "answered first claimed, then not claimed"},
@@ -90,6 +90,9 @@ constexpr Case kCases[] = {
     {"kills.deport", "the next import: "},
 };
 
+// What cannot be tried here.
+const Words kSkipped = ORCA_SANITIZED ? Words{"memory.resident"} : Words{};
+
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
   std::string name = info.param.requirement;
   std::replace(name.begin(), name.end(), '.', '_');
@@ -123,6 +126,7 @@ class Check : public Host, public testing::WithParamInterface<Case> {
 
 TEST_P(Check, FailsForTheRequirementThatIsNotKept) {
   const std::string id = GetParam().requirement;
+  if (Words{id} == kSkipped) GTEST_SKIP() << "a sanitizer keeps memory";
   const ScopedEnv broken("CHECK_BREAK", id.c_str());
   const Json answer = check(1, {"--only", id.substr(0, id.find('.'))});
   EXPECT_EQ(of(answer, "failed"), Words{GetParam().requirement});
@@ -145,7 +149,7 @@ TEST_F(Check, HasACaseForEachRequirement) {
 TEST_F(Check, PassesAProviderThatKeepsThem) {
   const Json answer = check(0);
   EXPECT_EQ(of(answer, "failed"), Words{});
-  EXPECT_EQ(of(answer, "skipped"), Words{});
+  EXPECT_EQ(of(answer, "skipped"), kSkipped);
   EXPECT_EQ(answer["findings"], Json::array());
 }
 
