@@ -53,7 +53,7 @@ std::string trustedPlugin(const std::string& nameOrPath) {
   std::error_code ignored;
   const fs::path found = findPlugin(nameOrPath);
   const fs::path absolute = fs::absolute(found, ignored);
-  const std::string path = (absolute.empty() ? found : absolute).string();
+  std::string path = (absolute.empty() ? found : absolute).string();
   if (trustedPlace(path, "plug-in", kNotLoaded).empty()) {
     throw Problem{kNotLoaded, "cannot load plug-in " + path + ": " + strerror(ENOENT)};
   }

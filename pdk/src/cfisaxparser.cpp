@@ -36,8 +36,8 @@ constexpr size_t growthLimit(size_t length) { return 16 * (length + (size_t{1} <
 constexpr XMLSize_t kEntityLength = 4096;
 constexpr XMLSize_t expansionLimit(size_t length) { return growthLimit(length) / kEntityLength; }
 constexpr size_t kNestedEntities = 64;
-// A parameter entity that is no longer than this many times the shortest reference, "%p;".
-constexpr XMLSize_t kParameterLength = 16 * 3;
+// 16 times the shortest reference to a parameter entity, "%p;".
+constexpr XMLSize_t kParameterLength = 48;
 
 // The system id of an entity that must not be used, which the reader's message quotes.
 constexpr XMLCh kClosed[] = u"of a kind that could make the document grow";
