@@ -38,6 +38,7 @@ install(FILES
         cmake/orca_provider_test.sh
         DESTINATION "${orca_package_dir}")
 
+file(RELATIVE_PATH ORCA_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/orca_pdk.pc.in "${CMAKE_CURRENT_BINARY_DIR}/orca_pdk.pc" @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/orca_pdk.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

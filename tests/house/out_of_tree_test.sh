@@ -12,7 +12,7 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 fihost=$prefix/bin/fihost
 export LD_LIBRARY_PATH=
 export PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name orca_pdk.pc)")
-plugins=$(pkg-config --define-variable=prefix="$prefix" --variable=plugindir orca_pdk)
+plugins=$(pkg-config --variable=plugindir orca_pdk)
 
 build_against_install() { # SOURCE NAME
   cp -r "$1" "$work/$2"
