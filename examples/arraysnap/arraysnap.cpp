@@ -148,7 +148,10 @@ class ArraySnap : public CFiPluginInterposer {
         for (const Plan& plan : plans) ids.add(plan.target.udid);
         ids.handOver(*snapshots, *snapshotCount);
       } catch (...) {
-        while (made > 0) forgetQuietly(tool, plans[--made].target);
+        while (made > 0) {
+          --made;
+          m_setup.guarded("forget", [&] { forgetClone(tool, plans[made].target); });
+        }
         throw;
       }
     });
@@ -252,14 +255,6 @@ class ArraySnap : public CFiPluginInterposer {
           {deviceOf(nameOf(node.domain)), deviceOf(data->getConfiguredTarget()), cloneMode(*data)});
     });
     return plans;
-  }
-
-  void forgetQuietly(const ArrayTool& tool, const Device& target) {
-    try {
-      forgetClone(tool, target);
-    } catch (const Failure& failure) {
-      m_setup.push(failure);
-    }
   }
 
   // The owner from the configuration, if there is one and this process may change it.

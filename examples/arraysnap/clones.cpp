@@ -56,7 +56,7 @@ void forgetOwn(const ArrayTool& tool, const Device& source, const Device& target
     const Reply reply = ask(tool, "copy-status", target);
     if (reply.at("state") == "none" || !sameName(reply.at("source"), source.name)) return;
     forgetClone(tool, target);
-  } catch (const Failure&) {
+  } catch (...) {
     return;
   }
 }
@@ -92,6 +92,9 @@ void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const
   } catch (const Failure& failure) {
     // After a refusal the target may hold somebody else's clone.
     if (isBegun || failure.array == Array::kNotKnown) forgetOwn(tool, source, target);
+    throw;
+  } catch (...) {
+    forgetOwn(tool, source, target);  // without memory nothing says how far it came
     throw;
   }
 }

@@ -133,7 +133,7 @@ bool undo(const ArrayTool& tool, const Device& device, const std::vector<std::st
   for (const std::string& host : hosts) {
     try {
       unmap(tool, device, host);
-    } catch (const Failure&) {
+    } catch (...) {
       isDone = false;
     }
   }
@@ -157,6 +157,9 @@ std::string mapAs(const ArrayTool& tool, const Device& device,
     return path;
   } catch (Failure& failure) {
     if (!undo(tool, device, mapped)) failure.array = Array::kNotKnown;
+    throw;
+  } catch (...) {
+    undo(tool, device, mapped);
     throw;
   }
 }
