@@ -19,6 +19,7 @@ enum orca_fault_kind {
   ORCA_FAULT_BUFFER = 0, /* orca_alloc_buf, and the output of a command: null */
   ORCA_FAULT_OBJID,      /* orca_get_objid: null */
   ORCA_FAULT_COMMAND,    /* orca_exec_cmd_in_child_context: not started, -1 */
+  ORCA_FAULT_DELAY,      /* the same: started a second later */
   ORCA_FAULT_KINDS       /* how many kinds there are */
 };
 

@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 #include "accounting.h"
 #include "faults.h"
@@ -189,6 +191,7 @@ int orca_exec_cmd_in_child_context(const char* command, char** output, int* leng
   if (output != nullptr) *output = nullptr;
   if (length != nullptr) *length = 0;
   if (command == nullptr || orca_fiutil::fails(ORCA_FAULT_COMMAND)) return -1;
+  if (orca_fiutil::fails(ORCA_FAULT_DELAY)) std::this_thread::sleep_for(std::chrono::seconds(1));
   Capture capture;
   const int status = run(command, capture);
   if (output == nullptr || length == nullptr || capture.isEmpty()) return status;

@@ -95,6 +95,11 @@ void survivesWithoutCommands(Bench& bench) {
   survives(bench, ORCA_FAULT_COMMAND, "command in child context");
 }
 
+void survivesDelays(Bench& bench) {
+  setenv("ORCA_CHILD_CONTEXT", "1", 1);
+  survives(bench, ORCA_FAULT_DELAY, "command in child context, delayed,");
+}
+
 constexpr Requirement kRequirements[] = {
     {"faults.buffers", "Each buffer that cannot be had leads to a result, and to no exception.",
      "Memory is short when it hurts most; a crash takes the framework along.",
@@ -103,6 +108,8 @@ constexpr Requirement kRequirements[] = {
      "A snapshot that nobody can name stays for ever.", survivesWithoutIds},
     {"faults.commands", "So does each command that is refused in child context.",
      "There the framework runs the commands, and may be unable to.", survivesWithoutCommands},
+    {"faults.delays", "So does each command that is started a second late.",
+     "The framework may have others to run first.", survivesDelays},
 };
 
 }  // namespace

@@ -18,7 +18,7 @@ if [ "$sample" = filesnap ]; then
   done
   content='if [ -d "$1" ]; then cat "$1/data"; else cat "$1"; fi'
   inapplicable='node.marker node.front node.groups resources.import_again resources.deport_again
-    resources.numbers faults.commands kills.import kills.deport'
+    resources.numbers faults.commands faults.delays kills.import kills.deport'
   set -- "$work/data/a.img" "$work/data/b.img" --content "$content" --destructive "$@"
 else
   tool=$examples/arraysnap/fiarray/fiarray
@@ -48,7 +48,8 @@ EOF
   done
   node='<arraysnap>UDID##FIARRAY##DISK##E1##'
   inapplicable='config.take_bounds config.past_bounds config.wrong_type snapshot.differ snapshot.source
-    snapshot.restore snapshot.damaged snapshot.absent faults.commands kills.restore'
+    snapshot.restore snapshot.damaged snapshot.absent faults.commands faults.delays
+    kills.restore'
   set -- "${node}D0" "${node}D2" --content "cat \"\$($path_of)\"" \
     --set 'snapshot_resource_spec=[E1##D0;D1][E1##D2;D3]' "$@"
 fi

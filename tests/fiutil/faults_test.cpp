@@ -2,12 +2,29 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <vector>
+
+namespace {
+
+int g_sleeps = 0;
+
+}  // namespace
+
+extern "C" [[gnu::visibility("default")]] int nanosleep(const timespec*, timespec*) {
+  ++g_sleeps;
+  return 0;
+}
 
 namespace {
 
 // One call of each kind; true when it did not fail.
 bool gets(int kind) {
+  if (kind == ORCA_FAULT_DELAY) {
+    const int before = g_sleeps;
+    EXPECT_EQ(orca_exec_cmd_in_child_context("exit 0", nullptr, nullptr), 0);
+    return g_sleeps == before;
+  }
   if (kind == ORCA_FAULT_COMMAND) {
     return orca_exec_cmd_in_child_context("exit 0", nullptr, nullptr) == 0;
   }

@@ -83,6 +83,7 @@ constexpr Case kCases[] = {
     {"faults.buffers", "operation make raised std::bad_alloc"},
     {"faults.ids", "make succeeded, and handed out no named id"},
     {"faults.commands", "command in child context number 1 of 1 failed: operation make raised int"},
+    {"faults.delays", "child context, delayed, number 1 of 1 failed: operation make raised int"},
     {"kills.make", "what no operation removes: /"},
     {"kills.dispose", "is ready, and its content is another"},
     {"kills.restore", "the node has neither the old nor the new content"},

@@ -399,9 +399,12 @@ class Breaking : public CFiPluginBase {
     if (!orca_is_child_context()) return;
     char* output = nullptr;
     int length = 0;
+    const auto begin = std::chrono::steady_clock::now();
     const int status = orca_exec_cmd_in_child_context("true", &output, &length);
     orca_free_buf(output, static_cast<std::size_t>(length));
     if (status != 0 && breaks("faults.commands")) throw 1;
+    const bool isLate = std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(900);
+    if (isLate && breaks("faults.delays")) throw 1;
   }
 
   static void handOut(const std::vector<std::string>& names, orca_objid**& ids, int& count) {
