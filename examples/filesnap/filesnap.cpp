@@ -104,8 +104,8 @@ class FileSnap : public CFiPluginBase {
   // Values are checked before they are taken, so that refused ones change nothing.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
     return m_setup.guarded("config", [&] {
-      const bool sets = (mode == 2 || mode == 5) && spec != nullptr && spec->first != 0;
-      if (sets) checkValues(spec->text);
+      const bool sets = mode == FI_CONFIG_SET || mode == FI_CONFIG_SETPARAM;
+      if (sets && spec != nullptr && spec->first != 0) checkValues(spec->text);
       return CFiPluginBase::config(domain, mode, sessionId, spec);
     });
   }
@@ -173,7 +173,8 @@ class FileSnap : public CFiPluginBase {
           restoreSnapshot(pathOf(snapshots[i]), pathOf(sources[i]));
           return FI_OK;
         });
-        if (statuses != nullptr) statuses[i] = restored == FI_OK ? 0 : 1;
+        if (statuses != nullptr)
+          statuses[i] = restored == FI_OK ? FI_RESTORE_DONE : FI_RESTORE_FAILED;
         if (restored != FI_OK) result = restored;
       }
       return result;

@@ -1,6 +1,8 @@
 #ifndef FILESNAP_SNAPSHOTSTORE_H
 #define FILESNAP_SNAPSHOTSTORE_H
 
+#include <cfitypes.h>
+
 #include <filesystem>
 #include <optional>
 
@@ -21,7 +23,11 @@ inline constexpr char kTemporary[] = ".filesnap-tmp.";
 inline constexpr char kRestoring[] = ".filesnap-restore.";
 
 // State of a snapshot, as getStatus answers it.
-enum class SnapshotState { kAbsent = 0, kDamaged = 1, kReady = 8 };
+enum class SnapshotState : long {
+  kAbsent = orca_pdk::FI_SNAPSHOT_ABSENT,
+  kDamaged = orca_pdk::FI_SNAPSHOT_DAMAGED,
+  kReady = orca_pdk::FI_SNAPSHOT_READY
+};
 
 // A snapshot, opened.
 struct Snapshot {

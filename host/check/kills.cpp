@@ -14,9 +14,6 @@ namespace {
 
 using Microseconds = std::chrono::microseconds;
 
-constexpr long kAbsent = 0;
-constexpr long kReady = 8;
-
 // What is known of a node and its snapshots from a session that nobody disturbed.
 struct Calm {
   std::string node;
@@ -98,10 +95,11 @@ void killed(Bench& bench, Op op, double milliseconds, const std::function<void()
 void disposeOf(const Bench& bench, Life& life, const Calm& calm, const std::string& name) {
   const Taken taken{calm.node, name};
   const long status = life.status(taken);
-  if (status == kReady && !calm.content.empty()) {
+  if (status == orca_pdk::FI_SNAPSHOT_READY && !calm.content.empty()) {
     require(bench.content(name) == calm.content, name + " is ready, and its content is another");
   }
-  if (status == kReady || name == calm.snapshot) life.must(life.dispose(taken));
+  if (status == orca_pdk::FI_SNAPSHOT_READY || name == calm.snapshot)
+    life.must(life.dispose(taken));
 }
 
 // The provider must be able to go on, and what is left must go away by its verbs.
@@ -119,9 +117,10 @@ void recovers(const Bench& bench, const Calm& calm) {
     std::vector<std::string> made;
     life.must(life.take(made), "the next make: ");
     const Taken taken{calm.node, made.empty() ? "" : made.front()};
-    require(life.status(taken) == kReady, "the next snapshot is not ready");
+    require(life.status(taken) == orca_pdk::FI_SNAPSHOT_READY, "the next snapshot is not ready");
     life.must(life.dispose(taken));
-    require(life.status(taken) == kAbsent, "the next snapshot is not absent after dispose");
+    require(life.status(taken) == orca_pdk::FI_SNAPSHOT_ABSENT,
+            "the next snapshot is not absent after dispose");
   }
   require(contentOrNone(bench, calm.node) == calm.sourceContent,
           "the content of " + calm.node + " has changed");

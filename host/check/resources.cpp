@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kHost[] = "fihost-check";
-constexpr int kImport = 0x1;
-constexpr int kDeport = 0x20;
 
 bool hasOwn(const orca_pdk::CFiPluginBase& provider, const std::string& operation) {
   const Overrides overrides = overriddenOperations(provider);
@@ -76,10 +74,13 @@ Imports::Imports(const Bench& bench, Life& life) : m_life(life), m_resource(benc
 
 bool Imports::import() {
   std::string path;
-  return ops::importResource(m_life.caller(), m_resource, kHost, kImport, path);
+  return ops::importResource(m_life.caller(), m_resource, kHost, orca_pdk::FI_IMPORT_READ_WRITE,
+                             path);
 }
 
-bool Imports::deport() { return ops::deportResource(m_life.caller(), m_resource, kHost, kDeport); }
+bool Imports::deport() {
+  return ops::deportResource(m_life.caller(), m_resource, kHost, orca_pdk::FI_DEPORT);
+}
 
 std::set<std::string> lunNumbers() {
   std::set<std::string> files;

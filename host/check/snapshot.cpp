@@ -13,9 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr long kAbsent = 0;
-constexpr long kReady = 8;
-
 std::string quoted(long status) { return "\"" + statusName(Op::GetStatus, status) + "\""; }
 
 // Takes a snapshot in a process of its own, which leaves it there; its name.
@@ -60,7 +57,8 @@ void namesThem(Bench& bench) {
 void isReady(Bench& bench) {
   Life life(bench, {bench.node()});
   const long status = life.status(life.snapshot());
-  require(status == kReady, "the status right after make is " + quoted(status));
+  require(status == orca_pdk::FI_SNAPSHOT_READY,
+          "the status right after make is " + quoted(status));
 }
 
 void isReadyElsewhere(Bench& bench) {
@@ -69,7 +67,8 @@ void isReadyElsewhere(Bench& bench) {
   life.begin();
   const long status = life.status(taken);
   life.must(life.dispose(taken));
-  require(status == kReady, "the status in a new process is " + quoted(status));
+  require(status == orca_pdk::FI_SNAPSHOT_READY,
+          "the status in a new process is " + quoted(status));
 }
 
 void differs(Bench& bench) {
@@ -125,7 +124,8 @@ void makesAllOrNone(Bench& bench) {
           "make failed and handed out " + (names.empty() ? std::string() : names.front()));
   const auto left = newIn(surroundingsOf({earlier.node}), around);
   require(left.empty(), "make failed and left " + (left.empty() ? std::string() : left.front()));
-  require(life.status(earlier) == kAbsent, "make failed and left " + earlier.name);
+  require(life.status(earlier) == orca_pdk::FI_SNAPSHOT_ABSENT,
+          "make failed and left " + earlier.name);
 }
 
 void disposes(Bench& bench) {
@@ -133,7 +133,7 @@ void disposes(Bench& bench) {
   const Taken taken = life.snapshot();
   life.must(life.dispose(taken));
   const long status = life.status(taken);
-  require(status == kAbsent, "the status after dispose is " + quoted(status));
+  require(status == orca_pdk::FI_SNAPSHOT_ABSENT, "the status after dispose is " + quoted(status));
 }
 
 void disposesAgain(Bench& bench) {

@@ -8,11 +8,6 @@ namespace fihost::ops {
 
 namespace {
 
-constexpr int kConfigGet = 1;
-constexpr int kConfigSet = 2;
-constexpr int kConfigClear = 3;
-constexpr int kConfigGetParam = 4;
-
 // The document that a request for the snapshot configuration carries, there and back.
 class ConfigRequest {
  public:
@@ -154,22 +149,25 @@ void deInitNode(Caller& caller, Node& node) {
 
 bool configGetParam(Caller& caller, Node& node, const std::string& sessionId,
                     std::string& document) {
-  return ConfigRequest().send(caller, Op::ConfigGetParam, kConfigGetParam, node, sessionId,
-                              document);
+  return ConfigRequest().send(caller, Op::ConfigGetParam, orca_pdk::FI_CONFIG_GETPARAM, node,
+                              sessionId, document);
 }
 
 bool configGet(Caller& caller, Node& node, const std::string& sessionId, std::string& values) {
-  return ConfigRequest().send(caller, Op::ConfigGet, kConfigGet, node, sessionId, values);
+  return ConfigRequest().send(caller, Op::ConfigGet, orca_pdk::FI_CONFIG_GET, node, sessionId,
+                              values);
 }
 
 bool configSet(Caller& caller, Node& node, const std::string& sessionId, const std::string& values,
                std::string& completed) {
-  return ConfigRequest(values).send(caller, Op::ConfigSet, kConfigSet, node, sessionId, completed);
+  return ConfigRequest(values).send(caller, Op::ConfigSet, orca_pdk::FI_CONFIG_SET, node, sessionId,
+                                    completed);
 }
 
 bool configClear(Caller& caller, Node& node, const std::string& sessionId) {
   std::string nothing;
-  return ConfigRequest().send(caller, Op::ConfigClear, kConfigClear, node, sessionId, nothing);
+  return ConfigRequest().send(caller, Op::ConfigClear, orca_pdk::FI_CONFIG_CLEAR, node, sessionId,
+                              nothing);
 }
 
 bool reAccessTmpObj(Caller& caller, Node& snapshot, Node& source, const std::string& sessionId) {

@@ -1,5 +1,7 @@
 #include "framework/operationtable.h"
 
+#include <cfitypes.h>
+
 #include <fiutil.h>
 
 #include <algorithm>
@@ -36,8 +38,11 @@ constexpr Meaning kResults[] = {
 };
 
 // Of a pair; the last one is the good one.
-constexpr Meaning kStatuses[] = {{0, "absent"}, {1, "damaged"}, {8, "ready"}};
-constexpr Meaning kRestoreStatuses[] = {{1, "not restored"}, {0, "restored"}};
+constexpr Meaning kStatuses[] = {{orca_pdk::FI_SNAPSHOT_ABSENT, "absent"},
+                                 {orca_pdk::FI_SNAPSHOT_DAMAGED, "damaged"},
+                                 {orca_pdk::FI_SNAPSHOT_READY, "ready"}};
+constexpr Meaning kRestoreStatuses[] = {{orca_pdk::FI_RESTORE_FAILED, "not restored"},
+                                        {orca_pdk::FI_RESTORE_DONE, "restored"}};
 
 constexpr Operation kOperations[] = {
     {Op::DelayedInit, "delayedInit", kSuccess, "", true},

@@ -1,17 +1,13 @@
 #include "framework/records.h"
 
+#include <cfitypes.h>
+
 #include <new>
 
 namespace fihost {
 
-namespace {
-
-constexpr int kObjidKind = 3;
-
-}  // namespace
-
 Node::Node(const std::string& name)
-    : m_name(name), m_id(orca_get_objid(name.c_str(), name.size() + 1, kObjidKind)) {
+    : m_name(name), m_id(orca_get_objid(name.c_str(), name.size() + 1, orca_pdk::FI_OBJID_NODE)) {
   if (m_id == nullptr) throw std::bad_alloc();
   m_members[0] = &m_domain;
   m_domain.objid = m_id;

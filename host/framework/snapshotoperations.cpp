@@ -5,9 +5,6 @@ namespace fihost::ops {
 
 namespace {
 
-// A node whose snapshot is ready.
-constexpr uint32_t kReadyFlag = 0x8;
-
 std::string joined(const std::vector<std::string>& names) {
   std::string all;
   for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
@@ -134,7 +131,7 @@ bool isReady(Caller& caller, NodeSet& nodes, const std::string& sessionId,
       },
       [&](Call& call) {
         for (std::size_t i = 0; i < nodes.size(); ++i) {
-          ready.push_back((nodes[i].domain()->flags & kReadyFlag) != 0 ? 1 : 0);
+          ready.push_back((nodes[i].domain()->flags & orca_pdk::FI_NODE_READY) != 0 ? 1 : 0);
         }
         call.outputs = {{"ready", ready}};
       });

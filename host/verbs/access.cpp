@@ -6,8 +6,6 @@ namespace fihost {
 
 namespace {
 
-constexpr uint32_t kAccessOff = 0x40;
-
 class Access : public Verb {
  public:
   const char* name() const override { return "access"; }
@@ -22,13 +20,16 @@ class Access : public Verb {
   void run(Context& context) override {
     const bool on = m_action == "enable";
     withProvider(context, m_plugin, [&](ProviderRun& run) {
-      if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::No, on ? kAccessOff : 0)) return;
+      if (!run.lifecycle.begin(m_nodes, Lifecycle::Claim::No,
+                               on ? uint32_t{orca_pdk::FI_NODE_ACCESS_OFF} : 0))
+        return;
       NodeSet& nodes = run.lifecycle.nodes();
       if (!(on ? ops::enableAccess(run.caller, nodes) : ops::disableAccess(run.caller, nodes))) {
         return;
       }
       for (std::size_t i = 0; i < nodes.size(); ++i) {
-        const char* const access = (nodes[i].domain()->flags & kAccessOff) != 0 ? "off" : "on";
+        const char* const access =
+            (nodes[i].domain()->flags & orca_pdk::FI_NODE_ACCESS_OFF) != 0 ? "off" : "on";
         context.report.answer()["access"].push_back(
             {{"node", nodes[i].name()}, {"access", access}});
       }

@@ -6,8 +6,6 @@ namespace fihost {
 
 namespace {
 
-constexpr long kAbsent = 0;
-
 // Settles what a killed session may have left. Only the provider can tell that a snapshot is there,
 // and only the user which it is.
 class Adopt : public Verb {
@@ -46,7 +44,9 @@ class Adopt : public Verb {
       KnownSnapshots known(run.caller, own);
       const std::vector<long> statuses = askStatus(run.caller, record.session, known.set());
       tellStatuses(run.caller, context.report, own, statuses);
-      if (statuses.empty() || statuses[0] == kAbsent || statuses[0] == kNoStatus) return;
+      if (statuses.empty() || statuses[0] == orca_pdk::FI_SNAPSHOT_ABSENT ||
+          statuses[0] == kNoStatus)
+        return;
       store.adopt(record);
       context.report.answer()["adopted"] = record.name;
     });

@@ -7,7 +7,9 @@ namespace {
 
 class Deport : public ResourceVerb {
  public:
-  Deport() : ResourceVerb("deported", 0x20, "0x20 withdraw, 0x10 withdraw a read-only import") {}
+  Deport()
+      : ResourceVerb("deported", orca_pdk::FI_DEPORT,
+                     "0x20 withdraw, 0x10 withdraw a read-only import") {}
   const char* name() const override { return "deport"; }
   const char* help() const override { return "Withdraw resources from a host"; }
 

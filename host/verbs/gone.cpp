@@ -10,7 +10,6 @@ namespace fihost {
 namespace {
 
 constexpr int kMostOfNode = 8;  // asked for at a time; a later session goes on
-constexpr long kAbsent = 0;
 
 SnapshotRecords oldest(ProviderRun& run, StateStore& store, const std::vector<std::string>& nodes,
                        const std::string& session) {
@@ -36,7 +35,7 @@ std::vector<std::string> forgetGone(ProviderRun& run, StateStore& store,
     KnownSnapshots known(run.caller, members);
     const std::vector<long> statuses = askStatus(run.caller, id, known.set());
     for (std::size_t i = 0; i < statuses.size(); ++i) {
-      if (statuses[i] != kAbsent) continue;
+      if (statuses[i] != orca_pdk::FI_SNAPSHOT_ABSENT) continue;
       gone.push_back(members[i]);
       names.push_back(members[i].name);
     }

@@ -7,7 +7,9 @@ namespace {
 
 class Import : public ResourceVerb {
  public:
-  Import() : ResourceVerb("imported", 0x1, "0x1 import, 0x2 import read-only") {}
+  Import()
+      : ResourceVerb("imported", orca_pdk::FI_IMPORT_READ_WRITE,
+                     "0x1 import, 0x2 import read-only") {}
   const char* name() const override { return "import"; }
   const char* help() const override { return "Make resources visible on a host"; }
 

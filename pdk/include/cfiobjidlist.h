@@ -18,9 +18,9 @@ class ORCA_PDK_API CFiObjidList {
   CFiObjidList(const CFiObjidList&) = delete;
   CFiObjidList& operator=(const CFiObjidList&) = delete;
 
-  // Makes an id of a name at the end of the list. Throws std::bad_alloc, and the list is what it
-  // was.
-  void add(const std::string& name, int kind = FI_OBJID_NODE);
+  // Makes a node's id of a name at the end of the list. Throws std::bad_alloc, and the list is what
+  // it was.
+  void add(const std::string& name);
   // Gives the framework the ids and an array of them made for it; the list is empty after that. For
   // an empty list the array is null. Throws std::bad_alloc, and list and outputs are what they
   // were.

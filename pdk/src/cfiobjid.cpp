@@ -1,13 +1,14 @@
 #include "cfiobjid.h"
 
+#include "cfitypes.h"
+
 // The one imported function that a framework's utility library need not have.
 extern "C" __attribute__((weak)) void orca_free_objid(orca_objid* id);
 
 namespace orca_pdk_4_4 {
 
 orca_objid* makeObjid(const std::string& name) {
-  constexpr int kNodeKind = 3;
-  return orca_get_objid(name.c_str(), name.size() + 1, kNodeKind);
+  return orca_get_objid(name.c_str(), name.size() + 1, FI_OBJID_NODE);
 }
 
 void releaseObjid(orca_objid* id) {

@@ -13,9 +13,9 @@ CFiObjidList::~CFiObjidList() {
   for (orca_objid* id : m_ids) releaseObjid(id);
 }
 
-void CFiObjidList::add(const std::string& name, int kind) {
+void CFiObjidList::add(const std::string& name) {
   m_ids.push_back(nullptr);  // what follows needs no memory of the list's
-  m_ids.back() = orca_get_objid(name.c_str(), name.size() + 1, kind);
+  m_ids.back() = makeObjid(name);
   if (m_ids.back() != nullptr) return;
   m_ids.pop_back();
   throw std::bad_alloc();

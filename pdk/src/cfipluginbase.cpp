@@ -21,8 +21,6 @@ namespace {
 
 bool g_isShuttingDown = false;
 
-constexpr long kReady = 8;
-
 template <typename List>
 int emptyList(List** list) {
   if (list == nullptr) return FI_INVALID;
@@ -75,7 +73,6 @@ void clearValues(CFiPrivateData& data, int index) {
   if (CFiConfigParamDataList* values = data.configDataList(index)) values->params.clear();
 }
 
-constexpr uint32_t kAccessOff = 0x40;
 constexpr int kOwnerPasses = 10;
 constexpr unsigned kOwnerWaitSeconds = 30;
 
@@ -346,12 +343,12 @@ int CFiPluginBase::delLocaleMessage(char** text) {
 
 int CFiPluginBase::enableAccess(pyx_node_subobj_list* list, long, int, int) {
   const OperationScope scope(*this, kPluginBaseSource);
-  return changeFlags(list, [](uint32_t& flags) { flags &= ~kAccessOff; });
+  return changeFlags(list, [](uint32_t& flags) { flags &= ~uint32_t{FI_NODE_ACCESS_OFF}; });
 }
 
 int CFiPluginBase::disableAccess(pyx_node_subobj_list* list, long) {
   const OperationScope scope(*this, kPluginBaseSource);
-  return changeFlags(list, [](uint32_t& flags) { flags |= kAccessOff; });
+  return changeFlags(list, [](uint32_t& flags) { flags |= FI_NODE_ACCESS_OFF; });
 }
 
 int CFiPluginBase::restore(orca_objid**, orca_objid**, long, char*, char*, char***, long*, long,
@@ -365,7 +362,7 @@ int CFiPluginBase::resync(orca_objid**, orca_objid**, long, char*, char*, long, 
 
 int CFiPluginBase::getStatus(orca_objid**, orca_objid**, long count, char*, long, long* statuses) {
   const OperationScope scope(*this, kPluginBaseSource);
-  if (count > 0 && statuses != nullptr) std::fill_n(statuses, count, kReady);
+  if (count > 0 && statuses != nullptr) std::fill_n(statuses, count, long{FI_SNAPSHOT_READY});
   return FI_OK;
 }
 

@@ -18,7 +18,6 @@ namespace orca_pdk_4_4 {
 
 namespace {
 
-constexpr uint32_t kReady = 0x8;
 constexpr int kAlternateNode = 1;
 constexpr int kTreeImport = 1;
 
@@ -40,7 +39,7 @@ orca_objid** makeGroupIds(const std::vector<SFiFimInfo>& fims) {
 }
 
 void setReady(pyx_domain* domain) {
-  if (domain != nullptr) domain->flags |= kReady;
+  if (domain != nullptr) domain->flags |= FI_NODE_READY;
 }
 
 // Frees a list that no framework has seen yet, with its texts.
@@ -250,9 +249,9 @@ int CFiPluginInterposer::importResource(char**, char* resource, char* hostName, 
   const CFiUdid checked(makeTstr(resource));
   std::vector<tstr> hosts = hostsOf(hostName, true);
   if ((flags & 0x4) != 0) return FI_NOT_SUPPORTED;
-  if ((flags & 0x3) == 0) return FI_FAILED;
-  return importNode(makeTstr(resource), std::move(hosts), false, (flags & 0x1) == 0, false,
-                    kResource);
+  if ((flags & (FI_IMPORT_READ_WRITE | FI_IMPORT_READ_ONLY)) == 0) return FI_FAILED;
+  const bool isReadOnly = (flags & FI_IMPORT_READ_WRITE) == 0;
+  return importNode(makeTstr(resource), std::move(hosts), false, isReadOnly, false, kResource);
 }
 
 int CFiPluginInterposer::deportResource(char* resource, char* hostName, char*, char*, int flags) {
@@ -261,9 +260,11 @@ int CFiPluginInterposer::deportResource(char* resource, char* hostName, char*, c
   const CFiUdid checked(makeTstr(resource));
   if ((flags & 0x400) != 0) return FI_OK;
   std::vector<tstr> hosts = hostsOf(hostName, false);
-  if ((flags & 0x30) == 0) return (flags & 0x40) != 0 ? FI_NOT_SUPPORTED : FI_OK;
-  return importNode(makeTstr(resource), std::move(hosts), false, (flags & 0x10) != 0, true,
-                    kResource);
+  if ((flags & (FI_DEPORT | FI_DEPORT_READ_ONLY)) == 0) {
+    return (flags & 0x40) != 0 ? FI_NOT_SUPPORTED : FI_OK;
+  }
+  const bool isReadOnly = (flags & FI_DEPORT_READ_ONLY) != 0;
+  return importNode(makeTstr(resource), std::move(hosts), false, isReadOnly, true, kResource);
 }
 
 void CFiPluginInterposer::addIgnoreNodeType(int nodeType) {
