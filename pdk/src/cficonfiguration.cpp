@@ -18,6 +18,7 @@
 
 #include "cficachepath.h"
 #include "cficredentiallist.h"
+#include "cfideleters.h"
 #include "cfidescriptor.h"
 #include "cfinewfile.h"
 #include "cfiretry.h"
@@ -55,17 +56,13 @@ std::ptrdiff_t levelsOf(std::string_view name) {
   return name.empty() ? 0 : std::count_if(name.begin(), name.end(), isSeparator) + 1;
 }
 
-struct FreeMemory {
-  void operator()(char* memory) const { std::free(memory); }
-};
-
 // Where a file is to be written: a link's target, so that the link stays one. Empty when there is
 // something that cannot be replaced: a device or a FIFO, what may not be written.
 std::string writablePlace(const char* path) {
   struct stat info;
   if (stat(path, &info) != 0) return errno == ENOENT ? path : "";
   if (!S_ISREG(info.st_mode) || access(path, W_OK) != 0) return {};
-  const std::unique_ptr<char, FreeMemory> place(realpath(path, nullptr));
+  const std::unique_ptr<char, CFiFreeMemory> place(realpath(path, nullptr));
   return place != nullptr ? place.get() : "";
 }
 

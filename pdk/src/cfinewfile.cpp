@@ -1,6 +1,5 @@
 #include "cfinewfile.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -11,6 +10,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "cfideleters.h"
 #include "cfiretry.h"
 
 namespace orca_pdk_4_4 {
@@ -31,10 +31,6 @@ std::string temporaryPath(const std::string& path) {
   static std::atomic<unsigned int> s_count{0};
   return folderOf(path) + temporaryName(getpid(), s_count++);
 }
-
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
 
 // The process that writes a file of that name; 0 for any other name.
 pid_t writerOf(const char* name) {
@@ -91,7 +87,7 @@ bool CFiNewFile::putInPlace() {
 void CFiNewFile::sweepFolder() const {
   const std::string folder = folderOf(m_path);
   const char* const opened = folder.empty() ? "." : folder.c_str();
-  const std::unique_ptr<DIR, CloseDirectory> directory(opendir(opened));
+  const std::unique_ptr<DIR, CFiCloseDirectory> directory(opendir(opened));
   if (directory == nullptr) return;
   while (const dirent* entry = readdir(directory.get())) sweep(folder, entry->d_name);
 }

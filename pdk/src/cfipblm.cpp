@@ -1,6 +1,5 @@
 #include "cfipblm.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include "V_strings.h"
 #include "cficachepath.h"
 #include "cficonfiguration.h"
+#include "cfideleters.h"
 #include "cfidescriptor.h"
 #include "cfinewfile.h"
 #include "cfiretry.h"
@@ -49,14 +49,6 @@ auto unlessShort(std::invoke_result_t<Action> result, Action action) {
     return result;
   }
 }
-
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-
-struct FreeMemory {
-  void operator()(char* memory) const { std::free(memory); }
-};
 
 // Not waiting for what is no plain file: a stray FIFO must not stop the walk of a directory.
 constexpr int kOpenFlags = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
@@ -478,13 +470,13 @@ bool CFiPblmOps::refresh(const std::string& enclId, const unsigned int* lunNumbe
 // that hold it. False when the directory cannot be read to its end.
 bool CFiPblmOps::walk(const std::string& enclId, const std::string& folder,
                       const unsigned int* lunNumber) {
-  const std::unique_ptr<DIR, CloseDirectory> directory(openDirectory(folder.c_str()));
+  const std::unique_ptr<DIR, CFiCloseDirectory> directory(openDirectory(folder.c_str()));
   if (directory == nullptr) {
     traceLine(FI_TRACE_ERROR, "CFiPblmOps::refreshCache opendir failure for path=[%s].",
               folder.c_str());
     return false;
   }
-  const std::unique_ptr<char, FreeMemory> name(static_cast<char*>(std::malloc(kEntrySize)));
+  const std::unique_ptr<char, CFiFreeMemory> name(static_cast<char*>(std::malloc(kEntrySize)));
   if (name == nullptr) {
     traceLine(FI_TRACE_INFO, "CFiPblmOps::scanCache malloc failure.\n");
     return false;

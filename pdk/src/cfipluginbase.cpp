@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "V_strings.h"
+#include "cfideleters.h"
 #include "cfifimlist.h"
 #include "cfiscope.h"
 #include "cfistringtool.h"
@@ -38,10 +39,6 @@ bool isFirstOfItsMembers(const pyx_domain& domain) {
   return domain.members != nullptr && domain.member_count > 0 && domain.members[0] == &domain;
 }
 
-struct FreeMemory {
-  void operator()(char* memory) const { std::free(memory); }
-};
-
 // A copy that the framework frees.
 char* copyOf(const tstr& xml) {
   char* copy = CFiStringTool::tstrdup(xml);
@@ -61,7 +58,7 @@ char* storeDefaults(CFiPrivateData& data, int index) {
   if (descriptions == nullptr || descriptions->params.empty()) return nullptr;
   CFiConfigParamDataList defaults = descriptions->getDefaultDataList();
   // The copy first: nothing is stored when there is no memory for it.
-  std::unique_ptr<char, FreeMemory> copy(copyOf(defaults.getXML()));
+  std::unique_ptr<char, CFiFreeMemory> copy(copyOf(defaults.getXML()));
   CFiConfigParamDataList* values = data.configDataList(index);
   if (values == nullptr) return nullptr;
   values->swap(defaults);
