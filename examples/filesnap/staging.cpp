@@ -12,11 +12,11 @@ namespace filesnap {
 
 namespace {
 
-constexpr std::size_t kRandomPart = 6;
+constexpr std::size_t kTemporaryPart = 6;
 constexpr int kLevels = 2;  // a session's folder, and those of its snapshots
 
 bool isStaged(const std::string& name, const std::string& prefix) {
-  return name.starts_with(prefix) && name.size() == prefix.size() + kRandomPart;
+  return name.starts_with(prefix) && name.size() == prefix.size() + kTemporaryPart;
 }
 
 bool lock(const Descriptor& file) {
@@ -51,7 +51,7 @@ bool Staging::isOurs() const {
 template <typename Make>
 Staging Staging::make(const Descriptor& parent, const std::string& prefix, Make make) {
   for (;;) {
-    std::string name = prefix + randomText(kRandomPart);
+    std::string name = prefix + randomText(kTemporaryPart);
     try {
       Descriptor made = make(parent, name);
       Staging staging(parent, std::move(name), std::move(made));

@@ -253,7 +253,7 @@ void clears(Bench& bench) {
           set.first + " is still \"" + set.second + "\" after CLEAR");
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kConfigRequirements[] = {
     {"config.document", "GETPARAM gives a document of parameters, or none.",
      "The framework shows nothing of what it cannot read.", givesADocument},
     {"config.types", "Every parameter has a known type.",
@@ -292,6 +292,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements configRequirements() { return kRequirements; }
+Requirements configRequirements() { return kConfigRequirements; }
 
 }  // namespace fihost::check

@@ -105,7 +105,7 @@ void goesAway(Bench& bench) {
   require(left.empty(), "after delLastError there is still a message: " + left);
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kErrorsRequirements[] = {
     {"errors.message", "A node that is not there is refused with a message.",
      "A number alone helps nobody.", leavesAMessage},
     {"errors.object", "The message names the node.", "A job has many of them.", namesTheObject},
@@ -119,6 +119,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements errorsRequirements() { return kRequirements; }
+Requirements errorsRequirements() { return kErrorsRequirements; }
 
 }  // namespace fihost::check

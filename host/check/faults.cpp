@@ -100,7 +100,7 @@ void survivesDelays(Bench& bench) {
   survives(bench, ORCA_FAULT_DELAY, "command in child context, delayed,");
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kFaultsRequirements[] = {
     {"faults.buffers", "Each buffer that cannot be had leads to a result, and to no exception.",
      "Memory is short when it hurts most; a crash takes the framework along.",
      survivesWithoutBuffers},
@@ -114,6 +114,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements faultsRequirements() { return kRequirements; }
+Requirements faultsRequirements() { return kFaultsRequirements; }
 
 }  // namespace fihost::check

@@ -209,7 +209,7 @@ void survivesOn(Bench& bench, Op op) {
 void survivesImport(Bench& bench) { survivesOn(bench, Op::ImportResource); }
 void survivesDeport(Bench& bench) { survivesOn(bench, Op::DeportResource); }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kKillsRequirements[] = {
     {"kills.make",
      "Killed at any moment of make, a provider leaves the source whole and a snapshot whole or "
      "none, goes on, and nothing stays that no operation removes.",
@@ -228,6 +228,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements killsRequirements() { return kRequirements; }
+Requirements killsRequirements() { return kKillsRequirements; }
 
 }  // namespace fihost::check

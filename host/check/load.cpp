@@ -161,7 +161,7 @@ void keeps(Bench& bench) {
   staysThrough(bench, look);
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kLoadRequirements[] = {
     {"load.entry", "The plug-in loads, is built for this ABI, makes a provider and initialises it.",
      "Without it nothing else can be called.", loads},
     {"load.again", "It can be loaded, made, destroyed and unloaded 100 times.",
@@ -189,6 +189,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements loadRequirements() { return kRequirements; }
+Requirements loadRequirements() { return kLoadRequirements; }
 
 }  // namespace fihost::check

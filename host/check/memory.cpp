@@ -133,7 +133,7 @@ void leavesNoZombie(Bench& bench) {
   require(found != 0 || child.si_pid == 0, "a process that the provider started was never reaped");
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kMemoryRequirements[] = {
     {"memory.nodes", "1,000 node lives give back all buffers and ids, with their sizes.",
      "A framework runs for months.", nodesGiveBack},
     {"memory.snapshots", "So do 100 snapshots, or as many as an eighth of the time-out allows.",
@@ -150,6 +150,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements memoryRequirements() { return kRequirements; }
+Requirements memoryRequirements() { return kMemoryRequirements; }
 
 }  // namespace fihost::check

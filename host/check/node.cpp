@@ -102,7 +102,7 @@ void setsUpGroups(Bench& bench) {
   }
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kNodeRequirements[] = {
     {"node.claim", "claim answers the same for the same node.",
      "The framework asks more than once, and builds on the first answer.", claimsAlike},
     {"node.nonsense", "Names that are no nodes are not claimed.",
@@ -122,6 +122,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements nodeRequirements() { return kRequirements; }
+Requirements nodeRequirements() { return kNodeRequirements; }
 
 }  // namespace fihost::check

@@ -52,7 +52,7 @@ void givesNumbersBack(Bench& bench) {
   }
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kResourcesRequirements[] = {
     {"resources.import_again", "What is imported can be imported again.",
      "A job that was ended in the middle tries once more.", importsAgain},
     {"resources.deport_again", "What is deported can be deported again.",
@@ -92,6 +92,6 @@ std::set<std::string> lunNumbers() {
   return files;
 }
 
-Requirements resourcesRequirements() { return kRequirements; }
+Requirements resourcesRequirements() { return kResourcesRequirements; }
 
 }  // namespace fihost::check

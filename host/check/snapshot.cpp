@@ -205,7 +205,7 @@ void refusesTheAbsent(Bench& bench) {
   refusesToRestore(bench, [](Life& life, const Taken& taken) { life.must(life.dispose(taken)); });
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kSnapshotRequirements[] = {
     {"snapshot.ids", "make hands out as many ids as there are nodes.",
      "The framework matches them by position.", handsOutAnIdForEach},
     {"snapshot.names", "Every id has a name, its own, and not that of a source.",
@@ -239,6 +239,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements snapshotRequirements() { return kRequirements; }
+Requirements snapshotRequirements() { return kSnapshotRequirements; }
 
 }  // namespace fihost::check

@@ -176,7 +176,7 @@ void haveKnownResults(Bench& bench) {
   });
 }
 
-constexpr Requirement kRequirements[] = {
+constexpr Requirement kTableRequirements[] = {
     {"table.returns", "Every operation comes back from null pointers and zeros.",
      "A framework of another version passes what this one does not.", comeBack},
     {"table.exceptions", "No operation throws for null pointers and zeros.",
@@ -187,6 +187,6 @@ constexpr Requirement kRequirements[] = {
 
 }  // namespace
 
-Requirements tableRequirements() { return kRequirements; }
+Requirements tableRequirements() { return kTableRequirements; }
 
 }  // namespace fihost::check

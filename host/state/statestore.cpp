@@ -11,8 +11,8 @@ namespace fihost {
 
 namespace {
 
-constexpr std::int64_t kVersion = 1;
-constexpr char kName[] = "/state.db";
+constexpr std::int64_t kDatabaseVersion = 1;
+constexpr char kDatabaseName[] = "/state.db";
 
 constexpr char kTables[] =
     "CREATE TABLE snapshots(id INTEGER PRIMARY KEY, name TEXT NOT NULL, node TEXT NOT NULL,"
@@ -30,17 +30,17 @@ constexpr char kTables[] =
 #define FIHOST_FIELDS "name, node, session, provider, plugin, taken, \"values\", provider_state"
 
 // The texts of a record in the order of the columns.
-constexpr std::string SnapshotRecord::*kFields[] = {
+constexpr std::string SnapshotRecord::*kColumns[] = {
     &SnapshotRecord::name,     &SnapshotRecord::node,         &SnapshotRecord::session,
     &SnapshotRecord::provider, &SnapshotRecord::plugin,       &SnapshotRecord::taken,
     &SnapshotRecord::values,   &SnapshotRecord::providerState};
 
-constexpr int kFieldCount = std::size(kFields);
+constexpr int kColumnCount = std::size(kColumns);
 
 SnapshotRecord recordAt(Statement& statement) {
   SnapshotRecord record;
   int column = 0;
-  for (const auto field : kFields) record.*field = statement.text(column++);
+  for (const auto field : kColumns) record.*field = statement.text(column++);
   return record;
 }
 
@@ -52,7 +52,7 @@ SnapshotRecords recordsOf(Statement& statement) {
 
 void bindFields(Statement& statement, const SnapshotRecord& record) {
   int place = 1;
-  for (const auto field : kFields) statement.bind(place++, record.*field);
+  for (const auto field : kColumns) statement.bind(place++, record.*field);
 }
 
 // Adds records one after the other.
@@ -149,7 +149,7 @@ void StateStore::intend(const SnapshotRecords& intents) {
                                 ", number) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)");
   for (const SnapshotRecord& intent : intents) {
     bindFields(statement, intent);
-    statement.bind(kFieldCount + 1, m_session).run();
+    statement.bind(kColumnCount + 1, m_session).run();
   }
   transaction.commit();
 }
@@ -170,7 +170,7 @@ SnapshotRecords StateStore::unsettled() {
   SnapshotRecords records;
   Statement statement(*m_database, "SELECT " FIHOST_FIELDS ", number FROM intents ORDER BY id");
   while (statement.next()) {
-    const auto [session, isNew] = isAtWork.try_emplace(statement.number(kFieldCount));
+    const auto [session, isNew] = isAtWork.try_emplace(statement.number(kColumnCount));
     if (isNew) session->second = WorkLock::isHeld(folder, session->first);
     if (!session->second) records.push_back(recordAt(statement));
   }
@@ -200,8 +200,8 @@ std::int64_t StateStore::nextSession() {
 bool StateStore::isOpen() {
   if (m_database != nullptr) return true;
   const std::string folder = findStateFolder(m_folder);
-  const bool isThere =
-      !folder.empty() && (isStateFile(folder + kName) || isStateFile(folder + "/state.json"));
+  const bool isThere = !folder.empty() &&
+                       (isStateFile(folder + kDatabaseName) || isStateFile(folder + "/state.json"));
   if (isThere) open(folder);
   return isThere;
 }
@@ -212,12 +212,12 @@ Database& StateStore::opened() {
 }
 
 void StateStore::open(const std::string& folder) {
-  const std::string file = folder + kName;
+  const std::string file = folder + kDatabaseName;
   if (!isStateFile(file)) openStateFile(file);
   auto database = std::make_unique<Database>(file);
   const std::int64_t version = versionOf(*database);
   if (version == 0) makeTables(*database);
-  if (version > kVersion) {
+  if (version > kDatabaseVersion) {
     throw Problem{kWrongUse, "state: " + file + " was written by a newer fihost"};
   }
   takeOver(*database, folder);

@@ -10,7 +10,7 @@ namespace fihost {
 
 namespace {
 
-constexpr char kName[] = "/at-work";
+constexpr char kLockName[] = "/at-work";
 
 // The byte of a session.
 struct flock lockOf(std::int64_t number) {
@@ -23,20 +23,20 @@ struct flock lockOf(std::int64_t number) {
 }
 
 [[noreturn]] void fail(const std::string& folder) {
-  throw Problem{kWrongUse, "state: cannot lock " + folder + kName + ": " + strerror(errno)};
+  throw Problem{kWrongUse, "state: cannot lock " + folder + kLockName + ": " + strerror(errno)};
 }
 
 }  // namespace
 
 WorkLock::WorkLock(const std::string& folder, std::int64_t number)
-    : m_file(openStateFile(folder + kName)) {
+    : m_file(openStateFile(folder + kLockName)) {
   struct flock lock = lockOf(number);
   if (fcntl(m_file.get(), F_OFD_SETLK, &lock) != 0) fail(folder);
 }
 
 bool WorkLock::isHeld(const std::string& folder, std::int64_t number) {
-  if (!isStateFile(folder + kName)) return false;
-  const Descriptor file = openStateFile(folder + kName);
+  if (!isStateFile(folder + kLockName)) return false;
+  const Descriptor file = openStateFile(folder + kLockName);
   struct flock lock = lockOf(number);
   if (fcntl(file.get(), F_OFD_GETLK, &lock) != 0) fail(folder);
   return lock.l_type != F_UNLCK;

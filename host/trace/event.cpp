@@ -4,7 +4,7 @@ namespace fihost {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& parts) {
+std::string sentence(const std::vector<std::string>& parts) {
   std::string text;
   for (const std::string& part : parts) {
     if (!part.empty()) text += (text.empty() ? "" : "; ") + part;
@@ -15,13 +15,13 @@ std::string joined(const std::vector<std::string>& parts) {
 }  // namespace
 
 std::string changedBy(const Call& call) {
-  const std::string changed = joined({call.done, call.known, call.operation->leaves});
+  const std::string changed = sentence({call.done, call.known, call.operation->leaves});
   return changed.empty() ? "nothing was called that changes data" : changed;
 }
 
 std::string changedIfLost(const Call& call) {
   const std::string leaves = call.operation->leaves;
-  return joined({call.done, leaves.empty() ? "what it did until then is not known" : leaves});
+  return sentence({call.done, leaves.empty() ? "what it did until then is not known" : leaves});
 }
 
 }  // namespace fihost

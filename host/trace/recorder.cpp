@@ -32,7 +32,7 @@ std::string fromHere(const std::string& name) {
   return name.substr(here.size());
 }
 
-std::string joined(const std::vector<std::string>& texts) {
+std::string asWords(const std::vector<std::string>& texts) {
   std::string words;
   for (const std::string& text : texts) words += " " + asWord(text);
   return words;
@@ -152,13 +152,13 @@ void Recorder::expectOutput(const Call& call, const NamedValue& output) {
   }
   if (call.operation->id == Op::IsReady) {
     // That something is not ready yet says nothing of another run.
-    if (std::count(texts.begin(), texts.end(), "0") == 0) write("until ready" + joined(texts));
+    if (std::count(texts.begin(), texts.end(), "0") == 0) write("until ready" + asWords(texts));
   } else if (output.name == "statuses") {
     for (std::string& text : texts) text = statusName(call.operation->id, std::stol(text));
-    write("expect status" + joined(texts));
+    write("expect status" + asWords(texts));
   } else if (std::find(std::begin(kVarying), std::end(kVarying), output.name) ==
              std::end(kVarying)) {
-    write("expect " + output.name + joined(texts));
+    write("expect " + output.name + asWords(texts));
   } else if (std::holds_alternative<std::vector<std::string>>(output.value)) {
     write("expect count " + output.name + " " + std::to_string(texts.size()));
   }
