@@ -1,3 +1,5 @@
+#include <cfiparameters.h>
+
 #include <algorithm>
 #include <functional>
 
@@ -148,8 +150,11 @@ void haveUsages(Bench& bench) {
 
 void haveFittingDefaults(Bench& bench) {
   eachIsRight(bench, [](const CFiConfigParamInfo& info) -> std::string {
-    if (info.defaultValue.empty() || isFitting(info, info.defaultValue)) return "";
-    return " has the default \"" + info.defaultValue + "\"; allowed: " + allowedValues(info);
+    orca_pdk::CFiConfigParamData standard;
+    standard.value = info.defaultValue;
+    const auto fault = orca_pdk::checkParameter(info, standard);
+    if (info.defaultValue.empty() || !fault) return "";
+    return " has the default \"" + fault->value + "\"; allowed: " + fault->allowed;
   });
 }
 

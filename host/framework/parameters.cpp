@@ -1,10 +1,9 @@
 #include "framework/parameters.h"
 
 #include <cficonfighandler.h>
+#include <cfiparameters.h>
 #include <cfisaxparser.h>
 
-#include <algorithm>
-#include <charconv>
 #include <set>
 
 #include "cli/exitstatus.h"
@@ -14,53 +13,18 @@ namespace fihost {
 
 namespace {
 
-// A range of which both bounds are -1 is none.
-bool hasRange(const orca_pdk::CFiConfigParamInfo& info) {
-  return info.rangeMin != -1 || info.rangeMax != -1;
-}
-
-bool isInt(const std::string& value, long& number) {
-  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-  return error == std::errc() && end == value.data() + value.size();
-}
-
 std::string misfit(const std::string& key, const orca_pdk::CFiConfigParamInfo& info,
                    const orca_pdk::CFiConfigParamData& data) {
   if (info.usageType == orca_pdk::FI_USAGE_NO_MODIFY) return "parameter " + key + " cannot be set";
-  if (!data.valueList.empty() && info.dataType < orca_pdk::FI_DATATYPE_STRING_LIST) {
-    return "parameter " + key + " takes one value";
-  }
-  std::vector<std::string> values(data.valueList.begin(), data.valueList.end());
-  if (values.empty()) values.push_back(data.value);
-  for (const std::string& value : values) {
-    if (isFitting(info, value)) continue;
-    const std::string allowed = allowedValues(info);
-    std::string refusal = "parameter " + key;
-    refusal.append(" cannot be \"").append(value).append("\"; it is of type ");
-    refusal.append(dataTypeName(info.dataType));
-    return allowed.empty() ? refusal : refusal.append(", allowed: ").append(allowed);
-  }
-  return "";
+  const auto fault = orca_pdk::checkParameter(info, data);
+  if (!fault) return "";
+  std::string refusal = "parameter " + key;
+  refusal.append(" cannot be \"").append(fault->value).append("\"; it is of type ");
+  refusal.append(dataTypeName(info.dataType));
+  return fault->allowed.empty() ? refusal : refusal.append(", allowed: ").append(fault->allowed);
 }
 
 }  // namespace
-
-bool isFitting(const orca_pdk::CFiConfigParamInfo& info, const std::string& value) {
-  long number = 0;
-  switch (info.dataType) {
-    case orca_pdk::FI_DATATYPE_INT:
-    case orca_pdk::FI_DATATYPE_INT_LIST:
-      return isInt(value, number) &&
-             (!hasRange(info) || (info.rangeMin <= number && number <= info.rangeMax));
-    case orca_pdk::FI_DATATYPE_BOOLEAN:
-    case orca_pdk::FI_DATATYPE_BOOLEAN_LIST:
-      return value == "true" || value == "false";
-    default:
-      return info.selectionList.empty() ||
-             std::find(info.selectionList.begin(), info.selectionList.end(), value) !=
-                 info.selectionList.end();
-  }
-}
 
 const char* dataTypeName(int32_t type) {
   static constexpr const char* kNames[] = {"string",      "int",      "boolean",
@@ -71,15 +35,6 @@ const char* dataTypeName(int32_t type) {
 const char* usageName(int32_t usage) {
   static constexpr const char* kNames[] = {"SELECT", "AUTO", "NO_MODIFY"};
   return usage >= 0 && usage < 3 ? kNames[usage] : "UNKNOWN";
-}
-
-std::string allowedValues(const orca_pdk::CFiConfigParamInfo& info) {
-  if (hasRange(info)) return std::to_string(info.rangeMin) + " to " + std::to_string(info.rangeMax);
-  std::string choices;
-  for (const std::string& item : info.selectionList) {
-    choices += (choices.empty() ? "" : ", ") + item;
-  }
-  return choices;
 }
 
 std::vector<std::string> misfits(const orca_pdk::CFiConfigParamDataList& values,

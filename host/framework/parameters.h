@@ -18,12 +18,6 @@ using Descriptions = std::map<std::string, orca_pdk::CFiConfigParamInfo>;
 const char* dataTypeName(int32_t type);
 const char* usageName(int32_t usage);
 
-// The values that a description allows, by its range or its selection; empty where it says nothing.
-std::string allowedValues(const orca_pdk::CFiConfigParamInfo& info);
-
-// Whether a parameter may have the value, by its type and what its description allows.
-bool isFitting(const orca_pdk::CFiConfigParamInfo& info, const std::string& value);
-
 // Why values do not fit the descriptions of a node, a sentence each: a key that none describes, a
 // value of another type, or one that is not allowed.
 std::vector<std::string> misfits(const orca_pdk::CFiConfigParamDataList& values,

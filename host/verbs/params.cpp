@@ -1,3 +1,5 @@
+#include <cfiparameters.h>
+
 #include <algorithm>
 
 #include "cli/text.h"
@@ -19,7 +21,7 @@ Json toJson(Caller& caller, const Descriptions& descriptions) {
                     {"range_min", info.rangeMin},
                     {"range_max", info.rangeMax},
                     {"choices", info.selectionList},
-                    {"allowed", allowedValues(info)},
+                    {"allowed", orca_pdk::allowedValues(info)},
                     {"shared", info.isSharedParam},
                     {"message_id", info.messageId},
                     {"meaning", ops::catalogText(caller, info.messageId)}});

@@ -15,8 +15,8 @@ namespace orca_pdk_4_4 {
 struct ORCA_PDK_API SFiParameterFault {
   std::string key;
   std::string value;       // as it was given; several with ", " between them
-  std::string allowed;     // "1-64", "true, false", "a number", the choices; the keys that there
-                           // are for an unknown one
+  std::string allowed;     // "1-64", "true, false", "a number", "one value", the choices; the
+                           // keys that there are for an unknown one
   bool isUnknown = false;  // no description has this key
 };
 
@@ -25,6 +25,10 @@ struct ORCA_PDK_API SFiParameterFault {
 // list types take several values. Whether the user may set the parameter is not looked at.
 ORCA_PDK_API std::optional<SFiParameterFault> checkParameter(const CFiConfigParamInfo& info,
                                                              const CFiConfigParamData& data);
+
+// What a description allows, as the fault of a value that is not allowed says it; empty for a text
+// without choices.
+ORCA_PDK_API std::string allowedValues(const CFiConfigParamInfo& info);
 
 // The parameters of a provider, described once: for the user, for checks and for reading.
 //

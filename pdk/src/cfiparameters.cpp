@@ -47,13 +47,6 @@ bool isAllowed(const CFiConfigParamInfo& info, const std::string& value) {
   return choices.empty() || std::find(choices.begin(), choices.end(), value) != choices.end();
 }
 
-std::string allowedBy(const CFiConfigParamInfo& info) {
-  if (isBoolean(info)) return "true, false";
-  if (!isInt(info)) return joined(info.selectionList);
-  if (!hasRange(info)) return "a number";
-  return std::to_string(info.rangeMin) + "-" + std::to_string(info.rangeMax);
-}
-
 std::vector<std::string> valuesOf(const CFiConfigParamData& data) {
   return data.valueList.empty() ? std::vector<std::string>{data.value} : data.valueList;
 }
@@ -71,6 +64,13 @@ CFiConfigParamInfo described(const std::string& key, const std::string& messageI
 
 }  // namespace
 
+std::string allowedValues(const CFiConfigParamInfo& info) {
+  if (isBoolean(info)) return "true, false";
+  if (!isInt(info)) return joined(info.selectionList);
+  if (!hasRange(info)) return "a number";
+  return std::to_string(info.rangeMin) + "-" + std::to_string(info.rangeMax);
+}
+
 std::optional<SFiParameterFault> checkParameter(const CFiConfigParamInfo& info,
                                                 const CFiConfigParamData& data) {
   const std::vector<std::string> values = valuesOf(data);
@@ -78,7 +78,8 @@ std::optional<SFiParameterFault> checkParameter(const CFiConfigParamInfo& info,
     return SFiParameterFault{info.key, joined(values), "one value", false};
   }
   for (const std::string& value : values) {
-    if (!isAllowed(info, value)) return SFiParameterFault{info.key, value, allowedBy(info), false};
+    if (!isAllowed(info, value))
+      return SFiParameterFault{info.key, value, allowedValues(info), false};
   }
   return std::nullopt;
 }

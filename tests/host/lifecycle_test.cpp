@@ -37,7 +37,7 @@ TEST_F(LifeCycle, ParamsShowsTheDescriptionsAsTableAndAsTheyCame) {
   EXPECT_EQ(table.status, 0) << table.err;
   EXPECT_EQ(table.out,
             "KEY   TYPE         USE     DEFAULT  ALLOWED     SHARED  MEANING\n"
-            "keep  int          SELECT  7        1 to 64     no      <MSG_keep>\n"
+            "keep  int          SELECT  7        1-64        no      <MSG_keep>\n"
             "mode  string_list  SELECT  auto     auto, copy  no      <MSG_mode>\n");
   const CommandResult xml = run(withPlugin("params", {"/data/a", "--xml"}));
   EXPECT_THAT(xml.out, testing::StartsWith("<?xml version=\"1.0\" standalone=\"yes\" ?>\n"

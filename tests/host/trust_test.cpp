@@ -82,8 +82,8 @@ TEST_F(Trust, LeavesAFileAloneWhoseNameTheStateKeepsWithoutItsFolder) {
 TEST_F(Trust, SendsNoValueThatDoesNotFitItsDescription) {
   const std::pair<const char*, const char*> cases[] = {
       {"odd=1", "the provider describes no parameter odd"},
-      {"keep=0", "parameter keep cannot be \"0\"; it is of type int, allowed: 1 to 64"},
-      {"keep=65", "allowed: 1 to 64"},
+      {"keep=0", "parameter keep cannot be \"0\"; it is of type int, allowed: 1-64"},
+      {"keep=65", "allowed: 1-64"},
       {"keep=3x", "parameter keep cannot be \"3x\""},
       {"mode=fast", "it is of type string_list, allowed: auto, copy"},
   };
