@@ -4,6 +4,8 @@
 #include <array>
 #include <string_view>
 
+#include "cfiexport.h"
+
 namespace orca_pdk_4_4 {
 
 // The provider operation table: names of the virtual operations of CFiPluginBase, where the entry

@@ -4,8 +4,8 @@
 #include <ace/SString.h>
 #include <fiutil.h>
 
-// The kit's classes and functions. The name carries the kit's version, so that two versions can
-// live in one process; `orca_pdk` always names the version of the headers in use.
+#include "cfiexport.h"
+
 namespace orca_pdk_4_4 {
 
 // The 8-bit text of configuration values, provider names and paths.
@@ -71,7 +71,5 @@ enum EFiImportFlag : int {
 };
 
 }  // namespace orca_pdk_4_4
-
-namespace orca_pdk = orca_pdk_4_4;
 
 #endif

@@ -1,4 +1,5 @@
-"""Every public header compiles alone: with g++ as C++20, C ones also as C of 1989 and of 2011."""
+"""Every public header compiles alone, and names the kit by `orca_pdk`: with g++ as C++20, C ones also as C of
+1989 and of 2011."""
 
 import concurrent.futures
 import sys
@@ -12,8 +13,9 @@ INCLUDES = [f"-I{ROOT / folder}" for folder in FOLDERS]
 
 def compile_alone(job):
     header, compiler = job
+    known = "using namespace orca_pdk;\n" if header.parent.parent.name == "pdk" else ""
     result = run(*compiler, "-Wall", "-Wextra", "-Werror", "-fsyntax-only", *INCLUDES, "-",
-                 input=f'#include "{header.name}"\n#include "{header.name}"\nextern int notEmpty;\n')
+                 input=f'#include "{header.name}"\n#include "{header.name}"\nextern int notEmpty;\n' + known)
     return f"{header.relative_to(ROOT)} ({' '.join(compiler)}):\n{result.stderr}" if result.returncode else None
 
 
