@@ -1,32 +1,16 @@
+#include <cfistringtool.h>
+
 #include <cstdio>
 
 #include "check/runner.h"
+#include "cli/text.h"
 
 namespace fihost::check {
 
 namespace {
 
 std::string escaped(const std::string& text) {
-  std::string safe;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        safe += "&amp;";
-        break;
-      case '<':
-        safe += "&lt;";
-        break;
-      case '>':
-        safe += "&gt;";
-        break;
-      case '"':
-        safe += "&quot;";
-        break;
-      default:
-        safe += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    }
-  }
-  return safe;
+  return orca_pdk::CFiStringTool::convertToXmlSpecialCharacters(printable(text));
 }
 
 std::string seconds(double milliseconds) {
