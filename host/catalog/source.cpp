@@ -6,7 +6,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "cli/inputfile.h"
+#include "files/inputfile.h"
 
 namespace fihost::catalog {
 

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "cli/exitstatus.h"
-#include "cli/inputfile.h"
+#include "files/inputfile.h"
 
 namespace fihost {
 

@@ -10,9 +10,9 @@
 
 #include "cli/exitstatus.h"
 #include "cli/text.h"
+#include "files/trust.h"
 #include "framework/currentoperation.h"
 #include "framework/exceptions.h"
-#include "state/trust.h"
 
 namespace fihost {
 

@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "state/trust.h"
+#include "files/trust.h"
 
 namespace fihost {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "cli/descriptor.h"
+#include "files/descriptor.h"
 
 namespace fihost {
 

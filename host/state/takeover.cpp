@@ -12,7 +12,7 @@
 #include <system_error>
 
 #include "cli/exitstatus.h"
-#include "cli/inputfile.h"
+#include "files/inputfile.h"
 #include "state/statefolder.h"
 
 namespace fihost {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "cli/descriptor.h"
+#include "files/descriptor.h"
 
 namespace fihost {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/descriptor.h"
+#include "files/descriptor.h"
 #include "trace/event.h"
 #include "trace/form.h"
 

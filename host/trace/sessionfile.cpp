@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "cli/exitstatus.h"
-#include "cli/inputfile.h"
+#include "files/inputfile.h"
 #include "trace/stage.h"
 
 namespace fihost {

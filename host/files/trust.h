@@ -1,5 +1,5 @@
-#ifndef FIHOST_STATE_TRUST_H
-#define FIHOST_STATE_TRUST_H
+#ifndef FIHOST_FILES_TRUST_H
+#define FIHOST_FILES_TRUST_H
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "state/trust.h"
+#include "files/trust.h"
 
 #include <string.h>
 #include <sys/stat.h>

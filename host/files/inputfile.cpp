@@ -1,4 +1,4 @@
-#include "cli/inputfile.h"
+#include "files/inputfile.h"
 
 #include <fcntl.h>
 #include <string.h>

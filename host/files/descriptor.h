@@ -1,5 +1,5 @@
-#ifndef FIHOST_CLI_DESCRIPTOR_H
-#define FIHOST_CLI_DESCRIPTOR_H
+#ifndef FIHOST_FILES_DESCRIPTOR_H
+#define FIHOST_FILES_DESCRIPTOR_H
 
 #include <unistd.h>
 

@@ -1,9 +1,9 @@
-#ifndef FIHOST_CLI_INPUTFILE_H
-#define FIHOST_CLI_INPUTFILE_H
+#ifndef FIHOST_FILES_INPUTFILE_H
+#define FIHOST_FILES_INPUTFILE_H
 
 #include <string>
 
-#include "cli/descriptor.h"
+#include "files/descriptor.h"
 
 namespace fihost {
 
