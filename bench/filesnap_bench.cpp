@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "../tests/support/node.h"
+
 // The sample for regular files against the commands that do the same, and its sessions of many
 // files against one of few.
 
@@ -18,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using orca_pdk::CFiPluginBasePtr;
+using orca_tests::Node;
 
 constexpr std::size_t kFileSize = std::size_t{256} << 20;
 
@@ -44,19 +47,6 @@ CFiPluginBasePtr loadProvider() {
   using Create = orca_pdk::CFiPluginBase* (*)();
   return CFiPluginBasePtr(reinterpret_cast<Create>(dlsym(library, "orca_provider_create"))());
 }
-
-struct Node {
-  explicit Node(const std::string& name) : id(orca_get_objid(name.c_str(), name.size() + 1, 3)) {
-    domain.objid = id;
-  }
-  ~Node() { orca_free_objid(id); }
-  Node(const Node&) = delete;
-  Node& operator=(const Node&) = delete;
-
-  orca_objid* id;
-  pyx_domain domain{};
-  pyx_splitnode split{&domain, &domain};
-};
 
 // One session after the other over some files, one snapshot of each kept.
 class Sessions {

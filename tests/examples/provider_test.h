@@ -7,26 +7,13 @@
 
 #include <map>
 
+#include "support/node.h"
 #include "support/temp_dir.h"
 
 namespace orca_tests {
 
 using Names = std::vector<std::string>;
 using Values = std::map<std::string, std::string>;
-
-// An object id, and a node of that name.
-struct Node {
-  explicit Node(const std::string& name) : id(orca_get_objid(name.c_str(), name.size() + 1, 3)) {
-    domain.objid = id;
-  }
-  ~Node() { orca_free_objid(id); }
-  Node(const Node&) = delete;
-  Node& operator=(const Node&) = delete;
-
-  orca_objid* id;
-  pyx_domain domain{};
-  pyx_splitnode split{&domain, &domain};
-};
 
 // A provider under an install root of its own. All names of nodes begin with a prefix.
 class ProviderTest : public testing::Test {
