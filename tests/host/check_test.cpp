@@ -154,4 +154,24 @@ TEST_F(Check, PassesAProviderThatKeepsThem) {
   EXPECT_EQ(answer["findings"], Json::array());
 }
 
+TEST_F(Check, WritesTheResultsInTheFormOfBuildServers) {
+  const ScopedEnv broken("CHECK_BREAK", "load.folder");
+  const std::string file = m_dir.file("results.xml");
+  check(1, {"--only", "load.folder", "--only", "load.umask", "--junit", file});
+  std::string xml = readFile(file);
+  for (std::size_t at = xml.find(" time=\""); at != std::string::npos; at = xml.find(" time=\"")) {
+    xml.erase(at, xml.find('"', at + 7) + 1 - at);
+  }
+  const std::size_t why = xml.find("the working folder was");
+  ASSERT_NE(why, std::string::npos) << xml;
+  xml.erase(why, xml.find('"', why) - why);
+  EXPECT_EQ(xml,
+            R"(<?xml version="1.0" encoding="UTF-8"?>
+<testsuite name="fihost check" tests="2" failures="1" skipped="0">
+  <testcase classname="load" name="load.folder"><failure message=""/></testcase>
+  <testcase classname="load" name="load.umask"></testcase>
+</testsuite>
+)");
+}
+
 }  // namespace
