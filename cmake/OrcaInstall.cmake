@@ -18,6 +18,8 @@ install(FILES
         common/lib/vtime.h
         DESTINATION "${orca_include_dir}")
 
+install(FILES pdk/orca_pdk.supp DESTINATION "${CMAKE_INSTALL_DATADIR}/orca_pdk")
+
 # Folders of the store, of which the kit makes only the last level; their places are fixed.
 install(DIRECTORY DESTINATION lib/orca/configfiles)
 install(DIRECTORY DESTINATION lib/orca/cachefiles)

@@ -12,25 +12,28 @@ export PATH=$work/prefix/bin:$PATH LD_LIBRARY_PATH= XDG_STATE_HOME=$work/state
 export CMAKE_GENERATOR=Ninja CXXFLAGS="-Wshadow -Werror"
 unset ORCA_INSTALL_ROOT ORCA_PLUGIN_DIR
 
-block() { # GUIDE NUMBER: a block of commands
-  awk -v wanted="$2" '/^```sh/ { number++; on = 1; next } /^```/ { on = 0 } on && number == wanted' "$1"
+commands() { # FILE FOLDER: runs them there
+  sed "s|/tmp|$work|g; s|\bPREFIX\b|$work/prefix|g" "$1" >"$work/commands"
+  (cd "$2" && bash -euxo pipefail "$work/commands") >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 }
-try() { # NAME GUIDE REQUIREMENT...: those must apply
-  local name=$1 guide=$2 log=$work/$1.log project=$work/$1
-  shift 2
-  (cd "$work" && bash -eux <(block "$root/docs/$guide" 1)) >"$log" 2>&1 || { cat "$log"; exit 1; }
+try() { # NAME GUIDE SECTION REQUIREMENT...: those must apply
+  local name=$1 guide=$work/$2 section=$3 project=$work/$1
+  shift 3
+  python3 "$root/tests/house/guide_blocks.py" "$root/docs/${guide##*/}.md" "$guide" >/dev/null
+  commands "$guide/$section.sh" "$work"
   for id in "$@"; do
     grep -q "^passed   $id$" "$project/build/Testing/Temporary/LastTest.log" ||
-      { cat "$log"; echo "$name: $id was not tried"; exit 1; }
+      { cat "$work/log"; echo "$name: $id was not tried"; exit 1; }
   done
-  block "$project/README.md" 2 |
-    sed "s|/tmp|$work|g; s|SNAPSHOT|\"\$(fihost list \| sed 's/  of .*//')\"|" >"$work/drive"
-  (cd "$project" && bash -euxo pipefail "$work/drive") >"$log" 2>&1 || { cat "$log"; exit 1; }
-  grep -q "^disposed " "$log"
+  python3 "$root/tests/house/guide_blocks.py" "$project/README.md" "$work/readme" >/dev/null
+  sed "s|SNAPSHOT|\"\$(fihost list \| sed 's/  of .*//')\"|" "$work/readme/driving_it.sh" >"$work/drive"
+  commands "$work/drive" "$project"
+  grep -q "^disposed " "$work/log"
   cmake --install "$project/build" --prefix "$work/prefix" >/dev/null
   fihost probe --plugin "$name" | grep "^provider  $name$"
 }
-try demo provider-guide.md config.labels errors.languages snapshot.content snapshot.restore \
+try demo provider-guide the_first_ten_minutes config.labels errors.languages snapshot.content snapshot.restore \
   snapshot.damaged faults.ids kills.make kills.restore
-try demoarray array-guide.md node.front config.labels snapshot.content snapshot.all_or_none \
+commands "$work/provider-guide/while_you_work_on_it.sh" "$work/demo"
+try demoarray array-guide from_an_arrays_tool_to_a_provider node.front config.labels snapshot.content snapshot.all_or_none \
   faults.commands faults.delays kills.make kills.dispose

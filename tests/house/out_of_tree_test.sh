@@ -37,31 +37,57 @@ done
 env -u ORCA_INSTALL_ROOT "$fihost" --state "$work/state" params --plugin "$plugins/filesnap.so" \
   "$work/probe.txt" | grep "Number of snapshots of a file that are kept"
 
-# A session of the guide's kind is a test of CTest, green and then, changed by one expectation, red.
-mkdir "$work/sessions"
-cat >"$work/sessions/CMakeLists.txt" <<EOF
+# Every block of the guides is built or run: here what stands in files and pieces, in
+# new_project_test.sh what begins a project.
+guide=$work/guide
+python3 "$root/tests/house/guide_blocks.py" "$root/docs/array-guide.md" "$work/array_guide" >"$work/blocks"
+python3 "$root/tests/house/guide_blocks.py" "$root/docs/provider-guide.md" "$guide" >>"$work/blocks"
+diff - "$work/blocks" <<EOF
+from_an_arrays_tool_to_a_provider.sh
+fragments.cpp
+the_first_ten_minutes.sh
+CMakeLists.txt
+firstsnap.cpp
+root.txt
+from_an_empty_folder_to_a_running_provider.sh
+while_you_work_on_it.sh
+fragments.cpp
+a_regression_test_is_a_file.sh
+a_regression_test_is_a_file.cmake
+EOF
+for pieces in "$guide" "$work/array_guide"; do
+  g++ -std=c++20 -fsyntax-only $(pkg-config --cflags orca_pdk) "$pieces/fragments.cpp"
+done
+commands() { # SECTION FOLDER: runs the commands of a section there
+  sed "s|/tmp|$work|g; s|\bPREFIX\b|$prefix|g" "$guide/$1.sh" >"$work/commands"
+  (cd "$2" && PATH=$prefix/bin:$PATH XDG_STATE_HOME=$work/state bash -euxo pipefail "$work/commands") \
+    >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+}
+commands from_an_empty_folder_to_a_running_provider "$guide"
+cmp "$work/data.img" "$work/data.img.snap"
+
+# A recorded session is a test of CTest, green twice and then, changed by one expectation, red.
+tests=$work/tests
+mkdir -p "$tests/testdata" "$tests/build"
+cp "$plugins/filesnap.so" "$tests/build/mine.so"
+printf 'content' >"$tests/testdata/db.img"
+commands a_regression_test_is_a_file "$tests"
+cat - "$guide/a_regression_test_is_a_file.cmake" >"$tests/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.25)
 project(sessions LANGUAGES CXX)
 find_package(orca_pdk 4.4 REQUIRED)
-enable_testing()
-add_library(copier MODULE IMPORTED)
-set_target_properties(copier PROPERTIES IMPORTED_LOCATION "$plugins/filesnap.so")
-orca_add_provider_test(copies SESSION copies.session PLUGIN copier FILES db.img)
+add_library(mine MODULE IMPORTED)
+set_target_properties(mine PROPERTIES IMPORTED_LOCATION "$plugins/filesnap.so")
+orca_add_message_catalog(mine_catalog NAME filesnap
+  SOURCES "$root/examples/filesnap/messages/root.txt" "$root/examples/filesnap/messages/de.txt")
 EOF
-printf 'content' >"$work/sessions/db.img"
-printf '%s\n' init 'initNode db.img' 'prepare db.img' 'make db.img' 'expect count snapshots 1' \
-  'getStatus db.img $snapshot1' 'expect status ready' 'deInitNode db.img' fini \
-  >"$work/sessions/copies.session"
-cmake -S "$work/sessions" -B "$work/sessions/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-for round in 1 2; do ctest --test-dir "$work/sessions/build" --output-on-failure | tail -20; done
-sed -i 's/status ready/status absent/' "$work/sessions/copies.session"
-if ctest --test-dir "$work/sessions/build" -V >"$work/red.txt"; then
+cmake -S "$tests" -B "$tests/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$tests/build" >/dev/null
+ctest --test-dir "$tests/build" --output-on-failure | tail -20
+ctest --test-dir "$tests/build" -R keeps_three --output-on-failure | tail -20
+sed -i 's/status ready/status absent/' "$tests/keeps_three.session"
+if ctest --test-dir "$tests/build" -R keeps_three -V >"$work/red.txt"; then
   echo "a session with a wrong expectation passes"; exit 1
 fi
-grep -q "copies.session:7: getStatus .*db.img: expected status absent, got ready" "$work/red.txt"
-
-# The guide's first provider is exactly what its code blocks say.
-python3 "$root/tests/house/guide_blocks.py" "$root/docs/provider-guide.md" "$work/guide"
-build_against_install "$work/guide" guide_build
-"$fihost" --state "$work/state" probe --plugin "$plugins/firstsnap.so"
+grep -q "keeps_three.session:[0-9]*: getStatus .*db.img: expected status absent, got ready" "$work/red.txt"
 echo "built and loaded against the install"
