@@ -45,6 +45,9 @@ python3 "$root/tests/house/guide_blocks.py" "$root/docs/provider-guide.md" "$gui
 diff - "$work/blocks" <<EOF
 from_an_arrays_tool_to_a_provider.sh
 fragments.cpp
+recording-tool
+playing-tool
+try.sh
 the_first_ten_minutes.sh
 CMakeLists.txt
 firstsnap.cpp
@@ -90,4 +93,11 @@ if ctest --test-dir "$tests/build" -R keeps_three -V >"$work/red.txt"; then
   echo "a session with a wrong expectation passes"; exit 1
 fi
 grep -q "keeps_three.session:[0-9]*: getStatus .*db.img: expected status absent, got ready" "$work/red.txt"
+
+# What the array guide says of recordings.
+recorded=$work/array_guide
+(cd "$recorded" && PATH=$prefix/bin:$PATH sh -ex try.sh >try.txt 2>&1) || { cat "$recorded/try.txt"; exit 1; }
+grep -q 'not recorded: \["list","E2"\]; all calls were played; nearest is call 3' "$recorded/try.txt"
+grep -q 'status 124' "$recorded/try.txt"
+if grep -q -e secret -e "$work" "$recorded/session"; then echo "a secret is recorded"; exit 1; fi
 echo "built and loaded against the install"
