@@ -67,6 +67,13 @@ class ArraySnapTest : public ProviderTest {
     load();
   }
 
+  // Puts a shell script in the place of the array's tool.
+  void useTool(const std::string& script) {
+    writeFile(m_dir.file("tool"), "#!/bin/sh\n" + script + "\n");
+    std::filesystem::permissions(m_dir.file("tool"), std::filesystem::perms::owner_all);
+    configure("\"TOOL\"=\"" + m_dir.file("tool") + "\"\n");
+  }
+
   int setTarget(const std::string& device, const std::string& target, const char* mode = "full") {
     return set(device, {{"snapshot_resource_spec", "[E1##" + device + ";" + target + "]"},
                         {"clone_mode", mode}});

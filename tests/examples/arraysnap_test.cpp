@@ -107,6 +107,31 @@ TEST_F(ArraySnap, ClonesMapsUnderALunNumberUnmapsAndFreesTheNumber) {
   EXPECT_EQ(status(made, "D0"), 0);
 }
 
+// With ORCA_RECORD=/PATH the array's answers are recorded there anew.
+TEST_F(ArraySnap, GoesThroughItsCycleWithoutAnArray) {
+  const std::string secret = " --secret " + m_dir.str() + " -- ";
+  if (const char* path = std::getenv("ORCA_RECORD")) {
+    m_array.make(2, "4K");
+    useTool("cd " + fs::path(FIARRAY_PROGRAM).parent_path().string() +
+            " && exec " FIRECORD_PROGRAM " --to " + path + secret + "./fiarray \"$@\"");
+  } else {
+    fs::copy_file(ARRAYSNAP_SESSION, m_dir.file("session"));
+    useTool("exec " FIRECORD_PROGRAM " --from " + m_dir.file("session") + secret + "\"$@\"");
+  }
+  ASSERT_EQ(setTarget("D0", "D1"), 0);
+  ASSERT_EQ(prepare({"D0"}), 0) << lastError();
+  const std::string made = kPrefix + "D1";
+  ASSERT_THAT(make({"D0"}), ElementsAre(made)) << lastError();
+  EXPECT_EQ(status(made, "D0"), 8);
+  EXPECT_THAT(import("D1"), testing::EndsWith("/array/images/E1/D1.img")) << lastError();
+  EXPECT_EQ(dispose(made), 6);
+  EXPECT_THAT(lastError(), HasSubstr("status 5. Its last line: fiarray: D1 is mapped."));
+  EXPECT_EQ(deport("D1"), 0);
+  EXPECT_EQ(dispose(made), 0);
+  EXPECT_EQ(import("D9"), "") << "which was not recorded";
+  EXPECT_THAT(lastError(), HasSubstr("status 4. Its last line: fiarray: no device D9"));
+}
+
 TEST_F(ArraySnap, TellsTroubleOfTheToolAndCanBeAskedAgain) {
   m_array.make(1, "4K");
   const std::string command = "arraysnap: \"" FIARRAY_PROGRAM " --state " +
@@ -156,9 +181,7 @@ TEST_F(ArraySnap, FindsTheNumberOfADeviceWhoseRecordWasLost) {
 }
 
 TEST_F(ArraySnap, LetsAToolPrintNoMoreThan16MiB) {
-  writeFile(m_dir.file("tool"), "#!/bin/sh\nhead -c 20000000 /dev/zero | tr '\\0' 'x'\n");
-  fs::permissions(m_dir.file("tool"), fs::perms::owner_all);
-  configure("\"TOOL\"=\"" + m_dir.file("tool") + "\"\n");
+  useTool("head -c 20000000 /dev/zero | tr '\\0' 'x'");
   EXPECT_EQ(import("D0"), "");
   EXPECT_THAT(lastError(), HasSubstr("its output is longer than 16777216 bytes. Its last line: x"));
 }
@@ -207,11 +230,6 @@ TEST_F(ArraySnap, TakesLoginsFromTheFrameworkFirstAndThenFromItsFile) {
 
 TEST_F(ArraySnap, ShowsThePasswordToNobodyButTheTool) {
   m_array.make(1, "4K");
-  const auto useTool = [this](const std::string& script) {
-    writeFile(m_dir.file("tool"), "#!/bin/sh\n" + script + "\n");
-    fs::permissions(m_dir.file("tool"), fs::perms::owner_all);
-    configure("\"TOOL\"=\"" + m_dir.file("tool") + "\"\n");
-  };
   useTool("cat /proc/$$/cmdline /proc/$$/environ >" + m_dir.file("seen") +
           "\nexec " FIARRAY_PROGRAM " \"$@\"");
   import("D0");
