@@ -3,7 +3,8 @@
 import re
 import sys
 
-from house import ROOT, finish, run
+from helps import differences, helped, verbs_of
+from house import ROOT, finish
 
 program = sys.argv[1]
 document = (ROOT / "docs/fihost.md").read_text()
@@ -14,23 +15,13 @@ def documented(section):
     return set(re.findall(r"^\| `([\w-]+)`", section, re.M)) - {"--help"}
 
 
-def helped(*verb):
-    """Options that the help of the program or a verb names; positional ones have capital letters."""
-    text = run(program, *verb, "--help").stdout
-    return set(re.findall(r"^  (?:-\w,)?(--[\w-]+|[A-Z]+(?= TEXT))", text, re.M)) - {"--help"}
-
-
-def differences(where, in_help, in_document):
-    return [f"{where}: fihost.md says nothing of {name}" for name in sorted(in_help - in_document)] + [
-        f"{where}: --help says nothing of {name}" for name in sorted(in_document - in_help)]
-
-
-verbs = set(re.findall(r"^  ([a-z]+) +[A-Z]", run(program, "--help").stdout, re.M))
+verbs = verbs_of(program)
 general = document.partition("## For every verb\n")[2].partition("\n## ")[0]
 sections = dict(re.findall(r"^### (\w+)\n(.*?)(?=^##)", document, re.M | re.S))
-findings = differences("fihost", helped(), documented(general)) + differences("verbs", verbs, set(sections))
+findings = differences("fihost.md", "fihost", helped(program), documented(general))
+findings += differences("fihost.md", "verbs", verbs, set(sections))
 for verb in sorted(verbs & set(sections)):
-    findings += differences(verb, helped(verb), documented(sections[verb]))
+    findings += differences("fihost.md", verb, helped(program, verb), documented(sections[verb]))
 if not verbs:
     findings.append("--help names no verb")
 
