@@ -4,8 +4,9 @@ include(CMakePackageConfigHelpers)
 set(orca_include_dir "${CMAKE_INSTALL_INCLUDEDIR}/orca_pdk")
 set(orca_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/orca_pdk")
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME devel)
 install(TARGETS orca_pdk fiutil EXPORT orca_pdk_targets
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT library NAMELINK_COMPONENT devel)
 install(DIRECTORY pdk/include/ fiutil/include/ DESTINATION "${orca_include_dir}"
         FILES_MATCHING PATTERN "*.h")
 install(FILES
@@ -21,8 +22,8 @@ install(FILES
 install(FILES pdk/orca_pdk.supp DESTINATION "${CMAKE_INSTALL_DATADIR}/orca_pdk")
 
 # Folders of the store, of which the kit makes only the last level; their places are fixed.
-install(DIRECTORY DESTINATION lib/orca/configfiles)
-install(DIRECTORY DESTINATION lib/orca/cachefiles)
+install(DIRECTORY DESTINATION lib/orca/configfiles COMPONENT library)
+install(DIRECTORY DESTINATION lib/orca/cachefiles COMPONENT library)
 
 install(EXPORT orca_pdk_targets NAMESPACE orca:: DESTINATION "${orca_package_dir}")
 configure_package_config_file(cmake/orca_pdkConfig.cmake.in
