@@ -4,10 +4,12 @@
 #include <functional>
 #include <string>
 
-#include "files.h"
+#include "common/files.h"
 #include "parameters.h"
 
 namespace filesnap {
+
+using namespace samples;
 
 // Called with the number of bytes done.
 using Progress = std::function<void(off_t done)>;

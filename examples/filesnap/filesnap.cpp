@@ -10,11 +10,13 @@
 #include <utility>
 #include <vector>
 
-#include "failure.h"
+#include "common/failure.h"
 #include "parameters.h"
 #include "retention.h"
 #include "snapshotmaking.h"
 #include "snapshotstore.h"
+
+const char* const samples::kUntrusted = "FILESNAP_UNTRUSTED";
 
 namespace filesnap {
 

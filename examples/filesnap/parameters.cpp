@@ -2,13 +2,14 @@
 
 #include <cfiparameters.h>
 
-#include "failure.h"
+#include "common/failure.h"
 
 namespace filesnap {
 
 namespace {
 
 using namespace orca_pdk;
+using namespace samples;
 
 const CFiParameters& parameters() {
   static const Parameters kDefaults;

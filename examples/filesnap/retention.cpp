@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "failure.h"
+#include "common/failure.h"
 #include "snapshotmaking.h"
 #include "snapshotstore.h"
 

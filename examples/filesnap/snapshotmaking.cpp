@@ -11,7 +11,7 @@
 #include <set>
 #include <utility>
 
-#include "failure.h"
+#include "common/failure.h"
 #include "filecopy.h"
 #include "staging.h"
 

@@ -5,7 +5,7 @@
 
 #include <system_error>
 
-#include "failure.h"
+#include "common/failure.h"
 #include "filecopy.h"
 #include "staging.h"
 

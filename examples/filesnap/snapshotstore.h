@@ -6,10 +6,12 @@
 #include <filesystem>
 #include <optional>
 
+#include "common/trust.h"
 #include "snapshotinfo.h"
-#include "trust.h"
 
 namespace filesnap {
+
+using namespace samples;
 
 // Snapshots are folders NAME.TIME.RANDOM below the snapshot folder of their file, each with the
 // files "data" and "info". A snapshot counts only when it, its files and the folders above it are

@@ -3,9 +3,11 @@
 
 #include <string>
 
-#include "files.h"
+#include "common/files.h"
 
 namespace filesnap {
+
+using namespace samples;
 
 // A file or folder under a temporary name, on its way to its final one. A lock marks it as in use,
 // so that what a dead process left can be told from what a live one is filling. What was not

@@ -22,7 +22,9 @@ build_against_install() { # SOURCE NAME
     cmake --install "$work/$2/build" >>"$work/$2.log" 2>&1 || { cat "$work/$2.log"; exit 1; }
 }
 
-for sample in "$root"/examples/*/; do
+cp -r "$root/examples/common" "$work"
+for sample in "$root"/examples/*/CMakeLists.txt; do
+  sample=$(dirname "$sample")
   name=$(basename "$sample")
   build_against_install "$sample" "$name"
   if readelf -d "$plugins/$name.so" | grep -q RUNPATH.*"$build"; then

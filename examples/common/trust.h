@@ -1,5 +1,5 @@
-#ifndef FILESNAP_TRUST_H
-#define FILESNAP_TRUST_H
+#ifndef SAMPLES_TRUST_H
+#define SAMPLES_TRUST_H
 
 #include <sys/stat.h>
 
@@ -10,7 +10,7 @@
 
 #include "files.h"
 
-namespace filesnap {
+namespace samples {
 
 // What others could have planted or exchanged is not believed. Trusted is what belongs to root, to
 // the process's user or to the owner of the file that is snapshotted, and what nobody else can
@@ -56,6 +56,6 @@ std::filesystem::path placeOf(const std::filesystem::path& file);
 // well, the process's user. Throws std::system_error.
 uid_t ownerOf(const std::filesystem::path& place);
 
-}  // namespace filesnap
+}  // namespace samples
 
 #endif

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <memory>
 
-namespace filesnap {
+namespace samples {
 
 namespace {
 
@@ -169,4 +169,4 @@ std::string randomText(std::size_t length) {
   return text;
 }
 
-}  // namespace filesnap
+}  // namespace samples

@@ -1,5 +1,5 @@
-#ifndef FILESNAP_FILES_H
-#define FILESNAP_FILES_H
+#ifndef SAMPLES_FILES_H
+#define SAMPLES_FILES_H
 
 #include <sys/stat.h>
 
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace filesnap {
+namespace samples {
 
 // Opened files and folders. Everything is reached by a name in an opened folder and no link is
 // followed, so that nothing can be exchanged between a look and the use. What a signal interrupts
@@ -89,6 +89,6 @@ void sync(const Descriptor& file);
 // So many random characters of [0-9a-f]. Throws std::system_error.
 std::string randomText(std::size_t length);
 
-}  // namespace filesnap
+}  // namespace samples
 
 #endif

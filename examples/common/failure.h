@@ -1,5 +1,5 @@
-#ifndef FILESNAP_FAILURE_H
-#define FILESNAP_FAILURE_H
+#ifndef SAMPLES_FAILURE_H
+#define SAMPLES_FAILURE_H
 
 #include <cfifailure.h>
 
@@ -9,7 +9,12 @@
 #include <system_error>
 #include <vector>
 
-namespace filesnap {
+namespace samples {
+
+// What the samples have in common. Each builds these sources into its plug-in, and defines which of
+// its messages says that something is not trusted: {0} is the path, {1} its owner, {2} its mode,
+// {3} who else could own it.
+extern const char* const kUntrusted;
 
 using Failure = orca_pdk::SFiFailure;
 
@@ -29,6 +34,6 @@ auto withMessage(const char* messageId, const std::filesystem::path& object, Ste
   }
 }
 
-}  // namespace filesnap
+}  // namespace samples
 
 #endif

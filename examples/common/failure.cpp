@@ -3,7 +3,7 @@
 #include <system_error>
 #include <utility>
 
-namespace filesnap {
+namespace samples {
 
 Failure failure(std::string messageId, std::vector<orca_pdk::CFiArgument> arguments) {
   return {std::move(messageId), std::move(arguments), orca_pdk::FI_FAILED};
@@ -11,4 +11,4 @@ Failure failure(std::string messageId, std::vector<orca_pdk::CFiArgument> argume
 
 std::string cause(int error) { return std::generic_category().message(error); }
 
-}  // namespace filesnap
+}  // namespace samples

@@ -8,7 +8,7 @@
 
 #include "failure.h"
 
-namespace filesnap {
+namespace samples {
 
 namespace {
 
@@ -95,7 +95,7 @@ void requireTrusted(const fs::path& path, const struct stat& status, uid_t owner
   // A second name of a file may lie where others can reach it, and is no proof of who put it here.
   const bool isOnly = S_ISDIR(status.st_mode) || status.st_nlink == 1;
   if (isOwned && isOnly && isClosed(status)) return;
-  throw failure("FILESNAP_UNTRUSTED", {path, user, modeText(status.st_mode), owner});
+  throw failure(kUntrusted, {path, user, modeText(status.st_mode), owner});
 }
 
 void requireTrusted(const Folder& folder, uid_t owner) {
@@ -118,4 +118,4 @@ uid_t ownerOf(const fs::path& place) {
   return looked == 0 ? status.st_uid : folder->way.back().status.st_uid;
 }
 
-}  // namespace filesnap
+}  // namespace samples
