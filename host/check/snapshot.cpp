@@ -196,7 +196,8 @@ void damage(Life&, const Taken& taken) {
   for (const auto& entry : fs::recursive_directory_iterator(taken.name, ignored)) look(entry);
   if (largest.empty()) throw Skipped{taken.name + " is no file that could be damaged"};
   fs::permissions(largest, fs::perms::owner_write, fs::perm_options::add, ignored);
-  fs::resize_file(largest, size / 2);
+  fs::resize_file(largest, size / 2, ignored);
+  if (ignored) throw Skipped{largest.string() + " cannot be written to: " + ignored.message()};
 }
 
 void refusesTheDamaged(Bench& bench) { refusesToRestore(bench, damage); }

@@ -8,11 +8,12 @@
 
 namespace fihost::check {
 
-// The first node of the user as one that may be written to and restored: a file. Its content is
-// kept aside and put back at the end, whatever came of it.
+// The first node of the user as one that may be written to and restored: a file, or a folder, of
+// which the first file is written to. The content is kept aside and put back at the end, whatever
+// came of it.
 class Source {
  public:
-  // Throws Skipped where the user has not allowed it, and for a node that is no file.
+  // Throws Skipped where the user has not allowed it, and where there is no file.
   explicit Source(const Bench& bench);
   ~Source();
   Source(const Source&) = delete;
@@ -29,6 +30,7 @@ class Source {
  private:
   const Bench& m_bench;
   std::string m_node;
+  std::string m_file;  // that is written to
   std::filesystem::path m_copy;
   std::string m_content;
   mutable std::string m_overwritten;
