@@ -1,13 +1,13 @@
 #!/bin/sh
-# check_sample.sh FIHOST BUILD filesnap|arraysnap [OPTION...]
+# check_sample.sh FIHOST BUILD filesnap|arraysnap|btrfssnap [OPTION...]
 #
 # Runs `fihost check` on a sample provider, in a temporary folder with two nodes, an install root and,
-# for arraysnap, a disk array. All must be kept, and none skipped but those that cannot apply.
+# for arraysnap, a disk array, for btrfssnap a file system. All must be kept, and none skipped but those that cannot apply.
 set -eu
 fihost=$1 examples=$2/examples sample=$3
 shift 3
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap 'umount "$work/data" 2>/dev/null; rm -rf "$work"' EXIT
 export ORCA_INSTALL_ROOT="$work/root"
 mkdir -p "$work/root/resources" "$work/root/lib/orca/configfiles" "$work/data"
 ln -s "$examples/$sample/resources/lib$sample" "$work/root/resources/"
@@ -20,6 +20,17 @@ if [ "$sample" = filesnap ]; then
   inapplicable='node.marker node.front node.groups resources.import_again resources.deport_again
     resources.numbers faults.commands faults.delays kills.import kills.deport'
   set -- "$work/data/a.img" "$work/data/b.img" --content "$content" --destructive "$@"
+elif [ "$sample" = btrfssnap ]; then
+  # In a mount namespace of this run's own: file system and loop device go with its last process.
+  "$(dirname "$0")/../support/btrfs.sh" /mnt/image "$work/data" || exit 77
+  for name in a b; do
+    btrfs -q subvolume create "$work/data/$name"
+    mkdir "$work/data/$name/folder"
+    head -c 100000 /dev/urandom >"$work/data/$name/folder/file"
+  done
+  inapplicable='node.marker node.front node.groups config.take_choices config.other_choices
+    resources.numbers snapshot.damaged faults.commands faults.delays'
+  set -- "$work/data/a" "$work/data/b" --content 'tar --sort=name --mtime=@0 -cf - -C "$1" .' --destructive "$@"
 else
   tool=$examples/arraysnap/fiarray/fiarray
   export FIARRAY_STATE="$work/array"

@@ -12,16 +12,6 @@
 
 namespace orca_tests {
 
-// What is in a folder, hidden names included.
-inline Names contents(const std::filesystem::path& folder) {
-  Names paths;
-  std::error_code none;
-  for (const auto& entry : std::filesystem::directory_iterator(folder, none))
-    paths.push_back(entry.path());
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
-
 constexpr uid_t kUser = 12345;
 
 // Runs an action in a child; what it finds wrong is told on standard output.

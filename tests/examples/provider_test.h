@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <orca_pdk.h>
 
+#include <algorithm>
 #include <map>
 
 #include "support/node.h"
@@ -14,6 +15,16 @@ namespace orca_tests {
 
 using Names = std::vector<std::string>;
 using Values = std::map<std::string, std::string>;
+
+// What is in a folder, hidden names included.
+inline Names contents(const std::filesystem::path& folder) {
+  Names paths;
+  std::error_code none;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, none))
+    paths.push_back(entry.path());
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
 
 // A provider under an install root of its own. All names of nodes begin with a prefix.
 class ProviderTest : public testing::Test {

@@ -1,0 +1,57 @@
+#include "parameters.h"
+
+#include <cfiparameters.h>
+
+#include "common/failure.h"
+
+namespace btrfssnap {
+
+namespace {
+
+using namespace orca_pdk;
+using samples::Failure;
+
+const CFiParameters& parameters() {
+  static const Parameters kDefaults;
+  static const CFiParameters kAll =
+      CFiParameters()
+          .addText("snapshot_dir", "BTRFSSNAP_PARAM_SNAPSHOT_DIR", kDefaults.directory)
+          .addText("name", "BTRFSSNAP_PARAM_NAME", kDefaults.pattern)
+          .addNumber("keep", "BTRFSSNAP_PARAM_KEEP", kDefaults.keep, 1, 64)
+          .addFlag("writable", "BTRFSSNAP_PARAM_WRITABLE", kDefaults.isWritable)
+          .addFlag("keep_replaced", "BTRFSSNAP_PARAM_KEEP_REPLACED", kDefaults.keepReplaced);
+  return kAll;
+}
+
+Failure refused(const SFiParameterFault& fault) {
+  if (fault.isUnknown) {
+    return {"BTRFSSNAP_UNKNOWN_PARAMETER", {fault.key, fault.allowed}, FI_INVALID};
+  }
+  return {"BTRFSSNAP_BAD_VALUE", {fault.key, fault.value, fault.allowed}, FI_INVALID};
+}
+
+}  // namespace
+
+void describeParameters(CFiConfigParamInfoList& list) { parameters().describe(list); }
+
+Parameters readParameters(const CFiConfigParamDataList& values) {
+  if (const auto fault = parameters().check(values)) throw refused(*fault);
+  Parameters chosen;
+  chosen.directory = parameters().text(values, "snapshot_dir");
+  if (chosen.directory.empty()) throw refused({"snapshot_dir", "", "/path, path"});
+  chosen.pattern = parameters().text(values, "name");
+  if (chosen.pattern.empty() || chosen.pattern.find('/') != std::string::npos) {
+    throw refused({"name", chosen.pattern, "%n, %s, %t, text without \"/\""});
+  }
+  chosen.keep = static_cast<int>(parameters().number(values, "keep"));
+  chosen.isWritable = parameters().flag(values, "writable");
+  chosen.keepReplaced = parameters().flag(values, "keep_replaced");
+  return chosen;
+}
+
+Parameters readParameters(CFiPrivateData& data) {
+  if (!data.hasConfigDataList(kSnapshotIndex)) return {};
+  return readParameters(*data.configDataList(kSnapshotIndex));
+}
+
+}  // namespace btrfssnap
