@@ -38,10 +38,18 @@ Descriptor next(const Descriptor& folder, const fs::path& name) {
   raise("open", isLink ? ELOOP : error);
 }
 
+// A change of the device number is no sign of a mount: each subvolume of a file system may have its
+// own. Where the kernel does not tell, the way is longer.
+bool isMount(const Descriptor& folder) {
+  struct statx status = {};
+  checked("statx",
+          [&] { return statx(folder.get(), "", AT_EMPTY_PATH | AT_NO_AUTOMOUNT, 0, &status); });
+  return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 void pass(Folder& folder) {
   const struct stat status = statusOf(folder.descriptor);
-  const bool isMount = !folder.way.empty() && folder.way.back().status.st_dev != status.st_dev;
-  if (isMount) folder.way.clear();
+  if (isMount(folder.descriptor)) folder.way.clear();
   folder.way.push_back({folder.path, status});
 }
 

@@ -240,6 +240,16 @@ TEST_F(BtrfsSnap, DisposesWhereThereIsNoRoomForALock) {
   EXPECT_EQ(status(made, m_vol), 0);
 }
 
+TEST_F(BtrfsSnap, TakesNoSubvolumeForAMountThatNobodyCanMove) {
+  const std::string open = m_data + "/open";
+  fs::create_directory(open);
+  for (const std::string& path : {open + "/sub", open + "/sub/vol"}) create(path);
+  ASSERT_EQ(prepare({open + "/sub/vol"}), 0) << lastError();
+  ASSERT_EQ(chmod(open.c_str(), 0777), 0);
+  EXPECT_EQ(prepare({open + "/sub/vol"}), 6);
+  EXPECT_THAT(lastError(), HasSubstr(open + " is not trusted: it belongs to user 0 and has mode"));
+}
+
 TEST_F(BtrfsSnap, FollowsNoLinkOnTheWayToSnapshots) {
   const std::string elsewhere = m_data + "/elsewhere";
   const std::string made = snapshot();
