@@ -68,13 +68,14 @@ void joinOutput(int file) {
 }  // namespace
 
 Calls callsThatEndWith(int error) {
-  const Calls waiting = {SYS_openat, SYS_read,      SYS_write, SYS_pread64, SYS_pwrite64,
-                         SYS_fsync,  SYS_fdatasync, SYS_flock, SYS_rename,  SYS_renameat};
-  const Calls naming = {SYS_openat,   SYS_mkdir,  SYS_mkdirat,  SYS_rename,
-                        SYS_renameat, SYS_unlink, SYS_unlinkat, SYS_newfstatat};
-  const Calls growing = {SYS_openat, SYS_mkdir,     SYS_mkdirat, SYS_rename,         SYS_renameat,
-                         SYS_fsync,  SYS_fdatasync, SYS_write,   SYS_pwrite64,       SYS_ftruncate,
-                         SYS_close,  SYS_fallocate, SYS_ioctl,   SYS_copy_file_range};
+  const Calls waiting = {SYS_openat,   SYS_read,     SYS_write,     SYS_pread64,
+                         SYS_pwrite64, SYS_fsync,    SYS_fdatasync, SYS_flock,
+                         SYS_rename,   SYS_renameat, SYS_renameat2};
+  const Calls naming = {SYS_openat,    SYS_mkdir,  SYS_mkdirat,  SYS_rename,    SYS_renameat,
+                        SYS_renameat2, SYS_unlink, SYS_unlinkat, SYS_newfstatat};
+  const Calls growing = {SYS_openat,    SYS_mkdir, SYS_mkdirat,   SYS_rename, SYS_renameat,
+                         SYS_renameat2, SYS_fsync, SYS_fdatasync, SYS_write,  SYS_pwrite64,
+                         SYS_ftruncate, SYS_close, SYS_fallocate, SYS_ioctl,  SYS_copy_file_range};
   switch (error) {
     case EINTR:
       return waiting;
