@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "files/descriptor.h"
 #include "cli/exitstatus.h"
+#include "files/descriptor.h"
 
 namespace fihost::project {
 
