@@ -5,7 +5,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-CODE_FOLDERS = ("vtools", "common", "fiutil", "pdk", "host", "firecord", "examples", "tests", "bench", "fuzz", "sweep")
+CODE_FOLDERS = ("vtools", "common", "fiutil", "pdk", "host", "examples", "tests", "bench", "fuzz", "sweep")
 
 
 def sources(*endings, folders=CODE_FOLDERS):

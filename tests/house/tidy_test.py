@@ -16,7 +16,7 @@ import tempfile
 
 from house import ROOT, finish, run
 
-FOLDERS = tuple(str(ROOT / f) + "/" for f in ("vtools", "common", "fiutil", "pdk", "host", "firecord", "examples"))
+FOLDERS = tuple(str(ROOT / f) + "/" for f in ("vtools", "common", "fiutil", "pdk", "host", "examples"))
 WARNINGS = ("-Wno-unknown-warning-option", "-Wzero-as-null-pointer-constant")
 MOST = 12  # sources at a time, so that no processor waits for the largest folder
 
