@@ -55,6 +55,13 @@ ORCA_FIUTIL_API void orca_accounting_totals(orca_totals* totals);
 ORCA_FIUTIL_API size_t orca_accounting_report(void (*visit)(const orca_finding*, void*),
                                               void* context);
 
+/*
+ * The size of a buffer or object id that is handed out now, which for an object id is the length of
+ * its name with the NUL. Returns 1 and fills size, which may be null; 0, and leaves size alone, for
+ * an address that this library did not hand out or got back. The address is not looked into.
+ */
+ORCA_FIUTIL_API int orca_accounting_size(const void* object, size_t* size);
+
 /* Forgets all findings and treats what is handed out now as given back. */
 ORCA_FIUTIL_API void orca_accounting_reset(void);
 

@@ -70,6 +70,15 @@ bool Registry::removeObjid(const orca_objid* id) noexcept {
   return true;
 }
 
+std::optional<std::size_t> Registry::sizeOf(const void* object) {
+  const std::lock_guard<std::mutex> guard(m_lock);
+  const auto buffer = m_buffers.find(object);
+  if (buffer != m_buffers.end()) return buffer->second.size;
+  const auto id = m_objids.find(object);
+  if (id != m_objids.end()) return id->second.name.size() + 1;
+  return std::nullopt;
+}
+
 orca_totals Registry::totals() {
   const std::lock_guard<std::mutex> guard(m_lock);
   return m_totals;
@@ -123,6 +132,12 @@ void orca_accounting_totals(orca_totals* totals) {
 
 size_t orca_accounting_report(void (*visit)(const orca_finding*, void*), void* context) {
   return Registry::instance().report(visit, context);
+}
+
+int orca_accounting_size(const void* object, size_t* size) {
+  const auto known = Registry::instance().sizeOf(object);
+  if (known && size != nullptr) *size = *known;
+  return known ? 1 : 0;
 }
 
 void orca_accounting_reset(void) { Registry::instance().reset(); }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -27,6 +28,8 @@ class Registry {
   bool removeBuffer(const void* buffer, std::size_t size) noexcept;
   bool removeObjid(const orca_objid* id) noexcept;
 
+  // The size of what is handed out there now; none for anything else.
+  std::optional<std::size_t> sizeOf(const void* object);
   orca_totals totals();
   std::size_t report(void (*visit)(const orca_finding*, void*), void* context);
   void reset();

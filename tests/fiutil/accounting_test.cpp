@@ -32,6 +32,13 @@ class Accounting : public testing::Test {
     EXPECT_EQ(orca_accounting_report(nullptr, nullptr), count);
     return seen;
   }
+  static constexpr size_t kNone = 77;
+  static size_t size(const void* object) {
+    size_t size = kNone;
+    const int isKnown = orca_accounting_size(object, &size);
+    EXPECT_EQ(isKnown, size == kNone ? 0 : 1);
+    return size;
+  }
   // Buffers out and back, object ids out and back, bytes out now.
   static std::vector<uint64_t> totals() {
     orca_totals t;
@@ -49,9 +56,13 @@ TEST_F(Accounting, NamesLeaksInTheOrderOfHandingOutUntilTheyComeBack) {
                                          {ORCA_FINDING_OBJID_LEAKED, id, 5, 0, "disk"},
                                          {ORCA_FINDING_BUFFER_LEAKED, empty, 0, 0, ""}}));
   EXPECT_EQ(totals(), (std::vector<uint64_t>{2, 0, 1, 0, kLarge}));
+  EXPECT_EQ(size(buffer), kLarge);
+  EXPECT_EQ(size(id), 5U);
+  EXPECT_EQ(size(empty), 0U);
   orca_free_objid(id);
   orca_free_buf(empty, 0);
   orca_free_buf(buffer, kLarge);
+  for (const void* gone : {buffer, empty, static_cast<void*>(id)}) EXPECT_EQ(size(gone), kNone);
   EXPECT_EQ(report(), std::vector<Seen>());
   EXPECT_EQ(totals(), (std::vector<uint64_t>{2, 2, 1, 1, 0}));
 }
