@@ -22,7 +22,15 @@ class InOperations : public CallObserver {
   InOperations& operator=(const InOperations&) = delete;
 
   void begins(const Call&) override { orca_fault_enable(1); }
-  void ended(const Call&) override { orca_fault_enable(0); }
+  void ended(const Call& call) override {
+    orca_fault_enable(0);
+    if (!call.refused.empty()) m_refused = call.operation->name + (": " + call.refused);
+  }
+  // What an operation claimed that cannot be so; empty when none did.
+  const std::string& refused() const { return m_refused; }
+
+ private:
+  std::string m_refused;
 };
 
 // Takes the provider through the life of a snapshot while one call of that kind fails, 0: none.
@@ -53,6 +61,7 @@ std::uint64_t live(const Bench& bench, int kind, std::uint64_t number) {
   const std::uint64_t calls = orca_fault_calls(kind);
   orca_fault_set(kind, 0);
   require(life.raised().empty(), life.raised());
+  require(faults.refused().empty(), faults.refused());
   const bool isNamed = !names.empty() && !names.front().empty();
   require(!isTaken || isNamed, "make succeeded, and handed out no named id");
   return calls;

@@ -31,7 +31,9 @@ std::string answerText(const Call& call) {
   const std::string mark = call.isDefault ? " (default)" : "";
   if (!call.code) return "done" + mark;
   const std::string meaning = call.operation->meaningOf(*call.code);
-  return (call.isGood() ? meaning : std::to_string(*call.code) + " (" + meaning + ")") + mark;
+  return (call.operation->isGood(*call.code) ? meaning
+                                             : std::to_string(*call.code) + " (" + meaning + ")") +
+         mark;
 }
 
 std::string failureText(const Failure& failure) {

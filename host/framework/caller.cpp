@@ -37,7 +37,7 @@ bool Caller::run(Op op, const std::string& node, Values arguments,
   const bool good = call.isGood();
   if (!call.operation->isStep) return good;
   m_last = std::move(call);
-  if (!good) reportFailure("");
+  if (!good) reportFailure(m_last.refused);
   return good;
 }
 

@@ -26,8 +26,8 @@ class Caller {
   void setDone(const std::string& text) { m_done = text; }
 
   // Calls an operation with `function(provider)`; `outputs`, when given, is called after that,
-  // whatever came of it, and fills in what was handed out. True when the operation did what it was
-  // called for. A last error that stood there before is taken away first.
+  // whatever came of it, fills in what was handed out and may refuse the answer. True when the
+  // operation did what it was called for. A last error that stood there before is taken away first.
   using Outputs = std::function<void(Call&)>;
   template <typename Function>
   bool call(Op op, const std::string& node, Values arguments, Function function,

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -14,7 +13,8 @@ namespace fihost {
 // What operations hand out. Each object gives it back at the end of its scope; what it offers first
 // is where the operation puts its answer.
 
-// The names of ids that stay the provider's, in order; empty for an id without one.
+// The names of ids that stay the provider's, in order, up to the first that is null; empty for an
+// id without one.
 std::vector<std::string> idNames(orca_objid* const* ids, long count);
 
 // One object id.
@@ -34,27 +34,36 @@ class HandedId {
   orca_objid* m_id = nullptr;
 };
 
-// An array of object ids, with the ids in it; of at most so many as were asked for, whatever the
-// provider says.
-class HandedIds {
+// An array of object ids or of texts with what is in it. What a provider says of it is believed
+// only as far as the accounting knows the array; nothing past that is looked at.
+template <typename Entry>
+class HandedArray {
  public:
-  explicit HandedIds(int most = std::numeric_limits<int>::max()) : m_most(most) {}
-  ~HandedIds();
-  HandedIds(const HandedIds&) = delete;
-  HandedIds& operator=(const HandedIds&) = delete;
+  // `what` says what is in it, in the plural.
+  explicit HandedArray(const char* what) : m_what(what) {}
+  ~HandedArray();
+  HandedArray(const HandedArray&) = delete;
+  HandedArray& operator=(const HandedArray&) = delete;
 
-  orca_objid*** array() { return &m_ids; }
-  int* count() { return &m_count; }
-  // The names of the ids, in order; empty for an id without one.
-  std::vector<std::string> names() const;
+  Entry*** array() { return &m_entries; }
+  long* count() { return &m_count; }
+  // The names of the ids, or the texts, in order; empty for one that is none.
+  std::vector<std::string> texts() const;
+  // Why the count, the array or an entry cannot be believed; empty when all can.
+  std::string problem() const;
 
  private:
   std::size_t size() const;
 
-  orca_objid** m_ids = nullptr;
-  int m_count = 0;
-  int m_most;
+  const char* m_what;
+  Entry** m_entries = nullptr;
+  long m_count = 0;
 };
+using HandedIds = HandedArray<orca_objid>;
+using HandedTexts = HandedArray<char>;
+
+// The same of an array of object ids that stays the provider's, which may be in any memory.
+std::string problemOfIds(orca_objid* const* ids, long count, const char* what);
 
 // One text.
 class HandedText {
@@ -72,39 +81,19 @@ class HandedText {
   char* m_text = nullptr;
 };
 
-// An array of texts.
-class HandedTexts {
- public:
-  HandedTexts() = default;
-  ~HandedTexts();
-  HandedTexts(const HandedTexts&) = delete;
-  HandedTexts& operator=(const HandedTexts&) = delete;
-
-  char*** array() { return &m_texts; }
-  long* count() { return &m_count; }
-  // The texts in order; empty for a null one.
-  std::vector<std::string> texts() const;
-
- private:
-  std::size_t size() const;
-
-  char** m_texts = nullptr;
-  long m_count = 0;
-};
-
 // A piece of provider state.
 class HandedBlob {
  public:
   HandedBlob() = default;
-  ~HandedBlob() { orca_free_buf(m_blob.data, m_blob.length); }
+  ~HandedBlob();
   HandedBlob(const HandedBlob&) = delete;
   HandedBlob& operator=(const HandedBlob&) = delete;
 
   pyx_blob* record() { return &m_blob; }
-  // Its bytes; empty when there are none.
-  std::string bytes() const {
-    return m_blob.data == nullptr ? "" : std::string(m_blob.data, m_blob.length);
-  }
+  // Its bytes; empty when there are none, or not so many as the provider says.
+  std::string bytes() const;
+  // Why its length cannot be believed; empty when it can.
+  std::string problem() const;
 
  private:
   pyx_blob m_blob{};

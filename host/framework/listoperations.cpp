@@ -5,6 +5,13 @@ namespace fihost::ops {
 
 namespace {
 
+// What nobody can have; of more the record, which is the framework's, says nothing here.
+std::string problemOf(const Listed& list) {
+  const std::string said = "it says that it listed " + std::to_string(list.count);
+  if (list.count < 0) return said;
+  return list.count > 0 && !list.isThere ? said + ", but handed out no list" : "";
+}
+
 // Calls an operation that hands out a list, with `function(provider, where the list goes)`.
 template <typename Record, typename Function>
 bool list(Caller& caller, Op op, const Values& arguments, Listed& answer, Function function) {
@@ -16,6 +23,7 @@ bool list(Caller& caller, Op op, const Values& arguments, Listed& answer, Functi
         answer.isThere = record != nullptr;
         call.outputs = {{"list", answer.isThere ? Value(std::string("handed out")) : Value()},
                         {"count", answer.count}};
+        call.refuse(problemOf(answer));
       });
 }
 

@@ -97,14 +97,15 @@ bool errMsg(Caller& caller, int code, std::string& text) {
 }
 
 std::optional<int> claim(Caller& caller, Node& node) {
-  HandedIds secondaries;
+  HandedIds secondaries("secondary nodes");
+  int count = 0;
   const bool good = caller.call(
       Op::Claim, node.name(), ofNode(node),
-      [&](auto& provider) {
-        return provider.claim(node.id(), secondaries.array(), secondaries.count());
-      },
+      [&](auto& provider) { return provider.claim(node.id(), secondaries.array(), &count); },
       [&](Call& call) {
-        call.outputs = {{"secondaries", secondaries.names()}};
+        *secondaries.count() = count;
+        call.outputs = {{"secondaries", secondaries.texts()}};
+        call.refuse(secondaries.problem());
       });
   return good ? caller.last().code : std::nullopt;
 }
@@ -206,7 +207,8 @@ bool subobjList(Caller& caller, Node& node, std::vector<std::string>& objects) {
       Op::SubobjList, node.name(), ofNode(node),
       [&](auto& provider) { return provider.subobjList(node.domain(), &list, &count); },
       [&](Call& call) {
-        objects = idNames(list, count);
+        call.refuse(problemOfIds(list, count, "sub-objects"));
+        if (call.refused.empty()) objects = idNames(list, count);
         call.outputs = {{"objects", objects}};
       });
 }
@@ -214,17 +216,16 @@ bool subobjList(Caller& caller, Node& node, std::vector<std::string>& objects) {
 bool queryValidSecondaries(Caller& caller, const std::string& node,
                            std::vector<std::string>& secondaries) {
   std::string name = node;
-  HandedIds ids;
-  long count = 0;
+  HandedIds ids("secondary nodes");
   return caller.call(
       Op::QueryValidSecondaries, node, {{"node", node}},
       [&](auto& provider) {
-        return provider.queryValidSecondaries(orNull(name), ids.array(), &count);
+        return provider.queryValidSecondaries(orNull(name), ids.array(), ids.count());
       },
       [&](Call& call) {
-        *ids.count() = static_cast<int>(count);
-        secondaries = ids.names();
+        secondaries = ids.texts();
         call.outputs = {{"secondaries", secondaries}};
+        call.refuse(ids.problem());
       });
 }
 
@@ -248,6 +249,7 @@ bool getProviderState(Caller& caller, Node& node, std::string& state) {
       [&](Call& call) {
         state = blob.bytes();
         call.outputs = {{"state", state}};
+        call.refuse(blob.problem());
       });
 }
 
@@ -268,14 +270,17 @@ void cacheFlush(Caller& caller, Node& node, int flags) {
 
 bool interpose(Caller& caller, Node& node, Interposed& answer) {
   HandedId own;
-  HandedIds groups;
+  HandedIds groups("groups");
+  int count = 0;
   const bool good = caller.call(
       Op::Interpose, node.name(), ofNode(node),
       [&](auto& provider) {
-        return provider.interpose(node.domain(), own.address(), groups.array(), groups.count());
+        return provider.interpose(node.domain(), own.address(), groups.array(), &count);
       },
       [&](Call& call) {
-        answer = {own.isThere(), own.name(), groups.names()};
+        *groups.count() = count;
+        call.refuse(groups.problem());
+        answer = {own.isThere(), own.name(), groups.texts()};
         call.outputs = {{"interposed", answer.name}, {"groups", answer.groups}};
       });
   if (good && caller.last().code == 0) answer.isThere = false;

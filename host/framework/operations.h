@@ -11,10 +11,11 @@
 
 // The operations of a provider as the host calls them, each with the name of its table. All go
 // through the caller, which reports a failure. Where nothing else is said, true means that the
-// operation did what it was called for. Outputs are filled in also after a failure, where the
-// provider handed something out. An empty text, session ids apart, is passed as null, and so are
-// records that this host does not have: access nodes, attributes, associations, replicas, resources
-// and the like.
+// operation did what it was called for, and said nothing of what it handed out that cannot be so (a
+// count that is negative or more than the array has room for, a null entry). Outputs are filled in
+// also after a failure, where the provider handed something out. An empty text, session ids apart,
+// is passed as null, and so are records that this host does not have: access nodes, attributes,
+// associations, replicas, resources and the like.
 namespace fihost::ops {
 
 // ---- The provider ----

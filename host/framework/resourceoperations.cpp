@@ -143,7 +143,7 @@ bool format(Caller& caller, const std::vector<std::string>& resources,
             const ResourceOptions& options, std::vector<std::string>& formatted) {
   TextArray names(resources);
   ResourceOptions given = options;
-  HandedTexts texts;
+  HandedTexts texts("resources");
   int count = 0;
   return caller.call(
       Op::Format, nodeOf(resources), ofResources(resources, options),
@@ -155,6 +155,7 @@ bool format(Caller& caller, const std::vector<std::string>& resources,
         *texts.count() = count;
         formatted = texts.texts();
         call.outputs = {{"formatted", formatted}};
+        call.refuse(texts.problem());
       });
 }
 
@@ -169,7 +170,7 @@ bool onlineResource(Caller& caller, const std::vector<std::string>& resources,
                     const ResourceOptions& options, std::vector<std::string>& onlined) {
   TextArray names(resources);
   ResourceOptions given = options;
-  HandedTexts texts;
+  HandedTexts texts("resources");
   int count = 0;
   return caller.call(
       Op::OnlineResource, nodeOf(resources),
@@ -183,6 +184,7 @@ bool onlineResource(Caller& caller, const std::vector<std::string>& resources,
         *texts.count() = count;
         onlined = texts.texts();
         call.outputs = {{"onlined", onlined}};
+        call.refuse(texts.problem());
       });
 }
 

@@ -97,22 +97,26 @@ bool prepareSnapshots(Caller& caller, SplitSession& session) {
 bool make(Caller& caller, NodeSet& nodes, const std::string& sessionId,
           std::vector<std::string>& snapshots) {
   std::string session = sessionId;
-  HandedIds ids(nodes.count());
-  const bool good = caller.call(
+  HandedIds ids("snapshots");
+  int count = 0;
+  return caller.call(
       Op::Make, nodes.names(), ofSession(nodes, sessionId),
       [&](auto& provider) {
         return provider.make(session.data(), nodes.splitNodes(), nodes.count(), ids.array(),
-                             ids.count());
+                             &count);
       },
       [&](Call& call) {
-        snapshots = ids.names();
+        *ids.count() = count;
+        snapshots = ids.texts();
         call.outputs = {{"snapshots", snapshots}};
         call.known =
             snapshots.empty() ? "no snapshot was handed out" : "handed out: " + joined(snapshots);
+        if (count > nodes.count()) {
+          call.refuse("it says that it handed out " + std::to_string(count) + " snapshots of " +
+                      std::to_string(nodes.count()) + " nodes");
+        }
+        call.refuse(ids.problem());
       });
-  if (!good || *ids.count() <= nodes.count()) return good;
-  return caller.refuse("it says that it handed out " + std::to_string(*ids.count()) +
-                       " snapshots of " + std::to_string(nodes.count()) + " nodes");
 }
 
 bool makeSnapshots(Caller& caller, SplitSession& session) {
@@ -156,7 +160,7 @@ bool restore(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::st
              std::vector<long>& statuses) {
   std::string session = sessionId;
   std::string splitType = caller.plugin().provider().getFimName();
-  HandedTexts names;
+  HandedTexts names("names");
   statuses.assign(snapshots.size(), kNoStatus);
   return caller.call(
       Op::Restore, sources.names(), ofPairs(sources, snapshots, sessionId),
@@ -166,6 +170,7 @@ bool restore(Caller& caller, NodeSet& sources, NodeSet& snapshots, const std::st
       },
       [&](Call& call) {
         call.outputs = {{"names", names.texts()}, {"statuses", statuses}};
+        call.refuse(names.problem());
       });
 }
 

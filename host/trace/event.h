@@ -33,10 +33,17 @@ struct Call {
   std::string known;        // what the outputs show to have changed; may be empty
   std::optional<int> code;  // none for operations without a result and after an exception
   std::string exception;    // what was raised; empty when nothing was
+  std::string refused;      // why its good answer is not believed; empty when it is
   double milliseconds = 0;
 
   // True when the operation did what it was called for.
-  bool isGood() const { return exception.empty() && (!code || operation->isGood(*code)); }
+  bool isGood() const {
+    return exception.empty() && refused.empty() && (!code || operation->isGood(*code));
+  }
+  // Does not believe a good answer for a reason; an empty one is none.
+  void refuse(const std::string& reason) {
+    if (isGood()) refused = reason;
+  }
 };
 
 // What has changed, as a sentence without a point: what was done before a call that failed or never

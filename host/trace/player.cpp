@@ -65,8 +65,12 @@ void Player::play(const SessionStep& step) {
     isJudged = isJudged || isOfAnswer(expectation.words);
     judge(step, expectation);
   }
-  if (!isJudged && !m_caller.last().isGood())
+  const Call& call = m_caller.last();
+  if (!call.refused.empty()) {
+    missed(step, step.line, "an answer to believe, but " + call.refused);
+  } else if (!isJudged && !call.isGood()) {
     missed(step, step.line, "that it does its work, but it " + answer());
+  }
 }
 
 void Player::perform(const SessionStep& step) {

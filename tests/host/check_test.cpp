@@ -81,7 +81,7 @@ constexpr Case kCases[] = {
     {"memory.threads", "threads became"},
     {"memory.zombies", "was never reaped"},
     {"faults.buffers", "operation make raised std::bad_alloc"},
-    {"faults.ids", "make succeeded, and handed out no named id"},
+    {"faults.ids", "make: it says that it handed out 1 snapshots, but number 1 is null"},
     {"faults.commands", "command in child context number 1 of 1 failed: operation make raised int"},
     {"faults.delays", "child context, delayed, number 1 of 1 failed: operation make raised int"},
     {"kills.make", "what no operation removes: /"},

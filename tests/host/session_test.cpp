@@ -245,6 +245,47 @@ TEST_F(Session, EveryExpectationThatIsNotMetIsNamedByItsLine) {
   for (const auto& [text, miss] : cases) EXPECT_EQ(misses(play(text, 1)), Words{miss});
 }
 
+TEST_F(Session, AnAnswerWhoseCountCannotBeSoIsRefused) {
+  const std::pair<const char*, const char*> calls[] = {
+      {"claim n", "secondary nodes"},     {"queryValidSecondaries n", "secondary nodes"},
+      {"interpose n", "groups"},          {"format r", "resources"},
+      {"make n m o", "snapshots"},        {"enumerateEnclosures", "listed"},
+      {"processProviderState n", "state"}};
+  struct {
+    const char* lie;
+    const char *ofArray, *ofList, *ofState;
+  } const cases[] = {
+      {"-1 2 2", "-1 *", "-1", "18446744073709551615 bytes in a buffer of 2"},
+      {"3 2 2", "3 * in an array that has room for 2", "3, but handed out no list",
+       "3 bytes in a buffer of 2"},
+      {"3 -1 0", "3 *, but no array of them", "3, but handed out no list",
+       "3 bytes, but no buffer"},
+      {"3 3 1", "3 *, but number 2 is null", "3, but handed out no list",
+       "3 bytes in a buffer of 2"},
+  };
+  for (const auto& [lie, ofArray, ofList, ofState] : cases) {
+    SCOPED_TRACE(lie);
+    const ScopedEnv env("TEST_LIE", lie);
+    Words expected;
+    std::string text;
+    for (const auto& [call, what] : calls) {
+      text += std::string(call) + "\nexpect 0\n";
+      std::string told = "handed out " + std::string(ofArray);
+      if (told.find('*') != told.npos) told.replace(told.find('*'), 1, what);
+      if (what == std::string("listed")) told = "listed " + std::string(ofList);
+      if (what == std::string("state")) told = "handed out a state of " + std::string(ofState);
+      std::string nodes = call;
+      if (nodes == "make n m o") nodes = "make n, m, o";
+      expected.push_back("s:" + std::to_string(2 * expected.size() + 1) + " " + nodes +
+                         ": expected an answer to believe, but it says that it " + told);
+    }
+    EXPECT_EQ(misses(play(text, 1, "answering")), expected);
+    EXPECT_THAT(run({"probe", "--plugin", plugin("answering"), "n"}).err,
+                HasSubstr("operation claim, node n: not claimed; it says that it handed out " +
+                          std::string(lie, std::string(lie).find(' ')) + " secondary nodes"));
+  }
+}
+
 TEST_F(Session, WhatIsExpectedIsNoFailure) {
   const ScopedEnv fail("TEST_FAIL", "quiesce");
   const ScopedEnv raise("TEST_THROW", "make");

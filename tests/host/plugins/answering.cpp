@@ -1,11 +1,34 @@
 #include <cfiproviderentry.h>
 #include <cfistringtool.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 namespace {
 
 using namespace orca_pdk;
+
+// The words of TEST_LIE: how many entries are told of, how many the array has room for (-1: there
+// is none), how many are there.
+struct Lie {
+  int count = 1, room = 1, filled = 1;
+
+  Lie() {
+    const char* text = std::getenv("TEST_LIE");
+    if (text != nullptr) std::istringstream(text) >> count >> room >> filled;
+  }
+  template <typename Entry, typename Count, typename Make>
+  void handOut(Entry*** entries, Count* told, Make make) const {
+    *told = count;
+    if (room < 0) return;
+    *entries = static_cast<Entry**>(orca_alloc_buf(static_cast<std::size_t>(room) * sizeof(void*)));
+    for (int i = 0; i < filled; ++i) (*entries)[i] = make();
+  }
+  void handOutIds(orca_objid*** ids, int* told) const {
+    handOut(ids, told, [] { return orca_get_objid("one", 4, 3); });
+  }
+};
 
 // Answers with what it was asked, and hands out lists of its own.
 class Answering : public CFiPluginBase {
@@ -22,9 +45,38 @@ class Answering : public CFiPluginBase {
     return FI_OK;
   }
   int queryValidSecondaries(char* node, orca_objid*** ids, long* count) override {
-    *ids = static_cast<orca_objid**>(orca_alloc_buf(sizeof **ids));
-    **ids = orca_get_objid(node, std::strlen(node) + 1, 3);
-    *count = 1;
+    Lie().handOut(ids, count, [&] { return orca_get_objid(node, std::strlen(node) + 1, 3); });
+    return FI_OK;
+  }
+  int claim(orca_objid*, orca_objid*** ids, int* count) override {
+    Lie().handOutIds(ids, count);
+    return PYX_CLAIM_NONE;
+  }
+  int interpose(pyx_domain*, orca_objid**, orca_objid*** groups, int* count) override {
+    Lie().handOutIds(groups, count);
+    return 0;
+  }
+  int make(char* session, pyx_splitnode** nodes, int count, orca_objid*** ids,
+           int* idCount) override {
+    if (count == 1) return CFiPluginBase::make(session, nodes, count, ids, idCount);
+    Lie().handOutIds(ids, idCount);
+    return FI_OK;
+  }
+  int format(char**, int, char*, char*, char*, int, char*** texts, int* count) override {
+    Lie().handOut(texts, count, [] { return CFiStringTool::tstrdup("one"); });
+    return FI_OK;
+  }
+  int enumerateEnclosures(pyx_enclosure_node_list**, int* count, char*) override {
+    *count = std::getenv("TEST_LIE") == nullptr ? 0 : Lie().count;
+    return FI_OK;
+  }
+  int processProviderState(pyx_domain* domain, pyx_blob* blob,
+                           pyx_op_providerstate state) override {
+    if (std::getenv("TEST_LIE") == nullptr)
+      return CFiPluginBase::processProviderState(domain, blob, state);
+    const Lie lie;
+    blob->length = static_cast<std::uint64_t>(lie.count);
+    if (lie.room >= 0) blob->data = static_cast<char*>(orca_alloc_buf(2));
     return FI_OK;
   }
   int onlineResource(char** resources, int count, char* type, char* name, char* host, char* options,
