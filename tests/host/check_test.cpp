@@ -39,7 +39,7 @@ constexpr Case kCases[] = {
     {"config.types", "parameter check has no known type"},
     {"config.usages", "parameter label has no known usage"},
     {"config.defaults", "parameter keep has the default \"70\"; allowed: 1-64"},
-    {"config.labels", "no text for \"BREAKING_NOWHERE\" in the language de"},
+    {"config.labels", "no text for \"BREAKING_ENGLISH\" in the language de"},
     {"config.take_defaults", "keep = \"7\" was refused: "},
     {"config.take_bounds", "keep = \"64\" was refused: "},
     {"config.past_bounds", "keep = \"0\" was taken"},

@@ -65,7 +65,7 @@ std::map<std::string, CFiConfigParamInfo> parameters() {
   if (breaks("config.types")) check.dataType = FI_DATATYPE_UNKNOWN;
   if (breaks("config.usages")) label.usageType = FI_USAGE_UNKNOWN;
   if (breaks("config.defaults")) keep.defaultValue = "70";
-  if (breaks("config.labels")) label.messageId = "BREAKING_NOWHERE";
+  if (breaks("config.labels")) label.messageId = "BREAKING_ENGLISH";
   return {{"mode", mode}, {"keep", keep}, {"check", check}, {"label", label}};
 }
 
