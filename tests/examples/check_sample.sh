@@ -7,7 +7,7 @@ set -eu
 fihost=$1 examples=$2/examples sample=$3
 shift 3
 work=$(mktemp -d)
-trap 'umount "$work/data" 2>/dev/null; rm -rf "$work"' EXIT
+trap '[ "$sample" != btrfssnap ] || umount "$work/data" 2>/dev/null || :; rm -rf "$work"' EXIT
 export ORCA_INSTALL_ROOT="$work/root"
 mkdir -p "$work/root/resources" "$work/root/lib/orca/configfiles" "$work/data"
 ln -s "$examples/$sample/resources/lib$sample" "$work/root/resources/"
