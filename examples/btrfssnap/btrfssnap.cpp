@@ -173,6 +173,16 @@ class BtrfsSnap : public CFiPluginBase {
     });
   }
 
+  // Ready is what no crash takes away any more.
+  int isReady(char*, pyx_splitnode** nodes, int count) override {
+    return m_setup.guarded("isReady", [&] {
+      for (const auto& entry : m_limits) waitForSnapshots(entry.first);
+      for (pyx_domain* domain : domainsOf(nodes, count)) {
+        if (domain != nullptr) domain->flags |= FI_NODE_READY;
+      }
+    });
+  }
+
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
     return m_setup.guarded("getStatus", [&] {

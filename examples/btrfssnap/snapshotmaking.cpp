@@ -67,7 +67,6 @@ class Making {
       staged.reserve(members.size());
       for (const std::size_t i : members) staged.push_back(stage(*folder, i));
       for (const Staged& one : staged) publish(*folder, one);
-      commit(folder->descriptor());
     } catch (...) {
       folder->sweep();
       throw;
@@ -150,6 +149,10 @@ std::vector<Made> takeSnapshots(const std::vector<Request>& requests, const std:
     withdraw(making.made());
     throw;
   }
+}
+
+void waitForSnapshots(const fs::path& folder) {
+  withMessage("BTRFSSNAP_MAKE_UNSURE", folder, [&] { commit(openFolder(folder).descriptor); });
 }
 
 void withdraw(const std::vector<Made>& made) {

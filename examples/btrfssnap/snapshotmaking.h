@@ -11,9 +11,10 @@
 
 namespace btrfssnap {
 
-// A snapshot is made under a temporary name, gets its name when those of its session are there, and
-// lasts when make is done. The folders of a session are worked on one after the other, and their
-// subvolumes too: whatever their number, a few descriptors are open.
+// A snapshot is made under a temporary name, and gets its name when those of its session are there.
+// That the names last is waited for after the writers may go on. The folders of a session are
+// worked on one after the other, and their subvolumes too: whatever their number, a few descriptors
+// are open.
 //
 // All operations throw Failure.
 
@@ -35,6 +36,9 @@ void checkSources(const std::vector<Request>& requests);
 
 // Makes a snapshot of each subvolume, all or none.
 std::vector<Made> takeSnapshots(const std::vector<Request>& requests, const std::string& session);
+
+// Waits until the names of the snapshots in a folder last.
+void waitForSnapshots(const std::filesystem::path& folder);
 
 // Removes snapshots that were made in vain, those without a path left out. Fails when one of them
 // stays.

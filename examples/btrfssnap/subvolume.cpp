@@ -130,9 +130,9 @@ std::optional<std::string> nestedIn(const Subvolume& subvolume) {
 }
 
 void commit(const Descriptor& folder) {
-  uint64_t transaction = 0;
-  require(btrfs_util_start_sync_fd(folder.get(), &transaction), "sync");
-  require(btrfs_util_wait_sync_fd(folder.get(), transaction), "sync");
+  // Names of subvolumes are in no log: this commits the transaction. BTRFS_IOC_START_SYNC would
+  // too, but Linux 6.18 was seen to wait in it for ever.
+  sync(folder);
 }
 
 bool isSameFileSystem(const Descriptor& a, const Descriptor& b) {

@@ -51,7 +51,7 @@ void removeSubvolume(const Descriptor& folder, const Identity& identity);
 // The path of a subvolume that lies within this one; nothing where none does.
 std::optional<std::string> nestedIn(const Subvolume& subvolume);
 
-// Waits until all that was done in the file system lasts.
+// Waits until all that was done with subvolumes in a folder lasts.
 void commit(const Descriptor& folder);
 
 // Whether both lie in one Btrfs file system.

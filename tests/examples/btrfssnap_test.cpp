@@ -55,6 +55,15 @@ TEST_F(BtrfsSnap, NamesSnapshotsByThePatternAndTheirUuid) {
   }
 }
 
+TEST_F(BtrfsSnap, IsReadyWhenNoCrashTakesASnapshotAway) {
+  snapshot();
+  ASSERT_EQ(m_provider->isReady(m_session, split({m_vol}).data(), 1), 0) << lastError();
+  EXPECT_EQ(node(m_vol).domain.flags, orca_pdk::FI_NODE_READY);
+  fs::rename(m_folder, m_data + "/gone");
+  EXPECT_EQ(m_provider->isReady(m_session, split({m_vol}).data(), 1), 6);
+  EXPECT_THAT(lastError(), HasSubstr(m_folder + " are made, but a crash may take them away: No"));
+}
+
 TEST_F(BtrfsSnap, RestoresAnySnapshotWhateverWasRestoredBefore) {
   const std::string first = snapshot();
   writeFile(m_vol + "/file", "second");
