@@ -348,7 +348,8 @@ int CFiConfiguration::importFile() {
   if (!m_opened || !isFile) return kFailed;
   m_isRejected = true;
   const char* const name = m_configFullPath.c_str();
-  const int result = unlessShort([&] { return ACE_Registry_ImpExp(m_heap).import_config(name); });
+  const int result = retryInterrupted(
+      [&] { return unlessShort([&] { return ACE_Registry_ImpExp(m_heap).import_config(name); }); });
   m_isRejected = result != 0;
   return result;
 }
