@@ -24,6 +24,8 @@ constexpr std::size_t kLongestOutput = 16 << 20;
 constexpr long kCloseSeconds = 1;
 // How the pipe tells an exit status.
 constexpr char kExited[] = "Command exited with status ";
+// And why nothing was run.
+constexpr char kErrno[] = "errno=";
 
 // A word as the command text wants it.
 std::string quoted(const std::string& word) {
@@ -53,13 +55,23 @@ std::string ending(orca_pdk::CFiExecPipePosix& pipe, int result, const Settings&
     case orca_pdk::FI_EXEC_NOT_EXECUTABLE:
       return "the program is missing or not executable";
     default:
-      return pipe.getLastError().message;
+      break;
   }
+  const std::string message = pipe.getLastError().message;
+  if (!message.starts_with(kErrno)) return message;
+  return std::string("it could not be run: ") +
+         std::strerror(std::atoi(message.c_str() + sizeof kErrno - 1));
+}
+
+// Whether there never was a process.
+bool isUnborn(int result) {
+  return result == orca_pdk::FI_EXEC_PIPE_FAILED || result == orca_pdk::FI_EXEC_FORK_FAILED ||
+         result == orca_pdk::FI_EXEC_NOT_EXECUTABLE;
 }
 
 // What the tool's exit status says of the array. The tool's manual names these, and no others.
 Array arrayAfter(const orca_pdk::CFiExecPipePosix& pipe, int result) {
-  if (result == orca_pdk::FI_EXEC_NOT_EXECUTABLE) return Array::kDidNothing;
+  if (isUnborn(result)) return Array::kDidNothing;
   const std::string message = pipe.getLastError().message;
   if (result != orca_pdk::FI_EXEC_EXIT_STATUS || !message.starts_with(kExited)) {
     return Array::kNotKnown;
@@ -95,12 +107,14 @@ const std::string& Reply::at(const std::string& key) const {
 LoginFile::LoginFile(const std::string& user, const std::string& password)
     : m_fd(memfd_create("login", MFD_CLOEXEC)) {
   const std::string text = user + "\n" + password + "\n";
-  if (m_fd >= 0 && write(m_fd, text.data(), text.size()) == static_cast<ssize_t>(text.size())) {
-    return;
-  }
+  ssize_t written = -1;
+  do {
+    if (m_fd >= 0) written = write(m_fd, text.data(), text.size());
+  } while (m_fd >= 0 && written < 0 && errno == EINTR);
+  if (written == static_cast<ssize_t>(text.size())) return;
   const int error = errno;
   if (m_fd >= 0) close(m_fd);
-  throw std::system_error(error, std::generic_category(), "memfd_create");
+  throw std::system_error(error, std::generic_category(), "the login for the array's tool");
 }
 
 LoginFile::~LoginFile() { close(m_fd); }
