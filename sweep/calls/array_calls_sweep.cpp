@@ -69,6 +69,51 @@ TEST_P(ArraySnapCalls, DeportsOrSaysWhyNot) {
       .failEverywhere(GetParam());
 }
 
+class ArrayCloneCalls : public ArrayCloneWork, public testing::WithParamInterface<int> {
+ protected:
+  // Fails every call of some work once. What a signal interrupted is done; any other failure is
+  // explained, and the array is what the message says that it is.
+  void sweep(const std::string& name, const TracedWork& work, const std::function<void()>& begin,
+             const std::string& before, const std::string& after) {
+    TracedSweep{"arraysnap " + name, work, begin,
+                [&](const TracedEnd& end) {
+                  ASSERT_EQ(end.status, 0) << end.text;
+                  if (GetParam() == EINTR) {
+                    EXPECT_EQ(end.text, "no error");
+                  }
+                  if (end.result == 0) {
+                    EXPECT_EQ(shown(), after);
+                  } else {
+                    EXPECT_THAT(end.text, testing::StartsWith("arraysnap: "));
+                    EXPECT_THAT(end.text, testing::Not(HasSubstr("errno=")));
+                    if (end.text.find("not known") == end.text.npos) {
+                      EXPECT_EQ(shown(), before) << end.text;
+                    }
+                  }
+                  expectOrder();
+                },
+                2}
+        .failEverywhere(GetParam());
+  }
+};
+
+TEST_P(ArrayCloneCalls, PreparesOrSaysWhyNot) {
+  sweep(
+      "prepare", preparing(), [this] { beginWithout(); }, m_without, m_without);
+}
+
+TEST_P(ArrayCloneCalls, MakesASnapshotOrSaysWhyNot) {
+  sweep(
+      "make", making(), [this] { beginWithout(); }, m_without, m_with);
+}
+
+TEST_P(ArrayCloneCalls, DisposesOrSaysWhyNot) {
+  sweep(
+      "dispose", disposing(), [this] { beginWith(); }, m_with, m_without);
+}
+
+INSTANTIATE_TEST_SUITE_P(Errors, ArrayCloneCalls, testing::ValuesIn(kErrors),
+                         [](const auto& error) { return strerrorname_np(error.param); });
 INSTANTIATE_TEST_SUITE_P(Errors, ArraySnapCalls, testing::ValuesIn(kErrors),
                          [](const auto& error) { return strerrorname_np(error.param); });
 

@@ -39,5 +39,20 @@ TEST_F(ArrayImportWork, AgreesWithTheArrayWhereverADeportIsKilled) {
       .killEverywhere();
 }
 
+TEST_F(ArrayCloneWork, LeavesNothingThatDisposeDoesNotRemoveWhereverMakeIsKilled) {
+  TracedSweep{"arraysnap make", making(), [this] { beginWithout(); },
+              [this](const TracedEnd&) { expectOrder(); }}
+      .killEverywhere();
+}
+
+TEST_F(ArrayCloneWork, LeavesASnapshotThatCanBeDisposedOfWhereverDisposeIsKilled) {
+  TracedSweep{"arraysnap dispose", disposing(), [this] { beginWith(); },
+              [this](const TracedEnd&) {
+                EXPECT_THAT(shown(), testing::AnyOf(m_with, m_without));
+                expectOrder();
+              }}
+      .killEverywhere();
+}
+
 }  // namespace
 }  // namespace orca_tests

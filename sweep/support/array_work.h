@@ -101,6 +101,67 @@ class ArrayImportWork : public ArraySnapTest {
   }
 };
 
+// The provider's snapshot of D0 on D1: a case begins without it or with it, on an array that shows
+// nothing else.
+class ArrayCloneWork : public ArraySnapTest {
+ protected:
+  ArrayCloneWork() {
+    m_array.make(2, "64K");
+    m_array.write("D0", m_data);
+    EXPECT_EQ(setTarget("D0", "D1"), 0) << lastError();
+    m_without = m_array.ok("list");
+    beginWith();
+    m_with = m_array.ok("list");
+  }
+
+  void beginWithout() { EXPECT_EQ(dispose(m_snapshot), 0) << lastError(); }
+  void beginWith() {
+    beginWithout();
+    EXPECT_THAT(make({"D0"}), testing::ElementsAre(m_snapshot)) << lastError();
+  }
+
+  TracedWork preparing() {
+    return work([this] { return prepare({"D0"}); });
+  }
+  TracedWork making() {
+    return work([this] { return make({"D0"}).empty() ? m_result : 0; });
+  }
+  TracedWork disposing() {
+    return work([this] { return dispose(m_snapshot); });
+  }
+
+  // What the array shows.
+  std::string shown() const { return m_array.ok("list"); }
+  // The source is whole, and whatever is on the target the provider's operations remove it and
+  // make it anew.
+  void expectOrder() {
+    EXPECT_TRUE(readFile(m_array.image("D0")).starts_with(m_data));
+    const long before = status(m_snapshot, "D0");
+    if (before == orca_pdk::FI_SNAPSHOT_READY) {
+      expectWhole();
+    }
+    beginWithout();
+    EXPECT_EQ(shown(), m_without);
+    EXPECT_EQ(status(m_snapshot, "D0"), orca_pdk::FI_SNAPSHOT_ABSENT);
+    beginWith();
+    EXPECT_EQ(shown(), m_with);
+    EXPECT_EQ(status(m_snapshot, "D0"), orca_pdk::FI_SNAPSHOT_READY);
+    expectWhole();
+  }
+
+  const std::string m_data = std::string(40000, 'n');
+  const std::string m_snapshot = kPrefix + "D1";
+  std::string m_without, m_with;
+
+ private:
+  void expectWhole() const {
+    EXPECT_EQ(readFile(m_array.image("D1")), readFile(m_array.image("D0")));
+  }
+  TracedWork work(std::function<int()> operation) {
+    return TracedWork(std::move(operation), [this] { return lastError(); });
+  }
+};
+
 }  // namespace orca_tests
 
 #endif
