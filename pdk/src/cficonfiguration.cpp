@@ -194,7 +194,12 @@ int CFiConfiguration::Heap::open_section(const ACE_Configuration_Section_Key& ba
                                          ACE_Configuration_Section_Key& result) {
   const auto* above = dynamic_cast<const ACE_Configuration_Section_Key_Heap*>(
       get_internal_key(const_cast<ACE_Configuration_Section_Key&>(base)));
-  const std::ptrdiff_t levels = above != nullptr ? levelsOf(above->path_) : 0;
+  const char* const path = above != nullptr ? above->path_ : "";
+  if (path == nullptr) {  // ACE found no memory for it and did not look
+    errno = ENOMEM;
+    return kFailed;
+  }
+  const std::ptrdiff_t levels = levelsOf(path);
   if (levels + levelsOf(name) > kMostLevels) return kFailed;
   return ACE_Configuration_Heap::open_section(base, name, create, result);
 }

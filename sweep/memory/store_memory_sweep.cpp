@@ -121,5 +121,18 @@ TEST_F(StoreMemory, GivesWholeCredentials) {
   ShortMemory{"importCredentials", parse}.sweep();
 }
 
+TEST_F(StoreMemory, TakesASectionThatFoundNoMemoryForAbsent) {
+  CFiConfiguration config;
+  ACE_Configuration_Section_Key section;
+  config.openSection("A\\B", section, 1);
+  ACE_Configuration_Heap& heap = config.configHeap();
+  const auto open = [&] {
+    ACE_Configuration_Section_Key key;
+    return std::to_string(heap.expand_path(heap.root_section(), "A\\B", key, 0));
+  };
+  const auto isAbsent = [](const std::string& result) { return result == "-1"; };
+  ShortMemory{"expand_path", open, isAbsent, true}.sweep();
+}
+
 }  // namespace
 }  // namespace orca_tests
