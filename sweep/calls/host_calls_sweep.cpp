@@ -44,6 +44,19 @@ TEST_P(HostCalls, DisposesOrSaysWhyNot) {
   });
 }
 
+TEST_P(HostCalls, WritesAWholeProjectOrNone) {
+  const std::string folder = m_world + "/acme";
+  const std::vector<std::string> verb{"new", "acme", "--folder", folder};
+  const auto written = [&] { return runCommand({"find", folder, "-printf", "%P %s\n"}).out; };
+  begin();
+  EXPECT_EQ(run(verb).status, 0);
+  const std::string whole = written();
+  sweep("fihost new", verb, [&](const TracedEnd& end) {
+    EXPECT_THAT(end.result, testing::AnyOf(0, 2)) << end.text;
+    EXPECT_EQ(written(), end.result == 0 ? whole : "") << end.text;
+  });
+}
+
 INSTANTIATE_TEST_SUITE_P(Errors, HostCalls, testing::Values(ENOSPC, EIO, EINTR, EMFILE, EACCES),
                          [](const auto& error) { return strerrorname_np(error.param); });
 
