@@ -7,7 +7,7 @@ import sys
 
 FAMILIES = {
     "providers": "cfipluginbase cfiplugininterposer cfiproviderentry cfioperationtable cfitypes cfiexport",
-    "helpers": "cfiprovidersetup cfifailure cfiparameters cfiobjidlist cfifilelock",
+    "helpers": "cfiprovidersetup cfiproviderarguments cfifailure cfiparameters cfiobjidlist cfifilelock",
     "nodes": "cfiprivatedata cfiprivatedatamgr cfisession cfiudid",
     "documents": "cficonfig cficonfighandler cfiformatoption cfiformatoptionhandler cfisaxparser cfisaxhandler",
     "diagnostics": "cfitracelog cfitraceable cfilasterror cfierrormgr cfimsgcatalogmgr cfiicucatalog",

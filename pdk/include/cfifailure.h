@@ -37,6 +37,17 @@ struct ORCA_PDK_API SFiFailure {
   int result = FI_FAILED;
 };
 
+// Ids of the messages of the failures that the kit's own helpers throw, all with FI_INVALID. They
+// are thrown under the ids that stand here; a provider whose catalog has others names them to its
+// CFiProviderSetup, which puts them in their place.
+struct ORCA_PDK_API SFiHelperMessages {
+  std::string missing = "MISSING_ARGUMENT";            // {0} is what the framework did not pass
+  std::string badDocument = "BAD_DOCUMENT";            // {0} is how the values begin
+  std::string badValue = "BAD_VALUE";                  // {0} is the key, {1} the value, {2} what is
+                                                       // allowed
+  std::string unknownParameter = "UNKNOWN_PARAMETER";  // {0} is the key, {1} the keys there are
+};
+
 }  // namespace orca_pdk_4_4
 
 #endif

@@ -8,6 +8,7 @@
 
 #include "cficonfig.h"
 #include "cfiexport.h"
+#include "cfifailure.h"
 
 namespace orca_pdk_4_4 {
 
@@ -29,6 +30,9 @@ ORCA_PDK_API std::optional<SFiParameterFault> checkParameter(const CFiConfigPara
 // What a description allows, as the fault of a value that is not allowed says it; empty for a text
 // without choices.
 ORCA_PDK_API std::string allowedValues(const CFiConfigParamInfo& info);
+
+// The failure that tells of a fault, under SFiHelperMessages::badValue or unknownParameter.
+ORCA_PDK_API SFiFailure refused(const SFiParameterFault& fault);
 
 // The parameters of a provider, described once: for the user, for checks and for reading.
 //
@@ -62,6 +66,8 @@ class ORCA_PDK_API CFiParameters {
 
   // The first value of a list that is not allowed; nothing when all are.
   std::optional<SFiParameterFault> check(const CFiConfigParamDataList& values) const;
+  // Throws that value's failure.
+  void requireAllowed(const CFiConfigParamDataList& values) const;
 
   // The value of a parameter in a list, its default where the list has none. Throw
   // std::invalid_argument for a key that is not described and for a value that check() refuses.

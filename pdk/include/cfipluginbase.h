@@ -283,6 +283,8 @@ class ORCA_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
   CFiConfigParamInfoList& secondConfigInfoList(int index);
 
  private:
+  friend class CFiProviderSetup;
+
   int configGet(CFiPrivateData& data, int index, pyx_confspec& spec);
   int configSet(CFiPrivateData& data, int index, pyx_confspec& spec);
   char* completeValues(CFiPrivateData& data, int index);

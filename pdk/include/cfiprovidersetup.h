@@ -9,7 +9,10 @@
 #include "cfiexport.h"
 #include "cfifailure.h"
 #include "cfimsgcatalogmgr.h"
+#include "cfiobjidlist.h"
+#include "cfiparameters.h"
 #include "cfipluginbase.h"
+#include "cfiproviderarguments.h"
 #include "cfitracelog.h"
 #include "cfitypes.h"
 
@@ -21,6 +24,10 @@ struct ORCA_PDK_API SFiProviderIdentity {
   SFiProviderIdentity(const SFiProviderIdentity&);
   SFiProviderIdentity& operator=(const SFiProviderIdentity&);
   ~SFiProviderIdentity();
+
+  // The usual one: the FI type has the provider's name, and where the folder for trace logs is
+  // missing nothing is traced, since each start would only complain.
+  static SFiProviderIdentity named(const std::string& providerName);
 
   std::string providerName;                 // also the component of the trace log
   std::string fimName;                      // the FI type that the provider serves
@@ -53,6 +60,9 @@ struct ORCA_PDK_API SFiProviderIdentity {
 class ORCA_PDK_API CFiProviderSetup {
  public:
   CFiProviderSetup(CFiPluginBase& provider, const SFiProviderIdentity& identity);
+  // The same, with the ids that the catalog has for what the kit's helpers find.
+  CFiProviderSetup(CFiPluginBase& provider, const SFiProviderIdentity& identity,
+                   const SFiHelperMessages& messages);
   ~CFiProviderSetup();
   CFiProviderSetup(const CFiProviderSetup&) = delete;
   CFiProviderSetup& operator=(const CFiProviderSetup&) = delete;
@@ -101,6 +111,117 @@ class ORCA_PDK_API CFiProviderSetup {
     keepPrivateDataIn(new MapOf<Data>);
   }
 
+  // Describes the parameters of the snapshot configuration, in both sets of descriptions.
+  void describe(const CFiParameters& parameters);
+
+  // What the user chose for the snapshots of a node; without values where it was not set up or
+  // nothing was chosen. For guarded; null throws what givenName throws.
+  CFiConfigParamDataList valuesOf(pyx_domain* node) const;
+
+  // The private data of a node that was set up. For guarded: where there is none it throws a
+  // failure as givenName does.
+  CFiPrivateDataPtr dataOf(pyx_domain* node) const;
+  // The same, made where there is none, as initNode does; a node without a name throws as well.
+  CFiPrivateDataPtr makeData(pyx_domain* node) const;
+
+  // Whole operations, guarded and to be returned as they are. What a body is given are names, as
+  // texts. Bodies may throw as in guarded.
+
+  // claim: nodes of which isOurs(name) is true are primary ones without secondaries.
+  template <typename IsOurs>
+  int claimWhere(orca_objid* primary, orca_objid*** secondaries, int* count, IsOurs isOurs,
+                 const char* file = __builtin_FILE(), int line = __builtin_LINE()) noexcept {
+    const auto claim = [&]() -> int {
+      if (!isOurs(givenName(primary))) return PYX_CLAIM_NONE;
+      if (secondaries != nullptr) *secondaries = nullptr;
+      if (count != nullptr) *count = 0;
+      return PYX_CLAIM_PRIMARY;
+    };
+    const int claimed = guarded("claim", claim, PYX_SEV_ERROR, file, line);
+    return claimed == PYX_CLAIM_PRIMARY ? PYX_CLAIM_PRIMARY : PYX_CLAIM_NONE;
+  }
+
+  // supportsFiType: yes for the provider's own FI type, and for "any".
+  int answerFiType(pyx_domain* domain, char* fiType) noexcept;
+
+  // processProviderState: hands out the state of a node that was set up; all else is the base's.
+  int answerNodeState(pyx_domain* domain, pyx_blob* blob, pyx_op_providerstate operation) noexcept;
+
+  // getStatus: an EFiSnapshotStatus from statusOf(source, snapshot) for each pair. The source is
+  // empty where none was passed. A pair for which it throws is FI_SNAPSHOT_DAMAGED, and the last
+  // error says why; the others get theirs, and the result is FI_OK.
+  template <typename StatusOf>
+  int statusOfEach(orca_objid** sources, orca_objid** snapshots, long count, long* statuses,
+                   StatusOf statusOf, const char* file = __builtin_FILE(),
+                   int line = __builtin_LINE()) noexcept {
+    const auto all = [&] {
+      requireGiven(count <= 0 || (snapshots != nullptr && statuses != nullptr), "snapshot list");
+      for (long i = 0; i < count; ++i) {
+        statuses[i] = FI_SNAPSHOT_DAMAGED;
+        const auto ofPair = [&] {
+          const bool hasSource = sources != nullptr && sources[i] != nullptr && sources[i]->name;
+          const std::string source = hasSource ? sources[i]->name : "";
+          statuses[i] = statusOf(source, givenName(snapshots[i]));
+        };
+        guarded("getStatus", ofPair, PYX_SEV_ERROR, file, line);
+      }
+    };
+    return guarded("getStatus", all, PYX_SEV_ERROR, file, line);
+  }
+
+  // restore: restoreOne(source, snapshot) for each pair, once all of them are known to have names.
+  // A pair for which it throws is FI_RESTORE_FAILED; the others are restored. Returns FI_OK when
+  // all were, else the result of the last one that was not. The framework may want no statuses.
+  template <typename RestoreOne>
+  int restoreEach(orca_objid** sources, orca_objid** snapshots, long count, long* statuses,
+                  RestoreOne restoreOne, const char* file = __builtin_FILE(),
+                  int line = __builtin_LINE()) noexcept {
+    const auto all = [&] {
+      for (long i = 0; statuses != nullptr && i < count; ++i) statuses[i] = FI_RESTORE_FAILED;
+      requireGiven(count <= 0 || (sources != nullptr && snapshots != nullptr), "snapshot list");
+      for (long i = 0; i < count; ++i) {
+        givenName(sources[i]);
+        givenName(snapshots[i]);
+      }
+      int result = FI_OK;
+      for (long i = 0; i < count; ++i) {
+        const auto one = [&] { restoreOne(givenName(sources[i]), givenName(snapshots[i])); };
+        const int restored = guarded("restore", one, PYX_SEV_ERROR, file, line);
+        if (restored != FI_OK) {
+          result = restored;
+        } else if (statuses != nullptr) {
+          statuses[i] = FI_RESTORE_DONE;
+        }
+      }
+      return result;
+    };
+    return guarded("restore", all, PYX_SEV_ERROR, file, line);
+  }
+
+  // The work of make, for its guarded: a snapshot of each item, and their names for the framework,
+  // all or none. takeOne(item, name) takes a snapshot and sets its name, which is empty before.
+  // When something fails each name that was set goes through withdraw(item, name), guarded, so
+  // that takeOne sets it before anything can be left behind; then the failure goes on.
+  template <typename Items, typename TakeOne, typename Withdraw>
+  void takeEach(const Items& items, orca_objid*** snapshots, int* count, TakeOne takeOne,
+                Withdraw withdraw) {
+    requireGiven(snapshots != nullptr && count != nullptr, "place for the snapshots");
+    std::vector<std::string> names(items.size());
+    try {
+      CFiObjidList ids;
+      for (std::size_t i = 0; i < names.size(); ++i) {
+        takeOne(items[i], names[i]);
+        ids.add(names[i]);
+      }
+      ids.handOver(*snapshots, *count);
+    } catch (...) {
+      for (std::size_t i = 0; i < names.size(); ++i) {
+        if (!names[i].empty()) guarded("withdraw", [&] { withdraw(items[i], names[i]); });
+      }
+      throw;  // the framework sees the last message: that of the failure itself
+    }
+  }
+
  private:
   template <typename Data>
   class MapOf : public CFiPrivateDataMap {
@@ -112,6 +233,7 @@ class ORCA_PDK_API CFiProviderSetup {
   int pushCurrent(const char* operation, pyx_eseverity severity) noexcept;
   SFiFailure currentFailure(const char* operation, int& result) const;
   void keepPrivateDataIn(CFiPrivateDataMap* map);
+  const std::string& idOf(const SFiFailure& failure) const;
 
   class ErrorFeed;
   class Catalogs;

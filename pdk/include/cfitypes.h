@@ -56,6 +56,9 @@ enum EFiConfigMode : int {
   FI_CONFIG_SETPARAM = 5   // the same as FI_CONFIG_SET
 };
 
+// List index of the parameters and values that a snapshot is taken with.
+enum EFiConfigIndex : int { FI_CONFIG_SNAPSHOT = 1 };
+
 // Flags of a node's record.
 enum EFiNodeFlag : uint32_t {
   FI_NODE_READY = 0x8,       // set by isReady

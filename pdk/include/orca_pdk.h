@@ -26,6 +26,7 @@
 #include "cfiplugininterposer.h"
 #include "cfiprivatedata.h"
 #include "cfiprivatedatamgr.h"
+#include "cfiproviderarguments.h"
 #include "cfiproviderentry.h"
 #include "cfiprovidersetup.h"
 #include "cfirefcount.h"

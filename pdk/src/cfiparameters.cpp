@@ -84,6 +84,12 @@ std::optional<SFiParameterFault> checkParameter(const CFiConfigParamInfo& info,
   return std::nullopt;
 }
 
+SFiFailure refused(const SFiParameterFault& fault) {
+  const SFiHelperMessages ids;
+  if (fault.isUnknown) return {ids.unknownParameter, {fault.key, fault.allowed}, FI_INVALID};
+  return {ids.badValue, {fault.key, fault.value, fault.allowed}, FI_INVALID};
+}
+
 CFiParameters::CFiParameters() = default;
 CFiParameters::CFiParameters(const CFiParameters&) = default;
 CFiParameters& CFiParameters::operator=(const CFiParameters&) = default;
@@ -140,6 +146,10 @@ std::optional<SFiParameterFault> CFiParameters::check(const CFiConfigParamDataLi
     if (std::optional<SFiParameterFault> fault = checkOne(key, data)) return fault;
   }
   return std::nullopt;
+}
+
+void CFiParameters::requireAllowed(const CFiConfigParamDataList& values) const {
+  if (const std::optional<SFiParameterFault> fault = check(values)) throw refused(*fault);
 }
 
 std::string CFiParameters::text(const CFiConfigParamDataList& values,

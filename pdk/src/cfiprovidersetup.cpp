@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
+#include "cficonfiguration.h"
 #include "cfiexecpipebase.h"
 #include "cfistringtool.h"
 #include "cfitracelog.h"
@@ -96,13 +98,15 @@ class CFiProviderSetup::ErrorFeed {
   CFiErrorManagerPtr m_errors;
 };
 
-// A catalog manager together with the factory that it uses, which it may outlive.
+// A catalog manager together with the factory that it uses, which it may outlive, and the ids that
+// the catalog has for the failures of the kit's helpers.
 class CFiProviderSetup::Catalogs {
  public:
-  explicit Catalogs(const SFiProviderIdentity& identity)
+  Catalogs(const SFiProviderIdentity& identity, SFiHelperMessages messages)
       : m_factory(identity.catalogName.empty() ? identity.providerName : identity.catalogName,
                   identity.defaultLanguage),
-        m_manager(newCatalogManager()) {
+        m_manager(newCatalogManager()),
+        m_messages(std::move(messages)) {
     m_manager->setNativeLanguage(nativeLanguage(identity).c_str());
   }
   ~Catalogs() { m_manager->registerFactory(nullptr); }
@@ -111,10 +115,12 @@ class CFiProviderSetup::Catalogs {
 
   void activate() { m_manager->registerFactory(&m_factory); }
   const CFiMessageCatalogManagerPtr& manager() const { return m_manager; }
+  const SFiHelperMessages& messages() const { return m_messages; }
 
  private:
   CFiIcuMessageCatalogFactory m_factory;
   CFiMessageCatalogManagerPtr m_manager;
+  SFiHelperMessages m_messages;
 };
 
 SFiProviderIdentity::SFiProviderIdentity() = default;
@@ -122,11 +128,27 @@ SFiProviderIdentity::SFiProviderIdentity(const SFiProviderIdentity&) = default;
 SFiProviderIdentity& SFiProviderIdentity::operator=(const SFiProviderIdentity&) = default;
 SFiProviderIdentity::~SFiProviderIdentity() = default;
 
+SFiProviderIdentity SFiProviderIdentity::named(const std::string& providerName) {
+  tstr folder;
+  tstr file;
+  CFiConfigurationPathTool::getTraceFileInfo(providerName.c_str(), folder, file);
+  SFiProviderIdentity identity;
+  identity.providerName = providerName;
+  identity.fimName = providerName;
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(folder.c_str(), ignored)) identity.traceLevel = 0;
+  return identity;
+}
+
 CFiProviderSetup::CFiProviderSetup(CFiPluginBase& provider, const SFiProviderIdentity& identity)
+    : CFiProviderSetup(provider, identity, SFiHelperMessages()) {}
+
+CFiProviderSetup::CFiProviderSetup(CFiPluginBase& provider, const SFiProviderIdentity& identity,
+                                   const SFiHelperMessages& messages)
     : m_provider(provider),
       m_unexpectedId(identity.unexpectedId),
       m_feed(ErrorFeed::get()),
-      m_catalogs(std::make_unique<Catalogs>(identity)) {
+      m_catalogs(std::make_unique<Catalogs>(identity, messages)) {
   const tstr name = CFiStringTool::str2tstr(identity.providerName);
   const CFiTraceLogPtr& log = m_feed->log();
   if (!log->isInitialized()) log->initialize(name, tstr(), tstr(), identity.traceLevel, false);
@@ -163,7 +185,7 @@ void CFiProviderSetup::push(const SFiFailure& failure, pyx_eseverity severity) {
   for (const CFiArgument& argument : failure.arguments) {
     arguments.emplace_back(carried(argument.text()));
   }
-  pushMessage(failure.messageId, severity, arguments);
+  pushMessage(idOf(failure), severity, arguments);
 }
 
 SFiFailure CFiProviderSetup::currentFailure(const char* operation, int& result) const {
@@ -200,8 +222,65 @@ int CFiProviderSetup::pushCurrent(const char* operation, pyx_eseverity severity)
   return result;
 }
 
+const std::string& CFiProviderSetup::idOf(const SFiFailure& failure) const {
+  const SFiHelperMessages thrown;
+  const SFiHelperMessages& own = m_catalogs->messages();
+  for (const auto id : {&SFiHelperMessages::missing, &SFiHelperMessages::badDocument,
+                        &SFiHelperMessages::badValue, &SFiHelperMessages::unknownParameter}) {
+    if (failure.messageId == thrown.*id) return own.*id;
+  }
+  return failure.messageId;
+}
+
 void CFiProviderSetup::keepPrivateDataIn(CFiPrivateDataMap* map) {
   m_provider.registerPrivateDataManager(holderOf(map, m_feed->log()));
+}
+
+void CFiProviderSetup::describe(const CFiParameters& parameters) {
+  parameters.describe(m_provider.firstConfigInfoList(FI_CONFIG_SNAPSHOT));
+  parameters.describe(m_provider.secondConfigInfoList(FI_CONFIG_SNAPSHOT));
+}
+
+CFiConfigParamDataList CFiProviderSetup::valuesOf(pyx_domain* node) const {
+  requireGiven(node != nullptr, "node");
+  const CFiPrivateDataPtr data = m_provider.findPrivateData(node);
+  if (!data || !data->hasConfigDataList(FI_CONFIG_SNAPSHOT)) return CFiConfigParamDataList();
+  return *data->configDataList(FI_CONFIG_SNAPSHOT);
+}
+
+CFiPrivateDataPtr CFiProviderSetup::dataOf(pyx_domain* node) const {
+  requireGiven(node != nullptr, "node");
+  CFiPrivateDataPtr data = m_provider.findPrivateData(node);
+  requireGiven(static_cast<bool>(data), "set-up of the node");
+  return data;
+}
+
+CFiPrivateDataPtr CFiProviderSetup::makeData(pyx_domain* node) const {
+  givenName(node);
+  CFiPrivateDataPtr data = m_provider.findOrCreatePrivateData(node, 0);
+  requireGiven(static_cast<bool>(data), "private data");
+  return data;
+}
+
+int CFiProviderSetup::answerFiType(pyx_domain* domain, char* fiType) noexcept {
+  return guarded("supportsFiType", [&]() -> int {
+    m_provider.CFiPluginBase::supportsFiType(domain, fiType);
+    const std::string type = fiType == nullptr ? "" : fiType;
+    if (type != m_provider.getFimName() && type != "any") return FI_OK;
+    if (domain != nullptr && domain->capability != nullptr) *domain->capability = FI_YES;
+    return FI_YES;
+  });
+}
+
+int CFiProviderSetup::answerNodeState(pyx_domain* domain, pyx_blob* blob,
+                                      pyx_op_providerstate operation) noexcept {
+  return guarded("processProviderState", [&]() -> int {
+    const CFiPrivateDataPtr data = m_provider.findPrivateData(domain);
+    if (operation != PYX_OPSTATE_GET || blob == nullptr || !data) {
+      return m_provider.CFiPluginBase::processProviderState(domain, blob, operation);
+    }
+    return data->getNodeState(blob);
+  });
 }
 
 }  // namespace orca_pdk_4_4

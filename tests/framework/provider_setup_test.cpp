@@ -1,5 +1,7 @@
 #include "cfiprovidersetup.h"
 
+#include <gmock/gmock.h>
+
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -9,11 +11,22 @@
 #include "cfiudid.h"
 #include "fiutil_accounting.h"
 #include "framework/test_provider.h"
+#include "support/node.h"
 
 namespace orca_tests {
 namespace {
 
 using namespace orca_pdk;
+using Nodes = std::vector<pyx_domain*>;
+
+// A document with one value.
+std::string document(const std::string& key, const std::string& value) {
+  CFiConfigParamDataList list;
+  list.params[key].key = key;
+  list.params[key].value = value;
+  list.updateXML();
+  return list.getXML().c_str();
+}
 
 SFiProviderIdentity identityOf(const std::string& name) {
   SFiProviderIdentity identity;
@@ -24,7 +37,8 @@ SFiProviderIdentity identityOf(const std::string& name) {
 }
 
 struct SetUpProvider : TestProvider {
-  explicit SetUpProvider(const std::string& name) : setup(*this, identityOf(name)) {}
+  explicit SetUpProvider(const std::string& name)
+      : setup(*this, identityOf(name), {"MSG_A", "MSG_A", "MSG_B", "MSG_B"}) {}
   CFiProviderSetup setup;
 };
 
@@ -42,8 +56,9 @@ class ProviderSetup : public ::testing::Test {
       const std::string bundle = std::string(dir.c_str()) + file.c_str();
       for (const std::string language : {"root", "en", "de"}) {
         const std::string source = bundle + "/" + language + ".txt";
-        writeFile(source, language + " { MSG_A { \"" + language +
-                              " {0}\" } UNEXPECTED { \"{0} failed: {1}\" } }\n");
+        writeFile(source,
+                  language + " { MSG_A { \"" + language +
+                      " {0}\" } MSG_B { \"{0}|{1}\" } UNEXPECTED { \"{0} failed: {1}\" } }\n");
         EXPECT_EQ(std::system(("genrb -q -d " + bundle + " " + source).c_str()), 0);
       }
     }
@@ -165,6 +180,156 @@ TEST_F(ProviderSetup, KeepsPrivateDataOfTheProvidersOwnClass) {
   const CFiPrivateDataPtr data = one->privateDataManager()->findOrCreate(&node, 0);
   EXPECT_EQ(static_cast<Data*>(data.get())->own, 7);
   EXPECT_EQ(data->getTraceLog().get(), one->getTraceLog().get());
+}
+
+TEST_F(ProviderSetup, TellsWhatTheFrameworkDidNotPass) {
+  const auto one = provider("one");
+  Node node("n"), nameless("");
+  pyx_splitnode nowhere{};
+  pyx_splitnode* nodes[] = {&node.split, &nowhere, nullptr};
+  const orca_objid* none = nullptr;
+  const std::pair<const char*, std::function<void()>> cases[] = {
+      {"thing", [] { requireGiven(false, "thing"); }},
+      {"object id", [&] { givenName(none); }},
+      {"object id", [&] { givenName(&nameless.domain); }},
+      {"node list", [] { givenNodes(nullptr, 1); }},
+      {"node", [&] { givenNodes(nodes, 2); }},
+      {"node", [&] { givenNodes(nodes + 2, 1); }},
+      {"node", [&] { givenSnapshot(nullptr, &nowhere); }},
+      {"node", [&] { one->setup.valuesOf(nullptr); }},
+      {"node", [&] { one->setup.makeData(nullptr); }},
+      {"set-up of the node", [&] { one->setup.dataOf(&node.domain); }}};
+  for (const auto& [what, body] : cases) {
+    one->delLastError(nullptr);
+    EXPECT_EQ(one->setup.guarded("make", body), FI_INVALID);
+    EXPECT_EQ(lastErrorIn(*one, "en"), std::string("one: en ") + what);
+  }
+  EXPECT_EQ(givenNodes(nodes, 1), Nodes{&node.domain});
+  EXPECT_EQ(givenNodes(nullptr, 0), Nodes());
+  EXPECT_EQ(givenSnapshot(&nameless.domain, &node.split), "n");
+  EXPECT_EQ(givenSnapshot(&node.domain, &nowhere), "n");
+  const CFiPrivateDataPtr made = one->setup.makeData(&node.domain);
+  EXPECT_EQ(one->setup.dataOf(&node.domain).get(), made.get());
+}
+
+TEST_F(ProviderSetup, LooksAtValuesBeforeTheyAreTaken) {
+  const auto one = provider("one");
+  const CFiParameters parameters = CFiParameters().addNumber("keep", "M", 8, 1, 64);
+  const std::tuple<int, int, std::string, std::string> cases[] = {
+      {FI_CONFIG_SET, 1, document("keep", "9"), "(null)"},
+      {FI_CONFIG_SET, 1, document("keep", "65"), "one: keep|65"},
+      {FI_CONFIG_SETPARAM, 1, document("colour", "red"), "one: colour|keep"},
+      {FI_CONFIG_SET, 1, "<a" + std::string(70, 'b'), "one: en \u2039a" + std::string(62, 'b')},
+      {FI_CONFIG_SET, 0, "no document", "(null)"},
+      {FI_CONFIG_GET, 1, "no document", "(null)"}};
+  for (auto [mode, first, text, sentence] : cases) {
+    one->delLastError(nullptr);
+    pyx_confspec spec{first, 1, text.data()};
+    const bool isTaken = sentence == "(null)";
+    EXPECT_EQ(one->setup.guarded("config", [&] { checkConfig(mode, &spec, parameters); }),
+              isTaken ? FI_OK : FI_INVALID);
+    EXPECT_EQ(lastErrorIn(*one, "en"), sentence);
+    EXPECT_EQ(spec.text, isTaken ? text.data() : nullptr) << sentence;
+  }
+}
+
+TEST_F(ProviderSetup, AnswersForEachPairWhateverBecameOfTheOthers) {
+  const auto one = provider("one");
+  Node a("a"), b("b"), nameless("");
+  orca_objid* sources[] = {nullptr, b.id, a.id};
+  orca_objid* snapshots[] = {nameless.id, b.id, a.id};
+  long statuses[] = {7, 7, 7};
+  const auto failForB = [](const std::string& source, const std::string& snapshot) -> long {
+    if (source == "b") throw SFiFailure{"MSG_A", {snapshot}};
+    return FI_SNAPSHOT_READY;
+  };
+  EXPECT_EQ(one->setup.statusOfEach(sources, snapshots, 3, statuses, failForB), FI_OK);
+  EXPECT_THAT(statuses, testing::ElementsAre(1, 1, 8));
+  EXPECT_EQ(one->setup.statusOfEach(nullptr, snapshots, 3, statuses, failForB), FI_OK);
+  EXPECT_THAT(statuses, testing::ElementsAre(1, 8, 8));
+  EXPECT_EQ(one->setup.statusOfEach(sources, nullptr, 3, statuses, failForB), FI_INVALID);
+  EXPECT_EQ(one->setup.restoreEach(sources, snapshots, 3, statuses, failForB), FI_INVALID);
+  EXPECT_THAT(statuses, testing::ElementsAre(1, 1, 1)) << "nothing was begun";
+  EXPECT_EQ(one->setup.restoreEach(sources + 1, snapshots + 1, 2, statuses, failForB), FI_FAILED);
+  EXPECT_THAT(statuses, testing::ElementsAre(1, 0, 1));
+  EXPECT_EQ(one->setup.restoreEach(sources + 2, snapshots + 2, 1, nullptr, failForB), FI_OK);
+}
+
+TEST_F(ProviderSetup, TakesAllSnapshotsOrWithdrawsThem) {
+  const auto one = provider("one");
+  const Texts items = {"a", "b", "c"};
+  Texts withdrawn;
+  orca_objid** ids = nullptr;
+  int count = 7;
+  const auto make = [&](const std::string& failing, bool isNamed) {
+    return one->setup.guarded("make", [&] {
+      one->setup.takeEach(
+          items, &ids, &count,
+          [&](const std::string& item, std::string& name) {
+            if (item != failing || isNamed) name = item + "!";
+            if (item == failing) throw SFiFailure{"MSG_A", {item}};
+          },
+          [&](const std::string& item, const std::string& name) {
+            withdrawn.push_back(item + name);
+            throw SFiFailure{"MSG_A", {"withdraw"}};
+          });
+    });
+  };
+  EXPECT_EQ(make("b", false), FI_FAILED);
+  EXPECT_EQ(std::exchange(withdrawn, Texts()), Texts{"aa!"});
+  EXPECT_EQ(make("b", true), FI_FAILED);
+  EXPECT_EQ(std::exchange(withdrawn, Texts()), (Texts{"aa!", "bb!"}));
+  EXPECT_EQ(lastErrorIn(*one, "en"), "one: en b") << "the failure, not what came after it";
+  EXPECT_EQ(count, 7);
+  EXPECT_EQ(make("", false), FI_OK);
+  ASSERT_EQ(count, 3);
+  EXPECT_STREQ(ids[2]->name, "c!");
+  for (int i = 0; i < count; ++i) orca_free_objid(ids[i]);
+  orca_free_buf(ids, 3 * sizeof *ids);
+}
+
+TEST_F(ProviderSetup, AnswersForNodesThatAreTheProviders) {
+  const auto one = provider("one");
+  Node node("n"), other("o"), nameless("");
+  const auto claim = [&](const Node& asked) {
+    orca_objid** none = &node.id;
+    int count = 7;
+    const auto isOurs = [](const std::string& name) { return name == "n"; };
+    return one->setup.claimWhere(asked.id, &none, &count, isOurs) * 10 + count;
+  };
+  EXPECT_EQ(claim(node), PYX_CLAIM_PRIMARY * 10);
+  EXPECT_EQ(claim(other), PYX_CLAIM_NONE * 10 + 7);
+  EXPECT_EQ(claim(nameless), PYX_CLAIM_NONE * 10 + 7);
+  int capability = 7;
+  node.domain.capability = &capability;
+  char types[][5] = {"copy", "any", "disk"};
+  for (char* type : types) {
+    const int isOurs = type == types[2] ? 0 : 1;
+    EXPECT_EQ(one->setup.answerFiType(&node.domain, type), isOurs) << type;
+    EXPECT_EQ(capability, isOurs) << type;
+  }
+  pyx_blob blob{};
+  EXPECT_EQ(one->setup.answerNodeState(&node.domain, &blob, PYX_OPSTATE_GET), FI_OK);
+  EXPECT_EQ(blob.length, 0U) << "not set up";
+  one->setup.makeData(&node.domain);
+  EXPECT_EQ(one->setup.answerNodeState(&node.domain, &blob, PYX_OPSTATE_GET), FI_OK);
+  EXPECT_TRUE(std::string(blob.data).starts_with("<NODE_NAME>n</NODE_NAME>")) << blob.data;
+  orca_free_buf(blob.data, blob.length);
+}
+
+TEST_F(ProviderSetup, ReadsWhatWasChosenForANode) {
+  const auto one = provider("one");
+  const CFiParameters parameters = CFiParameters().addNumber("keep", "M", 8, 1, 64);
+  one->setup.describe(parameters);
+  EXPECT_EQ(one->firstConfigInfoList(1).params.count("keep"), 1U);
+  EXPECT_EQ(one->secondConfigInfoList(1).params.count("keep"), 1U);
+  Node node("n");
+  EXPECT_EQ(parameters.number(one->setup.valuesOf(&node.domain), "keep"), 8);
+  const CFiPrivateDataPtr data = one->setup.makeData(&node.domain);
+  one->setup.valuesOf(&node.domain);
+  EXPECT_FALSE(data->hasConfigDataList(1)) << "looking makes no values";
+  data->configDataList(1)->parse(document("keep", "9").c_str());
+  EXPECT_EQ(parameters.number(one->setup.valuesOf(&node.domain), "keep"), 9);
 }
 
 TEST(ObjidList, FreesWhatItDoesNotHandOver) {
