@@ -1,13 +1,10 @@
 // A provider that snapshots regular files: disk images, database files. See README.md.
 
 #include <orca_pdk.h>
-#include <string.h>
 
 #include <filesystem>
 #include <map>
-#include <new>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "common/failure.h"
@@ -25,89 +22,56 @@ namespace {
 using namespace orca_pdk;
 namespace fs = std::filesystem;
 
-constexpr char kTraceFolder[] = "/usr/tarn/keystone/logs/frzcmd";
-
 SFiProviderIdentity identity() {
-  SFiProviderIdentity identity;
-  identity.providerName = "filesnap";
-  identity.fimName = "filesnap";
+  SFiProviderIdentity identity = SFiProviderIdentity::named("filesnap");
   identity.unexpectedId = "FILESNAP_INTERNAL";
-  // Without the product's log folder every start would only complain that it is missing.
-  std::error_code ignored;
-  identity.traceLevel = fs::is_directory(kTraceFolder, ignored) ? FI_TRACE_INFO : 0;
   return identity;
 }
 
-bool hasName(const orca_objid* id) { return id != nullptr && id->name != nullptr; }
-
-// The path of a node; a Failure where the framework gave none.
-fs::path pathOf(const pyx_domain* domain) {
-  if (domain == nullptr || !hasName(domain->objid)) {
-    throw Failure{"FILESNAP_NO_NODE", {"node"}, FI_INVALID};
-  }
-  return domain->objid->name;
-}
-
-fs::path pathOf(const orca_objid* id) {
-  if (!hasName(id)) throw Failure{"FILESNAP_NO_NODE", {"object id"}, FI_INVALID};
-  return id->name;
+SFiHelperMessages messages() {
+  return {"FILESNAP_NO_NODE", "FILESNAP_BAD_DOCUMENT", "FILESNAP_BAD_VALUE",
+          "FILESNAP_UNKNOWN_PARAMETER"};
 }
 
 }  // namespace
 
 class FileSnap : public CFiPluginBase {
  public:
-  FileSnap() : m_setup(*this, identity()) {
-    describeParameters(firstConfigInfoList(kSnapshotIndex));
-    describeParameters(secondConfigInfoList(kSnapshotIndex));
-  }
+  FileSnap() : m_setup(*this, identity(), messages()) { m_setup.describe(parameters()); }
 
   void fini() override { settleLimits(); }
 
   int claim(orca_objid* primary, orca_objid*** secondaries, int* count) override {
-    const int claimed = m_setup.guarded("claim", [&]() -> int {
-      if (!hasName(primary) || !openSource(primary->name)) return PYX_CLAIM_NONE;
-      if (secondaries != nullptr) *secondaries = nullptr;
-      if (count != nullptr) *count = 0;
-      return PYX_CLAIM_PRIMARY;
+    return m_setup.claimWhere(primary, secondaries, count, [](const std::string& file) {
+      return static_cast<bool>(openSource(file));
     });
-    return claimed == PYX_CLAIM_PRIMARY ? PYX_CLAIM_PRIMARY : PYX_CLAIM_NONE;
   }
 
   int supportsFiType(pyx_domain* domain, char* fiType) override {
-    return m_setup.guarded("supportsFiType", [&]() -> int {
-      CFiPluginBase::supportsFiType(domain, fiType);
-      const std::string type = fiType == nullptr ? "" : fiType;
-      if (type != getFimName() && type != "any") return FI_OK;
-      if (domain != nullptr && domain->capability != nullptr) *domain->capability = 1;
-      return FI_YES;
-    });
+    return m_setup.answerFiType(domain, fiType);
   }
 
   int initNode(pyx_domain* domain, pyx_domain**, int, orca_objid*) override {
     return m_setup.guarded("initNode", [&] {
-      const fs::path path = pathOf(domain);
-      if (!findOrCreatePrivateData(domain, 0)) return FI_INVALID;
+      const std::string path = givenName(domain);
+      m_setup.makeData(domain);
       m_nodes[path] = domain;
       beginSession();
-      return FI_OK;
     });
   }
 
   void deInitNode(pyx_domain* domain) override {
     settleLimits();
     m_setup.guarded("deInitNode", [&] {
-      if (domain != nullptr && hasName(domain->objid)) m_nodes.erase(domain->objid->name);
       CFiPluginBase::deInitNode(domain);
-      return FI_OK;
+      m_nodes.erase(givenName(domain));
     });
   }
 
   // Values are checked before they are taken, so that refused ones change nothing.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
     return m_setup.guarded("config", [&] {
-      const bool sets = mode == FI_CONFIG_SET || mode == FI_CONFIG_SETPARAM;
-      if (sets && spec != nullptr && spec->first != 0) checkValues(spec->text);
+      checkConfig(mode, spec, readParameters);
       return CFiPluginBase::config(domain, mode, sessionId, spec);
     });
   }
@@ -116,21 +80,20 @@ class FileSnap : public CFiPluginBase {
     settleLimits();  // of a session whose nodes were not given up
     return m_setup.guarded("prepare", [&] {
       beginSession();
-      const std::vector<pyx_domain*> domains = domainsOf(nodes, count);
+      const std::vector<pyx_domain*> domains = givenNodes(nodes, count);
       for (pyx_domain* domain : domains) {
-        if (sessionId != nullptr) privateData(domain)->setSessionId(sessionId);
+        if (sessionId != nullptr) m_setup.makeData(domain)->setSessionId(sessionId);
       }
       prepareFiles(requestsFor(domains));
-      return FI_OK;
     });
   }
 
   int make(char* sessionId, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
-    return m_setup.guarded("make", [&]() -> int {
-      require(snapshots != nullptr && snapshotCount != nullptr, "place for the snapshots");
+    return m_setup.guarded("make", [&] {
+      requireGiven(snapshots != nullptr && snapshotCount != nullptr, "place for the snapshots");
       beginSession();
-      const std::vector<Request> requests = requestsFor(domainsOf(nodes, count));
+      const std::vector<Request> requests = requestsFor(givenNodes(nodes, count));
       const std::vector<fs::path> made = snapshotFiles(
           requests, sessionId == nullptr ? "" : sessionId, [&](const fs::path& file, int percent) {
             traceLine(FI_TRACE_INFO, "copied %d %% of %s", percent, file.c_str());
@@ -145,117 +108,49 @@ class FileSnap : public CFiPluginBase {
         withdraw(made);
         throw;
       }
-      return FI_OK;
     });
   }
 
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
-    return m_setup.guarded("getStatus", [&] {
-      require(count <= 0 || (snapshots != nullptr && statuses != nullptr), "snapshot list");
-      for (long i = 0; i < count; ++i) {
-        const bool deep = sources != nullptr && isDeep(sources[i]);
-        statuses[i] = static_cast<long>(stateOf(snapshots[i], deep));
-      }
-      return FI_OK;
-    });
+    return m_setup.statusOfEach(
+        sources, snapshots, count, statuses,
+        [&](const std::string& source, const std::string& snapshot) {
+          const SnapshotState state = checkSnapshot(snapshot, isDeep(source));
+          if (state == SnapshotState::kAbsent) {
+            m_setup.push(failure("FILESNAP_ABSENT", {snapshot}), PYX_SEV_WARNING);
+          }
+          return static_cast<long>(state);
+        });
   }
 
   int restore(orca_objid** sources, orca_objid** snapshots, long count, char*, char*, char***,
               long*, long, long* statuses) override {
-    return m_setup.guarded("restore", [&] {
-      require(count <= 0 || (sources != nullptr && snapshots != nullptr), "snapshot list");
-      for (long i = 0; i < count; ++i) {
-        pathOf(snapshots[i]);
-        pathOf(sources[i]);
-      }
-      int result = FI_OK;
-      for (long i = 0; i < count; ++i) {
-        const int restored = m_setup.guarded("restoreSnapshot", [&] {
-          restoreSnapshot(pathOf(snapshots[i]), pathOf(sources[i]));
-          return FI_OK;
-        });
-        if (statuses != nullptr)
-          statuses[i] = restored == FI_OK ? FI_RESTORE_DONE : FI_RESTORE_FAILED;
-        if (restored != FI_OK) result = restored;
-      }
-      return result;
-    });
+    return m_setup.restoreEach(sources, snapshots, count, statuses,
+                               [](const std::string& source, const std::string& snapshot) {
+                                 restoreSnapshot(snapshot, source);
+                               });
   }
 
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
-    return m_setup.guarded("dispose", [&] {
-      const bool hasSecond = node != nullptr && node->second != nullptr;
-      removeSnapshot(pathOf(hasSecond ? node->second : second));
-      return FI_OK;
-    });
+    return m_setup.guarded("dispose", [&] { removeSnapshot(givenSnapshot(second, node)); });
   }
 
   int processProviderState(pyx_domain* domain, pyx_blob* blob, pyx_op_providerstate what) override {
-    return m_setup.guarded("processProviderState", [&]() -> int {
-      const CFiPrivateDataPtr data = findPrivateData(domain);
-      if (what != PYX_OPSTATE_GET || blob == nullptr || !data) {
-        return CFiPluginBase::processProviderState(domain, blob, what);
-      }
-      return data->getNodeState(blob);
-    });
+    return m_setup.answerNodeState(domain, blob, what);
   }
 
  private:
-  static void require(bool isGiven, const char* what) {
-    if (!isGiven) throw Failure{"FILESNAP_NO_NODE", {what}, FI_INVALID};
-  }
-
-  SnapshotState stateOf(const orca_objid* snapshot, bool deep) {
-    SnapshotState state = SnapshotState::kDamaged;
-    m_setup.guarded("checkSnapshot", [&] {
-      state = checkSnapshot(pathOf(snapshot), deep);
-      if (state == SnapshotState::kAbsent) {
-        m_setup.push(failure("FILESNAP_ABSENT", {snapshot->name}), PYX_SEV_WARNING);
-      }
-      return FI_OK;
-    });
-    return state;
-  }
-
-  bool isDeep(const orca_objid* source) const {
-    const auto node = hasName(source) ? m_nodes.find(source->name) : m_nodes.end();
-    return node != m_nodes.end() && readParameters(*privateData(node->second)).deep;
-  }
-
-  // Refused text does not stay with the request.
-  static void checkValues(char*& text) {
-    if (text == nullptr) return;
-    char* const given = std::exchange(text, nullptr);
-    CFiConfigParamDataList values;
-    if (values.parse(given) != FI_OK) {
-      throw Failure{"FILESNAP_BAD_DOCUMENT", {std::string(given, strnlen(given, 64))}, FI_INVALID};
-    }
-    readParameters(values);
-    text = given;
-  }
-
-  static std::vector<pyx_domain*> domainsOf(pyx_splitnode** nodes, int count) {
-    require(count <= 0 || nodes != nullptr, "node list");
-    std::vector<pyx_domain*> domains;
-    for (int i = 0; i < count; ++i) {
-      require(nodes[i] != nullptr, "node");
-      domains.push_back(nodes[i]->domain);
-    }
-    return domains;
-  }
-
-  CFiPrivateDataPtr privateData(pyx_domain* domain) const {
-    CFiPrivateDataPtr data = findOrCreatePrivateData(domain, 0);
-    require(static_cast<bool>(data), "private data");
-    return data;
+  bool isDeep(const std::string& source) const {
+    const auto node = m_nodes.find(source);
+    return node != m_nodes.end() && readParameters(m_setup.valuesOf(node->second)).deep;
   }
 
   std::vector<Request> requestsFor(const std::vector<pyx_domain*>& domains) const {
     std::vector<Request> requests;
     requests.reserve(domains.size());
     for (pyx_domain* domain : domains) {
-      requests.push_back({pathOf(domain), readParameters(*privateData(domain))});
+      requests.push_back({givenName(domain), readParameters(m_setup.valuesOf(domain))});
     }
     return requests;
   }
@@ -293,7 +188,6 @@ class FileSnap : public CFiPluginBase {
             traceLine(FI_TRACE_INFO, "removed %s, beyond the number of snapshots to keep",
                       old.c_str());
           }
-          return FI_OK;
         },
         PYX_SEV_WARNING);
   }

@@ -1,15 +1,17 @@
 #include "parameters.h"
 
-#include <cfiparameters.h>
-
-#include "common/failure.h"
-
 namespace filesnap {
+
+using namespace orca_pdk;
 
 namespace {
 
-using namespace orca_pdk;
-using namespace samples;
+CopyMode modeOf(const std::string& value) {
+  if (value == "auto") return CopyMode::kAuto;
+  return value == "reflink" ? CopyMode::kReflink : CopyMode::kCopy;
+}
+
+}  // namespace
 
 const CFiParameters& parameters() {
   static const Parameters kDefaults;
@@ -23,24 +25,8 @@ const CFiParameters& parameters() {
   return kAll;
 }
 
-Failure refused(const SFiParameterFault& fault) {
-  if (fault.isUnknown) {
-    return {"FILESNAP_UNKNOWN_PARAMETER", {fault.key, fault.allowed}, FI_INVALID};
-  }
-  return {"FILESNAP_BAD_VALUE", {fault.key, fault.value, fault.allowed}, FI_INVALID};
-}
-
-CopyMode modeOf(const std::string& value) {
-  if (value == "auto") return CopyMode::kAuto;
-  return value == "reflink" ? CopyMode::kReflink : CopyMode::kCopy;
-}
-
-}  // namespace
-
-void describeParameters(CFiConfigParamInfoList& list) { parameters().describe(list); }
-
 Parameters readParameters(const CFiConfigParamDataList& values) {
-  if (const auto fault = parameters().check(values)) throw refused(*fault);
+  parameters().requireAllowed(values);
   Parameters chosen;
   chosen.directory = parameters().text(values, "snapshot_dir");
   if (chosen.directory.empty()) throw refused({"snapshot_dir", "", "/path, path"});
@@ -49,11 +35,6 @@ Parameters readParameters(const CFiConfigParamDataList& values) {
   chosen.verify = parameters().flag(values, "verify");
   chosen.deep = parameters().flag(values, "deep");
   return chosen;
-}
-
-Parameters readParameters(CFiPrivateData& data) {
-  if (!data.hasConfigDataList(kSnapshotIndex)) return {};
-  return readParameters(*data.configDataList(kSnapshotIndex));
 }
 
 }  // namespace filesnap

@@ -1,15 +1,11 @@
 #ifndef FILESNAP_PARAMETERS_H
 #define FILESNAP_PARAMETERS_H
 
-#include <cficonfig.h>
-#include <cfiprivatedata.h>
+#include <cfiparameters.h>
 
 #include <filesystem>
 
 namespace filesnap {
-
-// The list index of the snapshot configuration.
-inline constexpr int kSnapshotIndex = 1;
 
 enum class CopyMode {
   kAuto,     // clone where the file system can, else copy
@@ -26,15 +22,12 @@ struct Parameters {
   bool deep = false;    // read all of the data to tell a snapshot's status
 };
 
-// Fills a list with the descriptions of all parameters.
-void describeParameters(orca_pdk::CFiConfigParamInfoList& list);
+// The descriptions of all parameters.
+const orca_pdk::CFiParameters& parameters();
 
 // The parameters in a list of values; what is missing has its default. Throws Failure for an
 // unknown key and for a value that is not allowed.
 Parameters readParameters(const orca_pdk::CFiConfigParamDataList& values);
-
-// The same for the snapshot configuration of a node.
-Parameters readParameters(orca_pdk::CFiPrivateData& data);
 
 }  // namespace filesnap
 
