@@ -1,11 +1,9 @@
 // A provider for the devices of a disk array that is driven by its command-line tool.
-#include <cfiobjidlist.h>
 #include <cfiparameters.h>
 #include <cfiplugininterposer.h>
 #include <cfiproviderentry.h>
 #include <cfiprovidersetup.h>
 #include <cfistringtool.h>
-#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,20 +20,15 @@ namespace {
 
 using namespace orca_pdk;
 
-constexpr char kName[] = "arraysnap";
-constexpr int kSnapshotIndex = 1;
-
 SFiProviderIdentity identity() {
-  tstr directory;
-  tstr file;
-  CFiConfigurationPathTool::getTraceFileInfo(kName, directory, file);
-  SFiProviderIdentity id;
-  id.providerName = kName;
-  id.fimName = kName;
-  id.unexpectedId = "ARRAYSNAP_UNEXPECTED";
-  // Without its directory the log would only complain.
-  id.traceLevel = std::filesystem::is_directory(directory.c_str()) ? FI_TRACE_INFO : 0;
-  return id;
+  SFiProviderIdentity identity = SFiProviderIdentity::named("arraysnap");
+  identity.unexpectedId = "ARRAYSNAP_UNEXPECTED";
+  return identity;
+}
+
+SFiHelperMessages messages() {
+  return {"ARRAYSNAP_MISSING_ARGUMENT", "ARRAYSNAP_BAD_DOCUMENT", "ARRAYSNAP_BAD_VALUE",
+          "ARRAYSNAP_UNKNOWN_PARAMETER"};
 }
 
 const CFiParameters& parameters() {
@@ -46,34 +39,10 @@ const CFiParameters& parameters() {
   return kAll;
 }
 
-// Throws Failure for values that cannot be taken.
-void requireAllowed(const CFiConfigParamDataList& values) {
-  const auto fault = parameters().check(values);
-  if (!fault) return;
-  if (fault->isUnknown) throw Failure{"ARRAYSNAP_UNKNOWN_PARAMETER", {fault->key}, FI_INVALID};
-  throw Failure{"ARRAYSNAP_BAD_VALUE", {fault->key, fault->value, fault->allowed}, FI_INVALID};
-}
-
-void requireAllowed(const char* text) {
-  CFiConfigParamDataList values;
-  if (values.parse(text) != FI_OK) {
-    throw Failure{"ARRAYSNAP_BAD_DOCUMENT", {std::string(text, strnlen(text, 64))}, FI_INVALID};
-  }
-  requireAllowed(values);
-}
-
-CloneMode cloneMode(CFiPrivateData& data) {
-  const CFiConfigParamDataList& values = *data.configDataList(kSnapshotIndex);
-  requireAllowed(values);
+CloneMode modeIn(const CFiConfigParamDataList& values) {
+  parameters().requireAllowed(values);
   return parameters().text(values, "clone_mode") == "cow" ? CloneMode::kCow : CloneMode::kFull;
 }
-
-const char* nameOf(const pyx_domain* domain) {
-  const bool isNamed = domain != nullptr && domain->objid != nullptr && domain->objid->name;
-  return isNamed ? domain->objid->name : "";
-}
-
-const char* nameOf(const orca_objid* id) { return id != nullptr && id->name ? id->name : ""; }
 
 std::vector<std::string> hostNames(const std::vector<tstr>& hosts) {
   std::vector<std::string> names;
@@ -94,23 +63,17 @@ struct Plan {
 
 class ArraySnap : public CFiPluginInterposer {
  public:
-  ArraySnap() : m_setup(*this, identity()) {
+  ArraySnap() : m_setup(*this, identity(), messages()) {
     for (const auto& [pattern, fim] : ConfigurationFile().settings().fims) {
       addFim(pattern, fim.fimName, fim.fimDetail, fim.flags, fim.group);
     }
-    parameters().describe(firstConfigInfoList(kSnapshotIndex));
-    parameters().describe(secondConfigInfoList(kSnapshotIndex));
+    m_setup.describe(parameters());
   }
 
   // Refused values change nothing, and do not stay with the request.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
     return m_setup.guarded("config", [&] {
-      const bool sets = mode == FI_CONFIG_SET || mode == FI_CONFIG_SETPARAM;
-      if (sets && spec != nullptr && spec->first != 0 && spec->text != nullptr) {
-        char* const given = std::exchange(spec->text, nullptr);
-        requireAllowed(given);
-        spec->text = given;
-      }
+      checkConfig(mode, spec, parameters());
       return CFiPluginInterposer::config(domain, mode, sessionId, spec);
     });
   }
@@ -118,7 +81,7 @@ class ArraySnap : public CFiPluginInterposer {
   // Chooses the target of every node.
   int select(char*, pyx_splitnode** nodes, int count) override {
     return m_setup.guarded("select", [&] {
-      forEach(nodes, count, [&](const pyx_splitnode& node) { chooseTarget(node.domain); });
+      for (pyx_domain* node : givenNodes(nodes, count)) chooseTarget(node);
     });
   }
 
@@ -135,46 +98,34 @@ class ArraySnap : public CFiPluginInterposer {
   int make(char*, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
     return m_setup.guarded("make", [&] {
-      if (snapshots == nullptr || snapshotCount == nullptr) throw invalid("snapshots");
       const std::vector<Plan> plans = plansOf(nodes, count);
       const ArrayTool tool = openArray(getTraceLog());
-      std::size_t made = 0;
-      try {
-        for (const Plan& plan : plans) {
-          makeClone(tool, getTraceLog(), plan.source, plan.target, plan.mode);
-          ++made;
-        }
-        CFiObjidList ids;
-        for (const Plan& plan : plans) ids.add(plan.target.udid);
-        ids.handOver(*snapshots, *snapshotCount);
-      } catch (...) {
-        while (made > 0) {
-          --made;
-          m_setup.guarded("forget", [&] { forgetClone(tool, plans[made].target); });
-        }
-        throw;
-      }
+      m_setup.takeEach(
+          plans, snapshots, snapshotCount,
+          [&](const Plan& plan, std::string& name) {
+            std::string made = plan.target.udid;
+            makeClone(tool, getTraceLog(), plan.source, plan.target, plan.mode);
+            name = std::move(made);
+          },
+          [&](const Plan& plan, const std::string&) { forgetClone(tool, plan.target); });
     });
   }
 
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
     return m_setup.guarded("getStatus", [&] {
-      if (sources == nullptr || snapshots == nullptr || statuses == nullptr) {
-        throw invalid("snapshots");
-      }
       const ArrayTool tool = openArray(getTraceLog());
-      for (long i = 0; i < count; ++i) {
-        statuses[i] = statusOf(tool, deviceOf(nameOf(sources[i])), deviceOf(nameOf(snapshots[i])));
-      }
+      return m_setup.statusOfEach(sources, snapshots, count, statuses,
+                                  [&](const std::string& source, const std::string& snapshot) {
+                                    return statusOf(tool, deviceOf(source), deviceOf(snapshot));
+                                  });
     });
   }
 
   // Forgets the clone; its data stays on the target until that is used again.
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
     return m_setup.guarded("dispose", [&] {
-      const pyx_domain* named = node != nullptr && node->second != nullptr ? node->second : second;
-      forgetClone(openArray(getTraceLog()), deviceOf(nameOf(named)));
+      forgetClone(openArray(getTraceLog()), deviceOf(givenSnapshot(second, node)));
     });
   }
 
@@ -217,43 +168,30 @@ class ArraySnap : public CFiPluginInterposer {
   }
 
  private:
-  static Failure invalid(const char* what) {
-    return {"ARRAYSNAP_MISSING_ARGUMENT", {what}, FI_INVALID};
-  }
-
-  template <typename Work>
-  static void forEach(pyx_splitnode** nodes, int count, Work work) {
-    if (nodes == nullptr) throw invalid("nodes");
-    for (int i = 0; i < count; ++i) {
-      if (nodes[i] == nullptr || nodes[i]->domain == nullptr) throw invalid("nodes");
-      work(*nodes[i]);
-    }
-  }
-
   CFiPrivateDataPtr dataOf(pyx_domain* domain) const {
     CFiPrivateDataPtr data = findPrivateData(domain);
-    if (!data) throw Failure{"ARRAYSNAP_UNKNOWN_NODE", {nameOf(domain)}, FI_INVALID};
+    if (!data) throw Failure{"ARRAYSNAP_UNKNOWN_NODE", {givenName(domain)}, FI_INVALID};
     return data;
   }
 
   void chooseTarget(pyx_domain* domain) const {
     const CFiPrivateDataPtr data = dataOf(domain);
     if (data->selectTargetFromConfigData() == FI_OK) return;
-    const auto& values = data->configDataList(kSnapshotIndex)->params;
+    const auto values = m_setup.valuesOf(domain).params;
     const auto spec = values.find("snapshot_resource_spec");
     throw Failure{"ARRAYSNAP_NO_TARGET",
-                  {nameOf(domain), spec == values.end() ? "" : spec->second.value}};
+                  {givenName(domain), spec == values.end() ? "" : spec->second.value}};
   }
 
   // What is to be done for each node; chooses the targets that select has not chosen.
   std::vector<Plan> plansOf(pyx_splitnode** nodes, int count) const {
     std::vector<Plan> plans;
-    forEach(nodes, count, [&](const pyx_splitnode& node) {
-      const CFiPrivateDataPtr data = dataOf(node.domain);
-      if (data->getConfiguredTarget().empty()) chooseTarget(node.domain);
-      plans.push_back(
-          {deviceOf(nameOf(node.domain)), deviceOf(data->getConfiguredTarget()), cloneMode(*data)});
-    });
+    for (pyx_domain* node : givenNodes(nodes, count)) {
+      const CFiPrivateDataPtr data = dataOf(node);
+      if (data->getConfiguredTarget().empty()) chooseTarget(node);
+      plans.push_back({deviceOf(givenName(node)), deviceOf(data->getConfiguredTarget()),
+                       modeIn(m_setup.valuesOf(node))});
+    }
     return plans;
   }
 
