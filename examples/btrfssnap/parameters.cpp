@@ -1,15 +1,8 @@
 #include "parameters.h"
 
-#include <cfiparameters.h>
-
-#include "common/failure.h"
-
 namespace btrfssnap {
 
-namespace {
-
 using namespace orca_pdk;
-using samples::Failure;
 
 const CFiParameters& parameters() {
   static const Parameters kDefaults;
@@ -23,19 +16,8 @@ const CFiParameters& parameters() {
   return kAll;
 }
 
-Failure refused(const SFiParameterFault& fault) {
-  if (fault.isUnknown) {
-    return {"BTRFSSNAP_UNKNOWN_PARAMETER", {fault.key, fault.allowed}, FI_INVALID};
-  }
-  return {"BTRFSSNAP_BAD_VALUE", {fault.key, fault.value, fault.allowed}, FI_INVALID};
-}
-
-}  // namespace
-
-void describeParameters(CFiConfigParamInfoList& list) { parameters().describe(list); }
-
 Parameters readParameters(const CFiConfigParamDataList& values) {
-  if (const auto fault = parameters().check(values)) throw refused(*fault);
+  parameters().requireAllowed(values);
   Parameters chosen;
   chosen.directory = parameters().text(values, "snapshot_dir");
   if (chosen.directory.empty()) throw refused({"snapshot_dir", "", "/path, path"});
@@ -47,11 +29,6 @@ Parameters readParameters(const CFiConfigParamDataList& values) {
   chosen.isWritable = parameters().flag(values, "writable");
   chosen.keepReplaced = parameters().flag(values, "keep_replaced");
   return chosen;
-}
-
-Parameters readParameters(CFiPrivateData& data) {
-  if (!data.hasConfigDataList(kSnapshotIndex)) return {};
-  return readParameters(*data.configDataList(kSnapshotIndex));
 }
 
 }  // namespace btrfssnap
