@@ -141,6 +141,19 @@ class ORCA_PDK_API CFiProviderSetup {
     return claimed == PYX_CLAIM_PRIMARY ? PYX_CLAIM_PRIMARY : PYX_CLAIM_NONE;
   }
 
+  // config: the base's, after checkConfig has looked at the values. check is a CFiParameters, or a
+  // function that throws for values which may not be taken.
+  template <typename Check>
+  int checkedConfig(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec,
+                    const Check& check, const char* file = __builtin_FILE(),
+                    int line = __builtin_LINE()) noexcept {
+    const auto config = [&] {
+      checkConfig(mode, spec, check);
+      return m_provider.CFiPluginBase::config(domain, mode, sessionId, spec);
+    };
+    return guarded("config", config, PYX_SEV_ERROR, file, line);
+  }
+
   // supportsFiType: yes for the provider's own FI type, and for "any".
   int answerFiType(pyx_domain* domain, char* fiType) noexcept;
 

@@ -226,8 +226,8 @@ TEST_F(ProviderSetup, LooksAtValuesBeforeTheyAreTaken) {
     one->delLastError(nullptr);
     pyx_confspec spec{first, 1, text.data()};
     const bool isTaken = sentence == "(null)";
-    EXPECT_EQ(one->setup.guarded("config", [&] { checkConfig(mode, &spec, parameters); }),
-              isTaken ? FI_OK : FI_INVALID);
+    const auto look = [&] { checkConfig(mode, &spec, parameters); };
+    EXPECT_EQ(one->setup.guarded("config", look), isTaken ? FI_OK : FI_INVALID);
     EXPECT_EQ(lastErrorIn(*one, "en"), sentence);
     EXPECT_EQ(spec.text, isTaken ? text.data() : nullptr) << sentence;
   }
@@ -328,8 +328,14 @@ TEST_F(ProviderSetup, ReadsWhatWasChosenForANode) {
   const CFiPrivateDataPtr data = one->setup.makeData(&node.domain);
   one->setup.valuesOf(&node.domain);
   EXPECT_FALSE(data->hasConfigDataList(1)) << "looking makes no values";
-  data->configDataList(1)->parse(document("keep", "9").c_str());
-  EXPECT_EQ(parameters.number(one->setup.valuesOf(&node.domain), "keep"), 9);
+  for (const auto& [value, result] : {std::pair("9", FI_OK), std::pair("65", FI_INVALID)}) {
+    std::string text = document("keep", value);
+    pyx_confspec spec{1, 1, text.data()};
+    EXPECT_EQ(one->setup.checkedConfig(&node.domain, FI_CONFIG_SET, nullptr, &spec, parameters),
+              result);
+    free(spec.text);
+    EXPECT_EQ(parameters.number(one->setup.valuesOf(&node.domain), "keep"), 9);
+  }
 }
 
 TEST(ObjidList, FreesWhatItDoesNotHandOver) {
