@@ -72,10 +72,7 @@ class ArraySnap : public CFiPluginInterposer {
 
   // Refused values change nothing, and do not stay with the request.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
-    return m_setup.guarded("config", [&] {
-      checkConfig(mode, spec, parameters());
-      return CFiPluginInterposer::config(domain, mode, sessionId, spec);
-    });
+    return m_setup.checkedConfig(domain, mode, sessionId, spec, parameters());
   }
 
   // Chooses the target of every node.

@@ -84,10 +84,7 @@ class BtrfsSnap : public CFiPluginBase {
 
   // Values are checked before they are taken, so that refused ones change nothing.
   int config(pyx_domain* domain, int mode, char* sessionId, pyx_confspec* spec) override {
-    return m_setup.guarded("config", [&] {
-      checkConfig(mode, spec, readParameters);
-      return CFiPluginBase::config(domain, mode, sessionId, spec);
-    });
+    return m_setup.checkedConfig(domain, mode, sessionId, spec, readParameters);
   }
 
   int prepare(char* sessionId, pyx_splitnode** nodes, int count, int) override {
