@@ -36,5 +36,6 @@ for section in re.split(r"^(?=##? )", guide.read_text(), flags=re.M):
         else:
             sys.exit(f"{guide.name}, {slug}: nothing is known to do with a block of \"{language}\"")
 for name, text in files.items():
+    (folder / name).parent.mkdir(exist_ok=True)
     (folder / name).write_text(text)
     print(name)

@@ -55,6 +55,11 @@ CMakeLists.txt
 firstsnap.cpp
 root.txt
 from_an_empty_folder_to_a_running_provider.sh
+treesnap/CMakeLists.txt
+treesnap/treesnap.cpp
+treesnap/root.txt
+treesnap/de.txt
+a_provider_with_all_that_users_expect.sh
 while_you_work_on_it.sh
 fragments.cpp
 a_regression_test_is_a_file.sh
@@ -70,6 +75,10 @@ commands() { # SECTION FOLDER: runs the commands of a section there
 }
 commands from_an_empty_folder_to_a_running_provider "$guide"
 cmp "$work/data.img" "$work/data.img.snap"
+commands a_provider_with_all_that_users_expect "$guide"
+for id in config.values_stay errors.languages snapshot.content snapshot.restore snapshot.damaged kills.make kills.restore; do
+  grep -q "^passed   $id$" "$work/log" || { cat "$work/log"; echo "treesnap: $id was not tried"; exit 1; }
+done
 
 # A recorded session is a test of CTest, green twice and then, changed by one expectation, red.
 tests=$work/tests
