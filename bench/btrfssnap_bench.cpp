@@ -22,7 +22,7 @@ using orca_pdk::CFiPluginBasePtr;
 
 constexpr int kFolders = 100;
 constexpr int kFilesEach = 100;
-constexpr int kCannot = 77;  // how btrfs.sh ends where it can mount nothing
+constexpr int kCannot = 77;  // how btrfs_volume ends where it can mount nothing
 
 int run(const std::vector<std::string>& words, int output = -1) {
   std::vector<char*> argv;
@@ -76,7 +76,7 @@ class Volume {
     close(ends[0]);
     if (status == 0) return;
     m_reason = got > 0 ? std::string(text, static_cast<std::size_t>(got)) : "no file system";
-    if (status != kCannot) m_reason = "btrfs.sh failed: " + m_reason;
+    if (status != kCannot) m_reason = "btrfs_volume failed: " + m_reason;
     m_reason.erase(m_reason.find_last_not_of('\n') + 1);
   }
 

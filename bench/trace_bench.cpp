@@ -3,7 +3,7 @@
 //
 // The places of both files are fixed. Run it where they are a test's own:
 //
-//   tests/support/private_usr.sh BUILD/bench/orca_bench --benchmark_filter='trace|bare'
+//   script/private_usr BUILD/bench/orca_bench --benchmark_filter='trace|bare'
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -44,7 +44,7 @@ orca_pdk_4_4::CFiTraceLogPtr makeLog() {
 
 void traceAtLevel(benchmark::State& state, int level) {
   if (!makeFiles()) {
-    state.SkipWithError("needs a /usr/tarn of its own: tests/support/private_usr.sh");
+    state.SkipWithError("needs a /usr/tarn of its own: script/private_usr");
     return;
   }
   const orca_pdk_4_4::CFiTraceLogPtr log = makeLog();
@@ -72,7 +72,7 @@ void appendLine(const std::string& line) {
 
 void bareCalls(benchmark::State& state, bool append) {
   if (!makeFiles()) {
-    state.SkipWithError("needs a /usr/tarn of its own: tests/support/private_usr.sh");
+    state.SkipWithError("needs a /usr/tarn of its own: script/private_usr");
     return;
   }
   const std::string line(130, 'x');

@@ -15,7 +15,7 @@ class BtrfsSnapTest : public ProviderTest {
 
   void SetUp() override {
     std::filesystem::create_directory(m_data);
-    const CommandResult made = runCommand({TEST_SUPPORT "/btrfs.sh", "/mnt/image", m_data});
+    const CommandResult made = runCommand({BTRFS_SCRIPT, "/mnt/image", m_data});
     if (made.status == 77) GTEST_SKIP() << made.out;
     ASSERT_EQ(made.status, 0) << made.err;
     create(m_vol);

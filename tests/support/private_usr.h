@@ -8,7 +8,7 @@
 
 namespace orca_tests {
 
-// True where /usr is mounted for this program alone, as private_usr.sh does: only there may a
+// True where /usr is mounted for this program alone, as private_usr does: only there may a
 // program write below /usr/tarn.
 inline bool isUsrPrivate() {
   std::ifstream mounts("/proc/self/mountinfo");
