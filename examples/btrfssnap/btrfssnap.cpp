@@ -123,9 +123,7 @@ class BtrfsSnap : public CFiPluginBase {
   int isReady(char*, pyx_splitnode** nodes, int count) override {
     return m_setup.guarded("isReady", [&] {
       for (const auto& entry : m_limits) waitForSnapshots(entry.first);
-      for (pyx_domain* domain : domainsOf(nodes, count)) {
-        if (domain != nullptr) domain->flags |= FI_NODE_READY;
-      }
+      for (pyx_domain* domain : givenNodes(nodes, count)) domain->flags |= FI_NODE_READY;
     });
   }
 
@@ -164,6 +162,7 @@ class BtrfsSnap : public CFiPluginBase {
       const std::string place = importSubvolume(pathOf(resource), isReadOnly);
       if (imported != nullptr) {
         *imported = CFiStringTool::tstrdup(CFiStringTool::str2tstr(place));
+        if (*imported == nullptr) throw std::bad_alloc();
       }
       return FI_OK;
     });
