@@ -22,7 +22,7 @@ if [ "$sample" = filesnap ]; then
   set -- "$work/data/a.img" "$work/data/b.img" --content "$content" --destructive "$@"
 elif [ "$sample" = btrfssnap ]; then
   # In a mount namespace of this run's own: file system and loop device go with its last process.
-  "$(dirname "$0")/../../script/btrfs_volume" /mnt/image "$work/data" || exit 77
+  "$(dirname "$0")/../script/btrfs_volume" /mnt/image "$work/data" || exit 77
   for name in a b; do
     btrfs -q subvolume create "$work/data/$name"
     mkdir "$work/data/$name/folder"
