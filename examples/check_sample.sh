@@ -1,8 +1,9 @@
 #!/bin/sh
 # check_sample.sh FIHOST BUILD filesnap|arraysnap|btrfssnap [OPTION...]
 #
-# Runs `fihost check` on a sample provider, in a temporary folder with two nodes, an install root and,
-# for arraysnap, a disk array, for btrfssnap a file system. All must be kept, and none skipped but those that cannot apply.
+# Runs `fihost check` on a sample provider, or on SAMPLE_PLUGIN in its place, in a temporary folder with
+# two nodes, an install root and, for arraysnap, a disk array, for btrfssnap a file system. All must be
+# kept, and none skipped but those that cannot apply.
 set -eu
 fihost=$1 examples=$2/examples sample=$3
 shift 3
@@ -64,7 +65,8 @@ EOF
   set -- "${node}D0" "${node}D2" --content "cat \"\$($path_of)\"" \
     --set 'snapshot_resource_spec=[E1##D0;D1][E1##D2;D3]' "$@"
 fi
-"$fihost" --state "$work/state" check --plugin "$examples/$sample/$sample.so" "$@" >"$work/out" 2>&1 || failed=1
+plugin=${SAMPLE_PLUGIN:-$examples/$sample/$sample.so}
+"$fihost" --state "$work/state" check --plugin "$plugin" "$@" >"$work/out" 2>&1 || failed=1
 cat "$work/out"
 for id in $(sed -n -e '/with a sanitizer/d' -e 's/^skipped  \([^ ]*\).*/\1/p' "$work/out"); do
   case " $(echo $inapplicable) " in *" $id "*) ;; *) echo "$id applies, and was skipped"; failed=1 ;; esac
