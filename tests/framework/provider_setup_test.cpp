@@ -226,7 +226,7 @@ TEST_F(ProviderSetup, LooksAtValuesBeforeTheyAreTaken) {
     one->delLastError(nullptr);
     pyx_confspec spec{first, 1, text.data()};
     const bool isTaken = sentence == "(null)";
-    const auto look = [&] { checkConfig(mode, &spec, parameters); };
+    const auto look = [&, mode = mode] { checkConfig(mode, &spec, parameters); };
     EXPECT_EQ(one->setup.guarded("config", look), isTaken ? FI_OK : FI_INVALID);
     EXPECT_EQ(lastErrorIn(*one, "en"), sentence);
     EXPECT_EQ(spec.text, isTaken ? text.data() : nullptr) << sentence;
