@@ -108,14 +108,18 @@ class ArraySnap : public CFiPluginInterposer {
     });
   }
 
+  // Of an array that does not answer nothing is known, and no other pair is asked for.
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
     return m_setup.guarded("getStatus", [&] {
+      requireGiven(
+          count <= 0 || (sources != nullptr && snapshots != nullptr && statuses != nullptr),
+          "snapshots");
       const ArrayTool tool = openArray(getTraceLog());
-      return m_setup.statusOfEach(sources, snapshots, count, statuses,
-                                  [&](const std::string& source, const std::string& snapshot) {
-                                    return statusOf(tool, deviceOf(source), deviceOf(snapshot));
-                                  });
+      for (long i = 0; i < count; ++i) {
+        const Device source = deviceOf(givenName(sources[i]));
+        statuses[i] = statusOf(tool, source, deviceOf(givenName(snapshots[i])));
+      }
     });
   }
 
