@@ -57,7 +57,7 @@ std::string ending(orca_pdk::CFiExecPipePosix& pipe, int result, const Settings&
     default:
       break;
   }
-  const std::string message = pipe.getLastError().message;
+  std::string message = pipe.getLastError().message;
   if (!message.starts_with(kErrno)) return message;
   return std::string("it could not be run: ") +
          std::strerror(std::atoi(message.c_str() + sizeof kErrno - 1));

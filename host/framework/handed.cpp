@@ -35,7 +35,7 @@ std::string counted(long count, const char* what) {
 // that is known.
 std::string problemOfArray(const void* array, long count, std::optional<std::size_t> size,
                            const char* what) {
-  const std::string said = counted(count, what);
+  std::string said = counted(count, what);
   if (count < 0) return said;
   if (array == nullptr) return count == 0 ? "" : said + ", but no array of them";
   const std::size_t room = size.value_or(SIZE_MAX) / sizeof(void*);

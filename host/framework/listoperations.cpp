@@ -7,7 +7,7 @@ namespace {
 
 // What nobody can have; of more the record, which is the framework's, says nothing here.
 std::string problemOf(const Listed& list) {
-  const std::string said = "it says that it listed " + std::to_string(list.count);
+  std::string said = "it says that it listed " + std::to_string(list.count);
   if (list.count < 0) return said;
   return list.count > 0 && !list.isThere ? said + ", but handed out no list" : "";
 }
