@@ -40,6 +40,7 @@ TEST(ShortMemory, LetsAMessageBeReadWholeOrStayAsItWas) {
 }
 
 TEST(ShortMemory, LetsALineBeTracedWholeOrLost) {
+  if (!isUsrPrivate()) GTEST_SKIP() << "it takes a /usr/tarn of its own";
   TraceRecorder trace;
   ShortMemory{"trace",
               [&trace] {
