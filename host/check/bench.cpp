@@ -21,7 +21,7 @@ namespace {
 constexpr int kNotSupported = 4;
 constexpr char kTakenFile[] = "taken";
 
-struct Close {
+struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
@@ -76,7 +76,7 @@ std::string Bench::content(const std::string& name) const {
   if (!fs::is_regular_file(name, ignored)) {
     throw Skipped{name + " is no file, and no --content says how to read it"};
   }
-  const std::unique_ptr<std::FILE, Close> file(std::fopen(name.c_str(), "rbe"));
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name.c_str(), "rbe"));
   require(file != nullptr, name + " cannot be read");
   return digestOf(file.get());
 }

@@ -10,10 +10,10 @@ namespace fihost::check {
 
 namespace {
 
-struct Close {
+struct CloseBundle {
   void operator()(UResourceBundle* bundle) const { ures_close(bundle); }
 };
-using Bundle = std::unique_ptr<UResourceBundle, Close>;
+using Bundle = std::unique_ptr<UResourceBundle, CloseBundle>;
 
 // ICU itself would go on to the root.
 bool isIn(const std::string& folder, const std::string& language, const std::string& messageId) {

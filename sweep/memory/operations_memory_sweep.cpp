@@ -1,9 +1,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "cfiplugininterposer.h"
 #include "cfiprivatedatamgr.h"
 #include "cfistringtool.h"
+#include "memory/importer.h"
 #include "support/short_memory.h"
 
 namespace orca_tests {
@@ -66,15 +66,6 @@ TEST(ShortMemory, LetsTheInterposerClaimOrThrow) {
               }}
       .sweep();
 }
-
-struct Importer : CFiPluginInterposer {
-  int importNode(tstr name, std::vector<tstr> hosts, bool, bool, bool, int) override {
-    seen = name.c_str();
-    for (const tstr& host : hosts) seen.append(" ").append(host.c_str());
-    return 0;
-  }
-  std::string seen;
-};
 
 TEST(ShortMemory, LetsAResourceBeImportedUnderItsWholeNameOrNotAtAll) {
   ShortMemory{

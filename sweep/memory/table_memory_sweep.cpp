@@ -2,10 +2,10 @@
 
 #include <cstdlib>
 
-#include "cfiplugininterposer.h"
 #include "cfiprivatedatamgr.h"
 #include "cfistringtool.h"
 #include "framework/all_operations.h"
+#include "memory/importer.h"
 #include "support/short_memory.h"
 #include "support/trace_recorder.h"
 
@@ -255,16 +255,6 @@ TEST(TableMemory, ChoosesATargetOrNone) {
     return std::to_string(result) + life.data->getConfiguredTarget();
   });
 }
-
-class Importer : public CFiPluginInterposer {
- public:
-  int importNode(tstr name, std::vector<tstr> hosts, bool, bool, bool, int) override {
-    seen += name.c_str();
-    for (const tstr& host : hosts) seen.append(" ").append(host.c_str());
-    return 0;
-  }
-  std::string seen;
-};
 
 TEST(TableMemory, InterposesOrThrows) {
   sweep<Importer>(

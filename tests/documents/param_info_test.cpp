@@ -7,7 +7,7 @@ namespace {
 
 using namespace orca_pdk_4_4;
 
-std::string document(const std::string& blocks) {
+std::string infoDocument(const std::string& blocks) {
   return "<?xml version=\"1.0\" standalone=\"yes\" ?>\n<ConfigParamList>\n" + blocks +
          "</ConfigParamList>\n";
 }
@@ -49,7 +49,7 @@ CFiConfigParamInfo read(const std::string& block) {
 }
 
 TEST(ParamInfoList, WritesItsDescriptionsInKeyOrder) {
-  EXPECT_EQ(twoParams().getXML().c_str(), document(kTwoBlocks));
+  EXPECT_EQ(twoParams().getXML().c_str(), infoDocument(kTwoBlocks));
   EXPECT_STREQ(CFiConfigParamInfoList().getXML().c_str(), "");
 }
 
@@ -97,13 +97,13 @@ TEST(ParamInfo, WritesItsChoicesForStringLists) {
 }
 
 TEST(ParamInfoList, IsEmptyAfterParseWhateverTheText) {
-  const std::string good = document(kTwoBlocks);
+  const std::string good = infoDocument(kTwoBlocks);
   for (const char* text : {static_cast<const char*>(nullptr), "", "junk", good.c_str()}) {
     CFiConfigParamInfoList list = twoParams();
     EXPECT_EQ(list.parse(text), 0);
     EXPECT_TRUE(list.params.empty());
-    EXPECT_EQ(list.getXML().c_str(), document(""));
-    EXPECT_EQ(CFiConfigParamInfoList(text).getXML().c_str(), document(""));
+    EXPECT_EQ(list.getXML().c_str(), infoDocument(""));
+    EXPECT_EQ(CFiConfigParamInfoList(text).getXML().c_str(), infoDocument(""));
   }
 }
 
@@ -127,9 +127,9 @@ TEST(ParamInfoList, GivesEveryDefaultAsASingleValue) {
 
 TEST(ParamInfoHandler, ReadsAWrittenDocumentBack) {
   CFiGetConfigParamListHandler handler;
-  CFiSaxParser(&handler).parse(document(kTwoBlocks));
+  CFiSaxParser(&handler).parse(infoDocument(kTwoBlocks));
   EXPECT_TRUE(handler.isFinished());
-  EXPECT_EQ(handler.getList().getXML().c_str(), document(kTwoBlocks));
+  EXPECT_EQ(handler.getList().getXML().c_str(), infoDocument(kTwoBlocks));
   EXPECT_EQ(handler.getList().params.at("b<&>\"'").defaultValue, " c1\n");
 }
 

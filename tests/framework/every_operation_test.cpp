@@ -27,7 +27,7 @@ std::string scopeAt(int line) {
   return isScope ? definition : std::string();
 }
 
-using EveryOperation = ProviderTest;
+using EveryOperation = PluginTest;
 
 TEST_F(EveryOperation, AnswersBetweenAnEntryAndAnExitLineOfItsName) {
   TestProvider bare;

@@ -50,7 +50,7 @@ unsigned sleep(unsigned seconds) {
 namespace orca_tests {
 namespace {
 
-class Ownership : public ProviderTest {
+class Ownership : public PluginTest {
  protected:
   // The operation on "/dev/x" with the system replaced: its result and last line.
   std::string setOwnerIds(System system, long owner, long group, const char* resource = "/dev/x") {

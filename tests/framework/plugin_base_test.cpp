@@ -5,7 +5,7 @@ namespace {
 
 using namespace orca_pdk;
 
-using PluginBase = ProviderTest;
+using PluginBase = PluginTest;
 
 TEST_F(PluginBase, AsksForTheErrorTextUnderItsNameInUpperCase) {
   const std::tuple<const char*, long, int, const char*> cases[] = {
@@ -89,7 +89,7 @@ TEST_F(PluginBase, ListsTheSubObjectsOfAKnownNode) {
 enum { kGet = 1, kSet = 2, kClear = 3, kGetParam = 4, kSetToo = 5 };
 
 // A known node, and a provider whose descriptions of index 1 hold "keep".
-class ConfigOperation : public ProviderTest {
+class ConfigOperation : public PluginTest {
  protected:
   // What config hands out, by default with the selectors of index 1.
   std::string config(int mode, const char* text = nullptr, int result = 0, int first = 1) {

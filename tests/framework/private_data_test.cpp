@@ -93,7 +93,7 @@ TEST(Udid, HasTheFieldsAfterTheMarker) {
   for (const auto& [text, parts] : cases) EXPECT_EQ(partsOf(text), parts) << text;
 }
 
-class TargetSelection : public ProviderTest {
+class TargetSelection : public PluginTest {
  protected:
   TargetSelection() { m_data.registerTraceLog(m_log); }
   // Selects with the text as the parameter's value; null sets none.

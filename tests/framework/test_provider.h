@@ -94,7 +94,7 @@ class ProviderTestOf : public ::testing::Test {
   pyx_domain m_node{};
 };
 
-using ProviderTest = ProviderTestOf<TestProvider>;
+using PluginTest = ProviderTestOf<TestProvider>;
 
 }  // namespace orca_tests
 

@@ -45,7 +45,7 @@ inline bool isUnderValgrind() {
 }
 
 // Runs commands. No descriptor and no child may be left at the end of a test.
-class ExecTest : public ProviderTest {
+class ExecTest : public PluginTest {
  protected:
   using Pipe = orca_pdk::CFiExecPipePosix;
 

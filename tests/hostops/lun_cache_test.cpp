@@ -18,7 +18,7 @@ using orca_pdk::tstr;
 
 const std::string kDevice = "UDID##V##P##E1##D";
 
-class LunCache : public ProviderTest {
+class LunCache : public PluginTest {
  protected:
   LunCache() {
     m_cache.registerTraceLog(m_log);
