@@ -1,0 +1,1 @@
+../../script/private_usr
