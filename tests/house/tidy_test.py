@@ -1,10 +1,8 @@
-"""tidy_test.py BUILD_FOLDER: clang-tidy, and with it clang's own warnings, over every source, without
-the precompiled headers.
+"""tidy_test.py BUILD_FOLDER: clang-tidy, and with it clang's own warnings, over every source.
 
-Most of the time goes into headers of others, so the sources of a folder are looked at as one. Only
-where something is found, be it two names that clash, each is looked at alone, and that counts."""
+Most of the time goes into headers of others, so what the build joined is looked at as one. Only where
+something is found, be it by the joining, each source is looked at alone, and that counts."""
 
-import collections
 import concurrent.futures
 import json
 import os
@@ -12,25 +10,24 @@ import pathlib
 import re
 import shlex
 import sys
-import tempfile
 
 from house import ROOT, finish, run
 
 FOLDERS = tuple(str(ROOT / f) + "/" for f in ("vtools", "common", "fiutil", "pdk", "host", "examples"))
 WARNINGS = ("-Wno-unknown-warning-option", "-Wzero-as-null-pointer-constant")
-MOST = 12  # sources at a time, so that no processor waits for the largest folder
 
 
-def groups_of(build):
-    """Lists of sources of one folder with the flags that they share."""
-    groups = collections.defaultdict(list)
-    for entry in json.loads(pathlib.Path(build, "compile_commands.json").read_text()):
-        if entry["file"].startswith(FOLDERS):
-            flags = re.sub(r"(-Winvalid-pch|(-Xclang )?-include(-pch)?( -Xclang)? \S*cmake_pch\S*)( |$)", "",
-                           entry["command"].split(" -o ")[0])
-            groups[os.path.dirname(entry["file"]), flags].append(entry["file"])
-    return [(flags, sorted(files)[i:i + MOST])
-            for (_, flags), files in groups.items() for i in range(0, len(files), MOST)]
+def sources_of(file):
+    """What a file of the compilation database is made of."""
+    path = pathlib.Path(file)
+    return re.findall(r'#include "(.*)"', path.read_text()) if path.parent.name == "Unity" else [file]
+
+
+def units_of(build):
+    """What is compiled, with its sources and flags, what takes longest first."""
+    entries = json.loads(pathlib.Path(build, "compile_commands.json").read_text())
+    units = [(entry["command"].split(" -o ")[0], entry["file"], sources_of(entry["file"])) for entry in entries]
+    return sorted((u for u in units if u[2][0].startswith(FOLDERS)), key=lambda unit: -len(unit[2]))
 
 
 def tidy(flags, path, *options):
@@ -39,17 +36,13 @@ def tidy(flags, path, *options):
     return f"{os.path.relpath(path, ROOT)}:\n{result.stdout}{result.stderr}" if result.returncode else None
 
 
-def check(flags, files):
-    with tempfile.NamedTemporaryFile("w", suffix=os.path.splitext(files[0])[1]) as together:
-        together.writelines(f'#include "{file}"\n' for file in files)
-        together.flush()
-        here = f"{flags} -I{os.path.dirname(files[0])}"
-        if tidy(here, together.name, "--checks=-bugprone-suspicious-include") is None:
-            return []
-    return [finding for finding in (tidy(flags, file) for file in files) if finding]
+def check(flags, unit, sources):
+    if tidy(flags, unit, "--checks=-bugprone-suspicious-include") is None:
+        return []
+    return [finding for finding in (tidy(flags, source) for source in sources) if finding]
 
 
-groups = groups_of(sys.argv[1])
+units = units_of(sys.argv[1])
 with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-    findings = [f for found in pool.map(lambda group: check(*group), groups) for f in found]
-finish(findings if groups else ["no sources in the compilation database"])
+    findings = [f for found in pool.map(lambda unit: check(*unit), units) for f in found]
+finish(findings if units else ["no sources in the compilation database"])
