@@ -13,7 +13,7 @@
 #include "snapshotmaking.h"
 #include "snapshotstore.h"
 
-const char* const samples::kUntrusted = "BTRFSSNAP_UNTRUSTED";
+const char* const samples::kMessagePrefix = "BTRFSSNAP_";
 
 namespace btrfssnap {
 

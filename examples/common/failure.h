@@ -6,15 +6,25 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 namespace samples {
 
-// What the samples have in common. Each builds these sources into its plug-in, and defines which of
-// its messages says that something is not trusted: {0} is the path, {1} its owner, {2} its mode,
-// {3} who else could own it.
-extern const char* const kUntrusted;
+// What the samples have in common. Each builds these sources into its plug-in, and says with what
+// the ids of its messages begin. Its catalog has these, after that beginning, for what is found
+// here:
+//
+//   UNTRUSTED          {0} is the path, {1} its owner, {2} its mode, {3} who else could own it
+//   DIR_FAILED         {0} is the folder of snapshots, {1} the cause
+//   LEFT               {0} are the snapshots that could not be removed again
+//   INTERNAL           see SFiProviderIdentity
+//   NO_NODE, BAD_DOCUMENT, BAD_VALUE, UNKNOWN_PARAMETER   see SFiHelperMessages
+extern const char* const kMessagePrefix;
+
+// The whole id of one of these messages.
+std::string messageId(const char* id);
 
 using Failure = orca_pdk::SFiFailure;
 
@@ -26,11 +36,11 @@ std::string cause(int error = errno);
 
 // Runs a step and turns what the system says against it into a message about an object.
 template <typename Step>
-auto withMessage(const char* messageId, const std::filesystem::path& object, Step step) {
+auto withMessage(std::string_view messageId, const std::filesystem::path& object, Step step) {
   try {
     return step();
   } catch (const std::system_error& error) {
-    throw failure(messageId, {object, cause(error.code().value())});
+    throw failure(std::string(messageId), {object, cause(error.code().value())});
   }
 }
 

@@ -92,6 +92,15 @@ Folder openOrMakeFolder(const fs::path& path, uid_t owner) {
   return openOrMakeFolder(path, owner);
 }
 
+void removeEmptyFolder(const fs::path& path) noexcept {
+  try {
+    const Folder above = openFolder(path.parent_path());
+    unlinkat(above.descriptor.get(), path.filename().c_str(), AT_REMOVEDIR);
+  } catch (...) {
+    return;
+  }
+}
+
 uid_t rootUser() {
   struct stat status = {};
   return stat("/", &status) == 0 ? status.st_uid : 0;
@@ -103,7 +112,7 @@ void requireTrusted(const fs::path& path, const struct stat& status, uid_t owner
   // A second name of a file may lie where others can reach it, and is no proof of who put it here.
   const bool isOnly = S_ISDIR(status.st_mode) || status.st_nlink == 1;
   if (isOwned && isOnly && isClosed(status)) return;
-  throw failure(kUntrusted, {path, user, modeText(status.st_mode), owner});
+  throw failure(messageId("UNTRUSTED"), {path, user, modeText(status.st_mode), owner});
 }
 
 void requireTrusted(const Folder& folder, uid_t owner) {

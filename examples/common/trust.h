@@ -38,6 +38,9 @@ std::optional<Folder> findFolder(const std::filesystem::path& path);
 // that they last. Throws Failure, where it or a folder above is not trusted, and std::system_error.
 Folder openOrMakeFolder(const std::filesystem::path& path, uid_t owner);
 
+// Removes a folder that is empty. Errors are ignored: it stays, which harms nobody. Throws nothing.
+void removeEmptyFolder(const std::filesystem::path& path) noexcept;
+
 // Whoever owns the root folder, and so can change all below it. That is user 0, but has another
 // number in a user namespace that does not map it.
 uid_t rootUser();

@@ -17,7 +17,7 @@ const CFiParameters& parameters() {
   static const Parameters kDefaults;
   static const CFiParameters kAll =
       CFiParameters()
-          .addText("snapshot_dir", "FILESNAP_PARAM_SNAPSHOT_DIR", kDefaults.directory)
+          .addText("snapshot_dir", "FILESNAP_PARAM_SNAPSHOT_DIR", ".filesnap")
           .addChoice("copy_mode", "FILESNAP_PARAM_COPY_MODE", "auto", {"auto", "reflink", "copy"})
           .addNumber("keep", "FILESNAP_PARAM_KEEP", kDefaults.keep, 1, 64)
           .addFlag("verify", "FILESNAP_PARAM_VERIFY", kDefaults.verify)
@@ -26,12 +26,9 @@ const CFiParameters& parameters() {
 }
 
 Parameters readParameters(const CFiConfigParamDataList& values) {
-  parameters().requireAllowed(values);
   Parameters chosen;
-  chosen.directory = parameters().text(values, "snapshot_dir");
-  if (chosen.directory.empty()) throw refused({"snapshot_dir", "", "/path, path"});
+  chosen.read(parameters(), values);
   chosen.mode = modeOf(parameters().text(values, "copy_mode"));
-  chosen.keep = static_cast<int>(parameters().number(values, "keep"));
   chosen.verify = parameters().flag(values, "verify");
   chosen.deep = parameters().flag(values, "deep");
   return chosen;

@@ -1,9 +1,7 @@
 #ifndef FILESNAP_PARAMETERS_H
 #define FILESNAP_PARAMETERS_H
 
-#include <cfiparameters.h>
-
-#include <filesystem>
+#include "common/keeping.h"
 
 namespace filesnap {
 
@@ -14,10 +12,8 @@ enum class CopyMode {
 };
 
 // What the user chose for a file.
-struct Parameters {
-  std::filesystem::path directory = ".filesnap";  // relative: beside the file
+struct Parameters : samples::Keeping {
   CopyMode mode = CopyMode::kAuto;
-  int keep = 8;         // how many snapshots of a file are kept
   bool verify = false;  // compare digests of file and copy
   bool deep = false;    // read all of the data to tell a snapshot's status
 };

@@ -5,14 +5,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <ctime>
-#include <map>
-#include <optional>
-#include <set>
-#include <utility>
 
-#include "common/failure.h"
+#include "common/names.h"
 #include "filecopy.h"
+#include "snapshotstore.h"
 #include "staging.h"
 
 namespace filesnap {
@@ -21,35 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kLongestBase = 200;  // of a snapshot's name, which may have 255 bytes
-constexpr std::size_t kRandomPart = 16;    // makes sure that no name is ever used twice
-constexpr off_t kBlock = 512;              // unit of st_blocks
+constexpr std::size_t kRandomPart = 16;  // makes sure that no name is ever used twice
+constexpr off_t kBlock = 512;            // unit of st_blocks
 
-// The folder in which snapshots of a file are kept.
-fs::path snapshotFolder(const Request& request) {
-  const fs::path& directory = request.parameters.directory;
-  return withMessage("FILESNAP_DIR_FAILED", directory, [&] {
-    const fs::path path = (placeOf(request.file).parent_path() / directory).lexically_normal();
-    return path.has_filename() ? path : path.parent_path();  // without a "/" at the end
-  });
-}
-
-// The requests of one snapshot folder, by their numbers.
-struct Group {
-  fs::path folder;
-  std::vector<std::size_t> members;
-};
-
-std::vector<Group> byFolder(const std::vector<Request>& requests) {
-  std::map<fs::path, std::vector<std::size_t>> folders;
-  for (std::size_t i = 0; i < requests.size(); ++i) {
-    folders[snapshotFolder(requests[i])].push_back(i);
-  }
-  std::vector<Group> groups;
-  groups.reserve(folders.size());
-  for (auto& [folder, members] : folders) groups.push_back({folder, std::move(members)});
-  return groups;
-}
+using Members = std::vector<Request*>;
 
 Descriptor openExisting(const fs::path& file) {
   Descriptor source = openSource(file);
@@ -61,15 +32,6 @@ bool isSameState(const struct stat& a, const struct stat& b) {
   return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
          a.st_mtim.tv_nsec == b.st_mtim.tv_nsec && a.st_ctim.tv_sec == b.st_ctim.tv_sec &&
          a.st_ctim.tv_nsec == b.st_ctim.tv_nsec;
-}
-
-std::string timeText(int64_t nanoseconds) {
-  const std::time_t seconds = nanoseconds / 1000000000;
-  std::tm parts = {};
-  gmtime_r(&seconds, &parts);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", &parts);
-  return text;
 }
 
 // The bytes that a full copy takes, 0 where the blocks will, or may, be shared.
@@ -87,17 +49,17 @@ void requireRoom(const Folder& folder, uintmax_t wanted) {
   throw failure("FILESNAP_NO_SPACE", {folder.path, wanted, free});
 }
 
-void prepareFolder(const Group& group, const std::vector<Request>& requests) {
-  const fs::path& first = requests[group.members.front()].file;
-  const Folder folder = openOrMakeFolder(group.folder, statusOf(openExisting(first)).st_uid);
+void prepareFolder(const fs::path& path, const Members& members) {
+  const fs::path& first = members.front()->source;
+  const Folder folder = openOrMakeFolder(path, statusOf(openExisting(first)).st_uid);
   checked("access",
           [&] { return faccessat(folder.descriptor.get(), ".", W_OK | X_OK, AT_EACCESS); });
   Staging::sweep(folder.descriptor, kTemporary);
   uintmax_t wanted = 0;
-  for (const std::size_t i : group.members) {
-    const struct stat status = statusOf(openExisting(requests[i].file));
+  for (const auto* request : members) {
+    const struct stat status = statusOf(openExisting(request->source));
     requireTrusted(folder, status.st_uid);
-    wanted += roomFor(status, folder, requests[i].parameters.mode);
+    wanted += roomFor(status, folder, request->parameters.mode);
   }
   requireRoom(folder, wanted);
 }
@@ -113,7 +75,8 @@ Progress tenths(const fs::path& file, off_t size, const Report& report) {
 SnapshotInfo describe(const fs::path& file, const struct stat& status, const std::string& session) {
   SnapshotInfo info;
   info.created = now();
-  info.name = baseOf(file) + "." + timeText(info.created) + "." + randomText(kRandomPart);
+  info.name =
+      baseOf(file) + "." + timeText(info.created / 1000000000) + "." + randomText(kRandomPart);
   info.source = placeOf(file).string();
   info.session = session;
   info.process = getpid();
@@ -144,41 +107,37 @@ void inFolder(const fs::path& path, uid_t owner, Step step) {
 // The making of a session's snapshots.
 class Making {
  public:
-  Making(const std::vector<Request>& requests, const std::string& session, const Report& report)
-      : m_requests(requests), m_session(session), m_report(report), m_made(requests.size()) {}
+  Making(const std::string& session, const Report& report) : m_session(session), m_report(report) {}
 
   // All snapshots of one folder.
-  void makeIn(const Group& group) {
-    const std::vector<std::size_t>& members = group.members;
-    const uid_t owner = statusOf(openExisting(m_requests[members.front()].file)).st_uid;
-    inFolder(group.folder, owner, [&](const Folder& folder, const Descriptor& staging) {
-      std::vector<std::string> names;
-      names.reserve(members.size());
-      for (const std::size_t i : members) names.push_back(fill(m_requests[i], folder, staging));
-      for (std::size_t i = 0; i < members.size(); ++i) {
-        m_made[members[i]] = group.folder / names[i];
+  void makeIn(const fs::path& path, const Members& members) const {
+    const uid_t owner = statusOf(openExisting(members.front()->source)).st_uid;
+    inFolder(path, owner, [&](const Folder& folder, const Descriptor& staging) {
+      std::vector<SnapshotInfo> infos;
+      infos.reserve(members.size());
+      for (const auto* request : members) infos.push_back(fill(*request, folder, staging));
+      for (std::size_t i = 0; i < infos.size(); ++i) {
+        const std::string& name = infos[i].name;
+        members[i]->made = {path / name, infos[i].source, owner};
         checked("rename", [&] {
-          return renameat(staging.get(), names[i].c_str(), folder.descriptor.get(),
-                          names[i].c_str());
+          return renameat(staging.get(), name.c_str(), folder.descriptor.get(), name.c_str());
         });
       }
       sync(folder.descriptor);
     });
   }
 
-  // The paths of those that may have been published; the others are empty.
-  const std::vector<fs::path>& made() const { return m_made; }
-
  private:
-  std::string fill(const Request& request, const Folder& folder, const Descriptor& staging) {
+  SnapshotInfo fill(const Request& request, const Folder& folder, const Descriptor& staging) const {
     const bool mustShare = request.parameters.mode == CopyMode::kReflink;
-    return withMessage(mustShare ? "FILESNAP_REFLINK_FAILED" : "FILESNAP_COPY_FAILED", request.file,
-                       [&] { return stage(request, folder, staging); });
+    return withMessage(mustShare ? "FILESNAP_REFLINK_FAILED" : "FILESNAP_COPY_FAILED",
+                       request.source, [&] { return stage(request, folder, staging); });
   }
 
-  // Makes a snapshot in the session's temporary folder, under its final name, which is returned.
-  std::string stage(const Request& request, const Folder& folder, const Descriptor& staging) {
-    const fs::path& file = request.file;
+  // Makes a snapshot in the session's temporary folder, under its final name.
+  SnapshotInfo stage(const Request& request, const Folder& folder,
+                     const Descriptor& staging) const {
+    const fs::path& file = request.source;
     const Descriptor source = openExisting(file);
     const struct stat before = statusOf(source);
     requireTrusted(folder, before.st_uid);
@@ -197,13 +156,11 @@ class Making {
     info.mark = markOf(data);
     writeText(createFile(snapshot, "info"), toText(info));
     sync(snapshot);
-    return info.name;
+    return info;
   }
 
-  const std::vector<Request>& m_requests;
   const std::string& m_session;
   const Report& m_report;
-  std::vector<fs::path> m_made;
 };
 
 }  // namespace
@@ -218,43 +175,21 @@ Descriptor openSource(const fs::path& file) {
   }
 }
 
-void prepareFiles(const std::vector<Request>& requests) {
+void prepareFiles(Requests& requests) {
+  inEachFolder(requests, prepareFolder);
   std::set<fs::path> places;
-  for (const Group& group : byFolder(requests)) {
-    withMessage("FILESNAP_DIR_FAILED", group.folder, [&] { prepareFolder(group, requests); });
-    for (const std::size_t i : group.members)
-      places.insert(placeOf(requests[i].file).parent_path());
-  }
+  for (const auto& request : requests) places.insert(placeOf(request.source).parent_path());
   for (const fs::path& place : places) {
     const auto folder = findFolder(place);
     if (folder) Staging::sweep(folder->descriptor, kRestoring);
   }
 }
 
-std::vector<fs::path> snapshotFiles(const std::vector<Request>& requests,
-                                    const std::string& session, const Report& report) {
-  Making making(requests, session, report);
-  try {
-    for (const Group& group : byFolder(requests)) {
-      withMessage("FILESNAP_DIR_FAILED", group.folder, [&] { making.makeIn(group); });
-    }
-    return making.made();
-  } catch (...) {
-    withdraw(making.made());
-    throw;
-  }
-}
-
-void withdraw(const std::vector<fs::path>& made) {
-  std::string left;
-  for (const fs::path& path : made) {
-    try {
-      if (!path.empty()) removeSnapshot(path);
-    } catch (const Failure&) {
-      left += " " + path.string();
-    }
-  }
-  if (!left.empty()) throw failure("FILESNAP_LEFT", {left.substr(1)});
+void snapshotFiles(Requests& requests, const std::string& session, const Report& report) {
+  const Making making(session, report);
+  inEachFolder(requests, [&](const fs::path& folder, const Members& members) {
+    making.makeIn(folder, members);
+  });
 }
 
 int64_t now() {
@@ -262,12 +197,6 @@ int64_t now() {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
 
-std::string baseOf(const fs::path& file) {
-  std::string base = file.filename().string();
-  if (base.size() <= kLongestBase) return base;
-  std::size_t end = kLongestBase;
-  while (end > 0 && (base[end] & 0xC0) == 0x80) --end;  // cut between characters
-  return base.substr(0, end);
-}
+std::string baseOf(const fs::path& file) { return shortened(file.filename()); }
 
 }  // namespace filesnap

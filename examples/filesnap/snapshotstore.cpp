@@ -133,16 +133,6 @@ void copyBack(const Snapshot& snapshot, const Descriptor& data, const Descriptor
   }
 }
 
-// Only an empty folder goes.
-void removeEmpty(const fs::path& path) {
-  try {
-    const Folder above = openFolder(path.parent_path());
-    unlinkat(above.descriptor.get(), path.filename().c_str(), AT_REMOVEDIR);
-  } catch (const std::system_error&) {
-    return;  // it stays, which harms nobody
-  }
-}
-
 }  // namespace
 
 std::optional<Snapshot> snapshotIn(const Folder& folder, const std::string& name) {
@@ -156,12 +146,12 @@ std::optional<Snapshot> snapshotIn(const Folder& folder, const std::string& name
   return snapshot;
 }
 
-SnapshotState checkSnapshot(const fs::path& path, bool deep) {
+orca_pdk::EFiSnapshotStatus checkSnapshot(const fs::path& path, bool deep) {
   const auto snapshot = openSnapshot(path);
-  if (!snapshot) return SnapshotState::kAbsent;
+  if (!snapshot) return orca_pdk::FI_SNAPSHOT_ABSENT;
   return withMessage("FILESNAP_UNREADABLE", path, [&] {
     if (!isWhole(*snapshot, openData(*snapshot), deep)) throw damaged(*snapshot);
-    return SnapshotState::kReady;
+    return orca_pdk::FI_SNAPSHOT_READY;
   });
 }
 
@@ -192,7 +182,7 @@ void removeSnapshot(const fs::path& path) {
     removeIn(*folder, path.filename());
     return false;
   });
-  if (!isGone) removeEmpty(path.parent_path());
+  if (!isGone) removeEmptyFolder(path.parent_path());
 }
 
 void removeIn(const Folder& folder, const std::string& name) {

@@ -24,13 +24,6 @@ inline constexpr char kTemporary[] = ".filesnap-tmp.";
 // And of those beside a file that is restored.
 inline constexpr char kRestoring[] = ".filesnap-restore.";
 
-// State of a snapshot, as getStatus answers it.
-enum class SnapshotState : long {
-  kAbsent = orca_pdk::FI_SNAPSHOT_ABSENT,
-  kDamaged = orca_pdk::FI_SNAPSHOT_DAMAGED,
-  kReady = orca_pdk::FI_SNAPSHOT_READY
-};
-
 // A snapshot, opened.
 struct Snapshot {
   std::filesystem::path path;
@@ -45,8 +38,9 @@ struct Snapshot {
 std::optional<Snapshot> snapshotIn(const Folder& folder, const std::string& name);
 
 // Looks at a snapshot's data: what is as it was left is ready; what is not must have the digest or,
-// where none was taken, size and time of what was copied. Deep always reads.
-SnapshotState checkSnapshot(const std::filesystem::path& path, bool deep);
+// where none was taken, size and time of what was copied. Deep always reads. Fails for a damaged
+// one.
+orca_pdk::EFiSnapshotStatus checkSnapshot(const std::filesystem::path& path, bool deep);
 
 // Puts the data of a snapshot in the place of the file that it was taken of, which may be gone,
 // with the mode and owner that the file had. Links and whatever else is no regular file are left
