@@ -8,7 +8,7 @@ const CFiParameters& parameters() {
   static const Parameters kDefaults;
   static const CFiParameters kAll =
       CFiParameters()
-          .addText("snapshot_dir", "BTRFSSNAP_PARAM_SNAPSHOT_DIR", kDefaults.directory)
+          .addText("snapshot_dir", "BTRFSSNAP_PARAM_SNAPSHOT_DIR", ".btrfssnap")
           .addText("name", "BTRFSSNAP_PARAM_NAME", kDefaults.pattern)
           .addNumber("keep", "BTRFSSNAP_PARAM_KEEP", kDefaults.keep, 1, 64)
           .addFlag("writable", "BTRFSSNAP_PARAM_WRITABLE", kDefaults.isWritable)
@@ -17,15 +17,12 @@ const CFiParameters& parameters() {
 }
 
 Parameters readParameters(const CFiConfigParamDataList& values) {
-  parameters().requireAllowed(values);
   Parameters chosen;
-  chosen.directory = parameters().text(values, "snapshot_dir");
-  if (chosen.directory.empty()) throw refused({"snapshot_dir", "", "/path, path"});
+  chosen.read(parameters(), values);
   chosen.pattern = parameters().text(values, "name");
   if (chosen.pattern.empty() || chosen.pattern.find('/') != std::string::npos) {
     throw refused({"name", chosen.pattern, "%n, %s, %t, text without \"/\""});
   }
-  chosen.keep = static_cast<int>(parameters().number(values, "keep"));
   chosen.isWritable = parameters().flag(values, "writable");
   chosen.keepReplaced = parameters().flag(values, "keep_replaced");
   return chosen;

@@ -1,20 +1,15 @@
 #ifndef BTRFSSNAP_PARAMETERS_H
 #define BTRFSSNAP_PARAMETERS_H
 
-#include <cfiparameters.h>
-
-#include <filesystem>
-#include <string>
+#include "common/keeping.h"
 
 namespace btrfssnap {
 
 // What the user chose for a subvolume.
-struct Parameters {
-  std::filesystem::path directory = ".btrfssnap";  // relative: beside the subvolume
-  std::string pattern = "%n.%t";                   // of the names of snapshots
-  int keep = 8;                                    // how many snapshots of a subvolume are kept
-  bool isWritable = false;                         // snapshots can be written to
-  bool keepReplaced = false;                       // what restore replaces stays
+struct Parameters : samples::Keeping {
+  std::string pattern = "%n.%t";  // of the names of snapshots
+  bool isWritable = false;        // snapshots can be written to
+  bool keepReplaced = false;      // what restore replaces stays
 };
 
 // The descriptions of all parameters.

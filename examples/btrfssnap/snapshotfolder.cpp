@@ -9,21 +9,7 @@
 
 namespace btrfssnap {
 
-namespace {
-
 namespace fs = std::filesystem;
-
-// Only an empty folder goes.
-void removeEmpty(const fs::path& path) noexcept {
-  try {
-    const Folder above = openFolder(path.parent_path());
-    unlinkat(above.descriptor.get(), path.filename().c_str(), AT_REMOVEDIR);
-  } catch (...) {
-    return;  // it stays, which harms nobody
-  }
-}
-
-}  // namespace
 
 LockedFolder::LockedFolder(Folder folder, Room room) : m_folder(std::move(folder)) {
   try {
@@ -75,7 +61,7 @@ std::unique_ptr<LockedFolder> LockedFolder::find(const fs::path& path, uid_t own
 
 LockedFolder::~LockedFolder() {
   m_lock.reset();
-  if (m_goes) removeEmpty(m_folder.path);
+  if (m_goes) removeEmptyFolder(m_folder.path);
 }
 
 void LockedFolder::sweep() const noexcept {

@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "common/files.h"
+#include "common/names.h"
 
 namespace btrfssnap {
 
 namespace {
 
-constexpr std::size_t kLongestText = 200;  // of a name, which may have 255 bytes
 constexpr std::size_t kUuidLength = 32;
 constexpr std::size_t kRandomPart = 6;
 constexpr char kTemporary[] = ".btrfssnap-tmp.";
@@ -18,22 +18,6 @@ constexpr char kHexadecimal[] = "0123456789abcdef";
 
 bool isHexadecimal(const std::string& text, std::size_t length) {
   return text.size() == length && text.find_first_not_of(kHexadecimal) == std::string::npos;
-}
-
-std::string timeText(std::time_t time) {
-  std::tm parts = {};
-  gmtime_r(&time, &parts);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", &parts);
-  return text;
-}
-
-std::string cut(std::string text) {
-  if (text.size() <= kLongestText) return text;
-  std::size_t end = kLongestText;
-  while (end > 0 && (text[end] & 0xC0) == 0x80) --end;
-  text.resize(end);
-  return text;
 }
 
 }  // namespace
@@ -65,10 +49,13 @@ std::string fillPattern(const std::string& pattern, const std::string& subvolume
       continue;
     }
     ++i;
-    text += next == 'n' ? subvolume : next == 's' ? session : next == 't' ? timeText(time) : "%";
+    text += next == 'n'   ? subvolume
+            : next == 's' ? session
+            : next == 't' ? samples::timeText(time)
+                          : "%";
   }
   std::replace(text.begin(), text.end(), '/', '_');  // a session's
-  return cut(text);
+  return samples::shortened(text);
 }
 
 std::string temporaryName() { return kTemporary + samples::randomText(kRandomPart); }
