@@ -16,7 +16,7 @@ using Members = std::vector<Request*>;
 
 Subvolume openSource(const Request& request) { return openSubvolume(placeOf(request.source)); }
 
-uid_t ownerOf(const Subvolume& subvolume) { return statusOf(subvolume.descriptor).st_uid; }
+uid_t userOf(const Subvolume& subvolume) { return statusOf(subvolume.descriptor).st_uid; }
 
 void requireSameFileSystem(const Folder& folder, const Request& request, const Subvolume& source) {
   if (isSameFileSystem(source.descriptor, folder.descriptor)) return;
@@ -38,7 +38,7 @@ class Making {
 
   // All snapshots of one folder.
   void makeIn(const fs::path& path, const Members& members) const {
-    const auto folder = LockedFolder::openOrMake(path, ownerOf(openSource(*members.front())));
+    const auto folder = LockedFolder::openOrMake(path, userOf(openSource(*members.front())));
     try {
       std::vector<Staged> staged;
       staged.reserve(members.size());
@@ -59,9 +59,9 @@ class Making {
 
   Staged stage(const LockedFolder& folder, Request& request) const {
     const Subvolume source = openSource(request);
-    requireTrusted(folder.folder(), ownerOf(source));
+    requireTrusted(folder.folder(), userOf(source));
     return withMessage("BTRFSSNAP_MAKE_FAILED", request.source, [&] {
-      Staged staged{&request, temporaryName(), {"", lineOf(source), ownerOf(source)}};
+      Staged staged{&request, temporaryName(), {"", lineOf(source), userOf(source)}};
       takeSnapshot(source.descriptor, folder.descriptor(), staged.temporary,
                    request.parameters.isWritable);
       const auto made = subvolumeIn(folder.descriptor(), staged.temporary);
@@ -84,11 +84,11 @@ class Making {
 };
 
 void prepareFolder(const fs::path& path, const Members& members) {
-  const auto folder = LockedFolder::openOrMake(path, ownerOf(openSource(*members.front())));
+  const auto folder = LockedFolder::openOrMake(path, userOf(openSource(*members.front())));
   folder->sweep();
   for (const Request* request : members) {
     const Subvolume source = openSource(*request);
-    requireTrusted(folder->folder(), ownerOf(source));
+    requireTrusted(folder->folder(), userOf(source));
     requireSameFileSystem(folder->folder(), *request, source);
   }
 }

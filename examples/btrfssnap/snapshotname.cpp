@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
-#include "common/files.h"
 #include "common/names.h"
+#include "subvolume.h"
 
 namespace btrfssnap {
 
 namespace {
 
-constexpr std::size_t kUuidLength = 32;
 constexpr std::size_t kRandomPart = 6;
 constexpr char kTemporary[] = ".btrfssnap-tmp.";
 constexpr char kReplaced[] = ".btrfssnap-replaced.";
@@ -49,19 +48,16 @@ std::string fillPattern(const std::string& pattern, const std::string& subvolume
       continue;
     }
     ++i;
-    text += next == 'n'   ? subvolume
-            : next == 's' ? session
-            : next == 't' ? samples::timeText(time)
-                          : "%";
+    text += next == 'n' ? subvolume : next == 's' ? session : next == 't' ? timeText(time) : "%";
   }
   std::replace(text.begin(), text.end(), '/', '_');  // a session's
-  return samples::shortened(text);
+  return shortened(text);
 }
 
-std::string temporaryName() { return kTemporary + samples::randomText(kRandomPart); }
+std::string temporaryName() { return kTemporary + randomText(kRandomPart); }
 
 std::string replacedName(const std::string& uuid) {
-  return kReplaced + samples::randomText(kRandomPart) + "." + uuid;
+  return kReplaced + randomText(kRandomPart) + "." + uuid;
 }
 
 bool isTemporaryName(const std::string& name) {

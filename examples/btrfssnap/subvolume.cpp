@@ -22,7 +22,6 @@ namespace fs = std::filesystem;
 
 constexpr ino_t kRootInode = 256;  // of every subvolume
 constexpr char kLine[] = "trusted.btrfssnap";
-constexpr std::size_t kUuidLength = 32;
 
 // The library leaves the reason in errno.
 void require(btrfs_util_error result, const char* call) {

@@ -17,7 +17,10 @@ using namespace samples;
 //
 // Operations throw std::system_error where nothing else is said.
 
-// By which a subvolume is known. UUIDs are 32 hexadecimal digits.
+// UUIDs are so many hexadecimal digits.
+inline constexpr std::size_t kUuidLength = 32;
+
+// By which a subvolume is known.
 struct Identity {
   uint64_t id = 0;       // number within the file system
   std::string uuid;      // its own
