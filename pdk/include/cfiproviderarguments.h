@@ -30,6 +30,9 @@ ORCA_PDK_API std::vector<pyx_domain*> givenNodes(pyx_splitnode** nodes, int coun
 // that is passed apart.
 ORCA_PDK_API std::string givenSnapshot(const pyx_domain* second, const pyx_splitnode* node);
 
+// The names of the hosts that importNode is given; where there are none, that of this host.
+ORCA_PDK_API std::vector<std::string> givenHosts(const std::vector<tstr>& hosts);
+
 // Looks at the values that config is to take for the snapshot configuration, before it takes them;
 // what config is not to take is not looked at. What the check throws is thrown on, and text that is
 // no document under SFiHelperMessages::badDocument. Refused text does not stay with the request: it

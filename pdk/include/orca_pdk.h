@@ -2,6 +2,7 @@
 #define ORCA_PDK_ORCA_PDK_H
 
 // Everything public of the kit.
+#include "cficommand.h"
 #include "cficonfig.h"
 #include "cficonfighandler.h"
 #include "cficonfiguration.h"

@@ -1,8 +1,12 @@
 #include "cfiproviderarguments.h"
 
+#include <limits.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <utility>
+
+#include "cfistringtool.h"
 
 namespace orca_pdk_4_4 {
 
@@ -38,6 +42,16 @@ std::vector<pyx_domain*> givenNodes(pyx_splitnode** nodes, int count) {
 
 std::string givenSnapshot(const pyx_domain* second, const pyx_splitnode* node) {
   return givenName(node != nullptr && node->second != nullptr ? node->second : second);
+}
+
+std::vector<std::string> givenHosts(const std::vector<tstr>& hosts) {
+  std::vector<std::string> names;
+  names.reserve(hosts.size());
+  for (const tstr& host : hosts) names.push_back(CFiStringTool::tstr2str(host));
+  if (!names.empty()) return names;
+  char here[HOST_NAME_MAX + 1] = "";
+  gethostname(here, sizeof here);
+  return {here};
 }
 
 void checkConfig(int mode, pyx_confspec* spec,

@@ -208,6 +208,10 @@ TEST_F(ProviderSetup, TellsWhatTheFrameworkDidNotPass) {
   EXPECT_EQ(givenNodes(nullptr, 0), Nodes());
   EXPECT_EQ(givenSnapshot(&nameless.domain, &node.split), "n");
   EXPECT_EQ(givenSnapshot(&node.domain, &nowhere), "n");
+  char here[256] = "";
+  gethostname(here, sizeof here);
+  EXPECT_EQ(givenHosts({}), std::vector<std::string>{here});
+  EXPECT_EQ(givenHosts({"b", "a"}), (std::vector<std::string>{"b", "a"}));
   const CFiPrivateDataPtr made = one->setup.makeData(&node.domain);
   EXPECT_EQ(one->setup.dataOf(&node.domain).get(), made.get());
 }
