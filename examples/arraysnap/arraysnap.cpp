@@ -1,13 +1,7 @@
 // A provider for the devices of a disk array that is driven by its command-line tool.
-#include <cfiparameters.h>
-#include <cfiplugininterposer.h>
-#include <cfiproviderentry.h>
-#include <cfiprovidersetup.h>
-#include <cfistringtool.h>
+#include <orca_pdk.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <utility>
 
 #include "clones.h"
@@ -44,16 +38,6 @@ CloneMode modeIn(const CFiConfigParamDataList& values) {
   return parameters().text(values, "clone_mode") == "cow" ? CloneMode::kCow : CloneMode::kFull;
 }
 
-std::vector<std::string> hostNames(const std::vector<tstr>& hosts) {
-  std::vector<std::string> names;
-  names.reserve(hosts.size());
-  for (const tstr& host : hosts) names.push_back(CFiStringTool::tstr2str(host));
-  if (!names.empty()) return names;
-  char here[256] = "";
-  gethostname(here, sizeof here - 1);
-  return {here};
-}
-
 // What a snapshot of a node is made from and onto.
 struct Plan {
   Device source;
@@ -85,7 +69,7 @@ class ArraySnap : public CFiPluginInterposer {
   // Asks the array whether the clones can be made.
   int prepare(char*, pyx_splitnode** nodes, int count, int) override {
     return m_setup.guarded("prepare", [&] {
-      const ArrayTool tool = openArray(getTraceLog());
+      const ArrayTool tool(getTraceLog());
       for (const Plan& plan : plansOf(nodes, count)) checkClone(tool, plan.source, plan.target);
     });
   }
@@ -96,12 +80,12 @@ class ArraySnap : public CFiPluginInterposer {
            int* snapshotCount) override {
     return m_setup.guarded("make", [&] {
       const std::vector<Plan> plans = plansOf(nodes, count);
-      const ArrayTool tool = openArray(getTraceLog());
+      const ArrayTool tool(getTraceLog());
       m_setup.takeEach(
           plans, snapshots, snapshotCount,
           [&](const Plan& plan, std::string& name) {
             std::string made = plan.target.udid;
-            makeClone(tool, getTraceLog(), plan.source, plan.target, plan.mode);
+            makeClone(tool, plan.source, plan.target, plan.mode);
             name = std::move(made);
           },
           [&](const Plan& plan, const std::string&) { forgetClone(tool, plan.target); });
@@ -115,7 +99,7 @@ class ArraySnap : public CFiPluginInterposer {
       requireGiven(
           count <= 0 || (sources != nullptr && snapshots != nullptr && statuses != nullptr),
           "snapshots");
-      const ArrayTool tool = openArray(getTraceLog());
+      const ArrayTool tool(getTraceLog());
       for (long i = 0; i < count; ++i) {
         const Device source = deviceOf(givenName(sources[i]));
         statuses[i] = statusOf(tool, source, deviceOf(givenName(snapshots[i])));
@@ -126,7 +110,7 @@ class ArraySnap : public CFiPluginInterposer {
   // Forgets the clone; its data stays on the target until that is used again.
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
     return m_setup.guarded("dispose", [&] {
-      forgetClone(openArray(getTraceLog()), deviceOf(givenSnapshot(second, node)));
+      forgetClone(ArrayTool(getTraceLog()), deviceOf(givenSnapshot(second, node)));
     });
   }
 
@@ -157,13 +141,13 @@ class ArraySnap : public CFiPluginInterposer {
   int importNode(tstr name, std::vector<tstr> hosts, bool, bool, bool withdraw, int) override {
     return m_setup.guarded("importNode", [&] {
       const Device device = deviceOf(CFiStringTool::tstr2str(name));
-      const ArrayTool tool = openArray(getTraceLog());
+      const ArrayTool tool(getTraceLog());
       if (withdraw) {
-        unmapDevice(tool, getTraceLog(), device, hostNames(hosts));
+        unmapDevice(tool, device, givenHosts(hosts));
       } else {
-        m_importedPath =
-            mapDevice(tool, getTraceLog(), device, hostNames(hosts),
-                      [&](const std::string& path) { giveToOwner(path, tool.settings()); });
+        m_importedPath = mapDevice(tool, device, givenHosts(hosts), [&](const std::string& path) {
+          giveToOwner(path, tool.settings());
+        });
       }
     });
   }
@@ -178,10 +162,9 @@ class ArraySnap : public CFiPluginInterposer {
   void chooseTarget(pyx_domain* domain) const {
     const CFiPrivateDataPtr data = dataOf(domain);
     if (data->selectTargetFromConfigData() == FI_OK) return;
-    const auto values = m_setup.valuesOf(domain).params;
-    const auto spec = values.find("snapshot_resource_spec");
-    throw Failure{"ARRAYSNAP_NO_TARGET",
-                  {givenName(domain), spec == values.end() ? "" : spec->second.value}};
+    throw Failure{
+        "ARRAYSNAP_NO_TARGET",
+        {givenName(domain), parameters().text(m_setup.valuesOf(domain), "snapshot_resource_spec")}};
   }
 
   // What is to be done for each node; chooses the targets that select has not chosen.

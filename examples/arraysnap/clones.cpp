@@ -9,6 +9,8 @@
 
 namespace arraysnap {
 
+using namespace orca_pdk;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -20,12 +22,12 @@ Reply ask(const ArrayTool& tool, const std::string& verb, const Device& device) 
 }
 
 bool sameName(const std::string& a, const std::string& b) {
-  return orca_pdk::CFiStringTool::CompareNoCase(a, b);
+  return CFiStringTool::CompareNoCase(a, b);
 }
 
 // Waits until a copy is done. Throws Failure when it fails, or stands still for longer than the
 // tool may be silent.
-void waitForCopy(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& target) {
+void waitForCopy(const ArrayTool& tool, const Device& target) {
   std::string percent;
   Clock::time_point moved = Clock::now();
   for (;;) {
@@ -39,13 +41,13 @@ void waitForCopy(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, con
     if (reply.at("percent") != percent) {
       percent = reply.at("percent");
       moved = Clock::now();
-      if (log)
-        log->trace(orca_pdk::FI_TRACE_INFO, "%s: %s %%", target.udid.c_str(), percent.c_str());
+      if (tool.log())
+        tool.log()->trace(FI_TRACE_INFO, "%s: %s %%", target.udid.c_str(), percent.c_str());
     }
     if (Clock::now() - moved > std::chrono::seconds(tool.settings().timeout)) {
       throw Failure{"ARRAYSNAP_COPY_FAILED", {target.udid, "it stands still at " + percent + " %"}};
     }
-    orca_pdk::millisleep(kPollMs);
+    millisleep(kPollMs);
   }
 }
 
@@ -81,14 +83,13 @@ void checkClone(const ArrayTool& tool, const Device& source, const Device& targe
   }
 }
 
-void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& source,
-               const Device& target, CloneMode mode) {
+void makeClone(const ArrayTool& tool, const Device& source, const Device& target, CloneMode mode) {
   const std::string how = mode == CloneMode::kCow ? "--cow" : "--full";
   bool isBegun = false;
   try {
     tool.run({"clone", source.enclosure, source.name, target.name, how, "--background"});
     isBegun = true;
-    waitForCopy(tool, log, target);
+    waitForCopy(tool, target);
   } catch (const Failure& failure) {
     // After a refusal the target may hold somebody else's clone.
     if (isBegun || failure.array == Array::kNotKnown) forgetOwn(tool, source, target);
@@ -99,13 +100,12 @@ void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const
   }
 }
 
-long statusOf(const ArrayTool& tool, const Device& source, const Device& target) {
+EFiSnapshotStatus statusOf(const ArrayTool& tool, const Device& source, const Device& target) {
   const Reply reply = ask(tool, "copy-status", target);
   const std::string& state = reply.at("state");
-  if (state == "none" || !sameName(reply.at("source"), source.name))
-    return orca_pdk::FI_SNAPSHOT_ABSENT;
-  if (state == "done") return orca_pdk::FI_SNAPSHOT_READY;
-  return state == "failed" ? orca_pdk::FI_SNAPSHOT_DAMAGED : orca_pdk::FI_SNAPSHOT_ABSENT;
+  const bool isOwn = state != "none" && sameName(reply.at("source"), source.name);
+  if (isOwn && state == "done") return FI_SNAPSHOT_READY;
+  return isOwn && state == "failed" ? FI_SNAPSHOT_DAMAGED : FI_SNAPSHOT_ABSENT;
 }
 
 void forgetClone(const ArrayTool& tool, const Device& target) { ask(tool, "forget", target); }

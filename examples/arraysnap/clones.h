@@ -13,11 +13,10 @@ void checkClone(const ArrayTool& tool, const Device& source, const Device& targe
 
 // Clones source onto target and waits for the end of the copy, tracing how far it is. Throws
 // Failure; the clone is then forgotten.
-void makeClone(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& source,
-               const Device& target, CloneMode mode);
+void makeClone(const ArrayTool& tool, const Device& source, const Device& target, CloneMode mode);
 
-// The status of a snapshot as getStatus answers it: 8 ready, 0 absent, 1 damaged.
-long statusOf(const ArrayTool& tool, const Device& source, const Device& target);
+orca_pdk::EFiSnapshotStatus statusOf(const ArrayTool& tool, const Device& source,
+                                     const Device& target);
 
 // Ends the relation of a clone to its source. Succeeds when there is none.
 void forgetClone(const ArrayTool& tool, const Device& target);

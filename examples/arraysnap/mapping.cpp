@@ -17,48 +17,44 @@
 
 namespace arraysnap {
 
+using namespace orca_pdk;
+
 namespace {
 
 // Keeps other processes from choosing numbers of the same enclosure: the LUN cache has no lock. The
 // file stands beside the enclosures' folders, in which each file is a record.
-class EnclosureLock {
- public:
-  explicit EnclosureLock(const std::filesystem::path& folder)
-      : EnclosureLock((folder.parent_path() / (".lock-" + folder.filename().string())).string()) {}
-
- private:
-  explicit EnclosureLock(const std::string& path) try : m_lock(AT_FDCWD, path) {
-  } catch (const orca_pdk::CFiLockHeld& held) {
+CFiFileLock locked(const std::filesystem::path& folder) {
+  const std::filesystem::path path = folder.parent_path() / (".lock-" + folder.filename().string());
+  try {
+    return CFiFileLock(AT_FDCWD, path);
+  } catch (const CFiLockHeld& held) {
     throw Failure{"ARRAYSNAP_LOCKED", {path, held.process()}};
   } catch (const std::system_error& error) {
     throw Failure{"ARRAYSNAP_NO_CACHE", {path, error.code().message()}};
   }
-
-  orca_pdk::CFiFileLock m_lock;
-};
+}
 
 std::string cacheKey(const Device& device) {
-  orca_pdk::tstr key;
+  tstr key;
   // -1 only says that the enclosure's directory was made just now.
-  orca_pdk::CFiConfigurationPathTool::getLunKey(orca_pdk::CFiStringTool::str2tstr(device.udid),
-                                                key);
-  return orca_pdk::CFiStringTool::tstr2str(key);
+  CFiConfigurationPathTool::getLunKey(CFiStringTool::str2tstr(device.udid), key);
+  return CFiStringTool::tstr2str(key);
 }
 
 // The LUN number of a device in the cache of this host.
 class LunNumber {
  public:
-  LunNumber(const Device& device, const orca_pdk::CFiTraceLogPtr& log)
+  LunNumber(const Device& device, const CFiTraceLogPtr& log)
       : m_device(device),
         m_key(cacheKey(device)),
-        m_lock(std::filesystem::path(m_key).parent_path()) {
+        m_lock(locked(std::filesystem::path(m_key).parent_path())) {
     m_cache.registerTraceLog(log);
   }
 
   // The remembered number, or the lowest free one, which is remembered before anybody uses it.
   int take() {
     int number = -1;
-    const bool isKnown = orca_pdk::CFiConfigurationPathTool::verify(m_key.c_str()) == 0;
+    const bool isKnown = CFiConfigurationPathTool::verify(m_key.c_str()) == 0;
     if (isKnown && m_cache.getKeyValue(m_key.c_str(), number) == 0) return number;
     m_isNew = true;
     return remember(lowestFree({}));
@@ -77,7 +73,7 @@ class LunNumber {
       const int number = std::atoi(value.c_str() + colon + 1);
       const bool isHosts =
           std::find(hosts.begin(), hosts.end(), value.substr(0, colon)) != hosts.end();
-      const bool isOwn = orca_pdk::CFiStringTool::CompareNoCase(*device, m_device.name);
+      const bool isOwn = CFiStringTool::CompareNoCase(*device, m_device.name);
       if (isHosts && isOwn) {
         m_isNew = false;
         return remember(number);
@@ -117,9 +113,9 @@ class LunNumber {
 
   const Device& m_device;
   std::string m_key;
-  EnclosureLock m_lock;
+  CFiFileLock m_lock;
   // New for each use: it reads the records of the first enclosure that it is asked for.
-  orca_pdk::CFiPblmOps m_cache;
+  CFiPblmOps m_cache;
   bool m_isNew = false;
 };
 
@@ -166,11 +162,11 @@ std::string mapAs(const ArrayTool& tool, const Device& device,
 
 }  // namespace
 
-std::string mapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log,
-                      const Device& device, const std::vector<std::string>& hosts,
+std::string mapDevice(const ArrayTool& tool, const Device& device,
+                      const std::vector<std::string>& hosts,
                       const std::function<void(const std::string& path)>& ready) {
   for (const std::string& host : hosts) checkName(host);
-  LunNumber lun(device, log);
+  LunNumber lun(device, tool.log());
   const int number = lun.take();
   try {
     return mapAs(tool, device, hosts, number, ready);
@@ -182,10 +178,10 @@ std::string mapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log
   return mapAs(tool, device, hosts, lun.settle(list, hosts), ready);
 }
 
-void unmapDevice(const ArrayTool& tool, const orca_pdk::CFiTraceLogPtr& log, const Device& device,
+void unmapDevice(const ArrayTool& tool, const Device& device,
                  const std::vector<std::string>& hosts) {
   for (const std::string& host : hosts) checkName(host);
-  LunNumber lun(device, log);
+  LunNumber lun(device, tool.log());
   for (const std::string& host : hosts) {
     if (unmap(tool, device, host).at("mapped") == "0") lun.giveBack();
   }

@@ -33,13 +33,8 @@ class ConfigurationFile {
   // The login for an array. Throws Failure when neither the framework's credential text nor the
   // file's section CREDENTIALS has it.
   orca_pdk::SFiCredential login(const std::string& arrayHost);
-  const std::string& path() const { return m_path; }
 
  private:
-  std::string text(const char* name, const std::string& otherwise);
-  std::optional<unsigned> number(const char* name);
-  void readFims(Settings& settings);
-
   std::string m_path;
   int m_imported = 0;  // the result
   // Without a trace log: importing credentials traces them.
