@@ -42,7 +42,7 @@ TEST_P(FileSnapCalls, MakesAllSnapshotsOfACallOrNone) {
           EXPECT_THAT(end.text, HasSubstr(cause()));
           EXPECT_THAT(end.text, testing::ContainsRegex("No snapshot was made|Nothing was changed"));
         }
-        for (const std::string& file : m_files) EXPECT_EQ(readFile(file), m_old);
+        expectOldSources();
       });
 }
 

@@ -7,8 +7,7 @@ TEST_F(BtrfsSnapWork, MakesSnapshotsWholeOrNotAtAllWhereverItIsKilled) {
   TracedSweep{"btrfssnap make", making(), [this] { beginWithout(); },
               [this](const TracedEnd&) {
                 wholeSnapshots();
-                for (const std::string& one : m_volumes)
-                  EXPECT_EQ(readFile(one + "/file"), "first");
+                expectOldSources();
               }}
       .killEverywhere();
 }
@@ -30,7 +29,7 @@ TEST_F(BtrfsSnapWork, KeepsWhatARestoreReplacedWhereverItIsKilled) {
   };
   TracedSweep{"btrfssnap restore, kept", restoring(), begin,
               [this](const TracedEnd&) {
-                ASSERT_EQ(prepare(m_volumes), 0) << lastError();
+                ASSERT_EQ(prepare(m_sources), 0) << lastError();
                 int others = content() == "other" ? 1 : 0;
                 for (const std::string& one : contents(m_folder)) {
                   others += readFile(one + "/file") == "other" ? 1 : 0;

@@ -7,7 +7,7 @@ TEST_F(FileSnapWork, MakesSnapshotsWholeOrNotAtAllWhereverItIsKilled) {
   TracedSweep{"filesnap make", making(), [this] { beginWithout(); },
               [this](const TracedEnd&) {
                 wholeSnapshots();
-                for (const std::string& file : m_files) EXPECT_EQ(readFile(file), m_old);
+                expectOldSources();
               }}
       .killEverywhere();
 }

@@ -46,21 +46,7 @@ class BtrfsSnapTest : public ProviderTest {
 
   std::string content() const { return readFile(m_vol + "/file"); }
   std::string snapshot(const Values& values = {}, const std::string& node = "") {
-    const std::string& of = node.empty() ? m_vol : node;
-    EXPECT_EQ(set(of, values), 0) << lastError();
-    EXPECT_EQ(prepare({of}), 0) << lastError();
-    const Names paths = make({of});
-    EXPECT_EQ(paths.size(), 1U) << lastError();
-    return paths.empty() ? "" : paths[0];
-  }
-
-  long restore(const std::string& source, const std::string& snapshot) {
-    Node first(source), second(snapshot);
-    long answer = -1;
-    const int result = m_provider->restore(&first.id, &second.id, 1, nullptr, nullptr, nullptr,
-                                           nullptr, 0, &answer);
-    EXPECT_EQ(result == 0, answer == 0);
-    return answer;
+    return snapshotOf(node.empty() ? m_vol : node, values);
   }
   std::string import(std::string snapshot, int flags = orca_pdk::FI_IMPORT_READ_WRITE) {
     char* path = nullptr;

@@ -43,22 +43,7 @@ class FileSnapTest : public ProviderTest {
     load();
   }
 
-  std::string snapshot(const Values& values = {}) {
-    EXPECT_EQ(set(m_file, values), 0) << lastError();
-    EXPECT_EQ(prepare({m_file}), 0) << lastError();
-    const Names paths = make({m_file});
-    EXPECT_EQ(paths.size(), 1U) << lastError();
-    return paths.empty() ? "" : paths[0];
-  }
-
-  long restore(const std::string& file, const std::string& snapshot) {
-    Node first(file), second(snapshot);
-    long answer = -1;
-    const int result = m_provider->restore(&first.id, &second.id, 1, nullptr, nullptr, nullptr,
-                                           nullptr, 0, &answer);
-    EXPECT_EQ(result == 0, answer == 0);
-    return answer;
-  }
+  std::string snapshot(const Values& values = {}) { return snapshotOf(m_file, values); }
 
   // Gives the data to an ordinary user; false where there is none.
   bool giveToUser() {

@@ -99,6 +99,22 @@ class ProviderTest : public testing::Test {
     orca_free_buf(ids, static_cast<std::size_t>(count) * sizeof *ids);
     return snapshots;
   }
+  // The one snapshot of a node, taken with these values.
+  std::string snapshotOf(const std::string& name, const Values& values) {
+    EXPECT_EQ(set(name, values), 0) << lastError();
+    EXPECT_EQ(prepare({name}), 0) << lastError();
+    const Names snapshots = make({name});
+    EXPECT_EQ(snapshots.size(), 1U) << lastError();
+    return snapshots.empty() ? "" : snapshots[0];
+  }
+  long restore(const std::string& source, const std::string& snapshot) {
+    Node first(source), second(snapshot);
+    long answer = -1;
+    const int result = m_provider->restore(&first.id, &second.id, 1, nullptr, nullptr, nullptr,
+                                           nullptr, 0, &answer);
+    EXPECT_EQ(result == 0, answer == 0);
+    return answer;
+  }
   long status(const std::string& snapshot, const std::string& source = "") {
     Node first(m_prefix + source), second(snapshot);
     long answer = -1;
