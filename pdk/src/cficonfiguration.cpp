@@ -231,7 +231,8 @@ int CFiConfiguration::exportConfig() {
   file.sweepFolder();
   if (!file.openLikeOld()) return kFailed;
   const char* const name = file.temporary().c_str();
-  const int result = unlessShort([&] { return ACE_Registry_ImpExp(m_heap).export_config(name); });
+  const int result = retryInterrupted(
+      [&] { return unlessShort([&] { return ACE_Registry_ImpExp(m_heap).export_config(name); }); });
   if (result != 0) return result;
   return file.sync() && file.putInPlace() ? 0 : kFailed;
 }
