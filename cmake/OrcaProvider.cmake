@@ -13,7 +13,9 @@ function(orca_add_provider name)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  if(NOT ORCA_SANITIZE) # the sanitizers' calls are left to the host
-    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  # A sanitizer's calls are left to the host.
+  set(sanitizers "$<FILTER:$<TARGET_PROPERTY:${name},COMPILE_OPTIONS>,INCLUDE,-fsanitize>")
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    target_link_options(${name} PRIVATE "$<$<NOT:$<BOOL:${sanitizers}>>:-Wl,--no-undefined>")
   endif()
 endfunction()
