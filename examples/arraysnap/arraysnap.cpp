@@ -2,6 +2,7 @@
 #include <orca_pdk.h>
 #include <sys/stat.h>
 
+#include <new>
 #include <utility>
 
 #include "clones.h"
@@ -40,8 +41,7 @@ CloneMode modeIn(const CFiConfigParamDataList& values) {
 
 // What a snapshot of a node is made from and onto.
 struct Plan {
-  Device source;
-  Device target;
+  Device source, target;
   CloneMode mode;
 };
 
@@ -124,6 +124,7 @@ class ArraySnap : public CFiPluginInterposer {
                                                              flags, imported, sessionId);
       if (result == FI_OK && imported != nullptr && !m_importedPath.empty()) {
         *imported = CFiStringTool::tstrdup(CFiStringTool::str2tstr(m_importedPath));
+        if (*imported == nullptr) throw std::bad_alloc();
       }
       return result;
     });
@@ -160,8 +161,7 @@ class ArraySnap : public CFiPluginInterposer {
   }
 
   void chooseTarget(pyx_domain* domain) const {
-    const CFiPrivateDataPtr data = dataOf(domain);
-    if (data->selectTargetFromConfigData() == FI_OK) return;
+    if (dataOf(domain)->selectTargetFromConfigData() == FI_OK) return;
     throw Failure{
         "ARRAYSNAP_NO_TARGET",
         {givenName(domain), parameters().text(m_setup.valuesOf(domain), "snapshot_resource_spec")}};
