@@ -17,7 +17,7 @@ plugins=$(pkg-config --variable=plugindir orca_pdk)
 build_against_install() { # SOURCE NAME
   cp -r "$1" "$work/$2"
   cmake -S "$work/$2" -B "$work/$2/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
-    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Debug >"$work/$2.log" 2>&1 &&
+    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON >"$work/$2.log" 2>&1 &&
     cmake --build "$work/$2/build" >>"$work/$2.log" 2>&1 &&
     cmake --install "$work/$2/build" >>"$work/$2.log" 2>&1 || { cat "$work/$2.log"; exit 1; }
 }
