@@ -12,7 +12,7 @@ FAMILIES = {
     "documents": "cficonfig cficonfighandler cfiformatoption cfiformatoptionhandler cfisaxparser cfisaxhandler",
     "diagnostics": "cfitracelog cfitraceable cfilasterror cfierrormgr cfimsgcatalogmgr cfiicucatalog",
     "store": "cficonfiguration cficredentials",
-    "commands": "cfiexecpipebase cfiexecpipe",
+    "commands": "cficommand cfiexecpipebase cfiexecpipe",
     "luns": "cfipblm",
     "lifetime": "cfirefcount cfismartptr",
     "text": "cfistringtool cfixstringtool cfiutf8string cfimsgdgst5 cfistoragestacktool",
