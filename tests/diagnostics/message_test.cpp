@@ -85,7 +85,10 @@ TEST(Message, PutsItsArgumentsIntoAPattern) {
   message.addArgument("/dev/sdc");
   message.addArgument(1234567);
   message.addArgument(Formattable(&message.argument(0), 1));
-  message.deserialize(nullptr);
+  const pyx_msg_info none{};
+  for (const pyx_msg_info* nothing : {static_cast<const pyx_msg_info*>(nullptr), &none}) {
+    message.deserialize(nothing);
+  }
   EXPECT_STREQ(message.formatMessage("it''s {1} on {0}").c_str(), "it's 1,234,567 on /dev/sdc");
   for (const char* pattern : {"{5}", "{0", "", "{2}"}) {
     EXPECT_STREQ(message.formatMessage(pattern).c_str(), pattern) << "given back";

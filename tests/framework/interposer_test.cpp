@@ -267,6 +267,10 @@ TEST_F(Interposer, DecodesTheFlagsOfAResource) {
     SCOPED_TRACE((import ? "import " : "deport ") + std::to_string(flags));
     EXPECT_EQ(move(m_provider, import, resource, m_host, flags), result);
     EXPECT_EQ(move(m_provider, import, resource, nullptr, flags), result);
+    const std::string api = import ? "importResource API" : "deportResource API";
+    const Texts hosts{"3 Hostname [h1] was passed to " + api + ". Adding it hostList ",
+                      "3 No hostname was passed to the " + api};
+    EXPECT_EQ(m_recorder.takeBody(), result == 0 ? Texts() : hosts);
     const std::string name = "UDID##a##b##c ", rest = booleans + std::string(" 2");
     EXPECT_EQ(m_provider.imports,
               result == 77 ? (Texts{name + "h1 " + rest, name + rest}) : Texts());
