@@ -116,6 +116,7 @@ TEST_F(ExecWait, GivesUpAChildThatCannotBeEndedAfterThreePeriods) {
                                      error + "kill(" + pid + ", SIGKILL) failed, errno 1",
                                      error + "child process appears to be hung"}));
   EXPECT_EQ(summary(m_pipe.Close(1)), "8|Error in WaitPid()|");
+  EXPECT_EQ(m_recorder.lines.back(), "2 Unexpected error encountered.");
 }
 
 TEST_F(ExecWait, TimesOutOnSilence) {

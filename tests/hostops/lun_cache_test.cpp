@@ -97,6 +97,7 @@ TEST_F(LunCache, TakesARecordForTheNumberThatStrtolMakesOfIt) {
     EXPECT_EQ(traced("failure"), Texts());
     int value = 7;
     EXPECT_EQ(cache.getKeyValue(lun(kDevice).c_str(), value), 0);
+    EXPECT_THAT(traced("got Cache"), testing::ElementsAre(testing::StartsWith("6 ")));
     EXPECT_EQ(value, number);
     EXPECT_EQ(cache.rmCacheRecord(lun(kDevice).c_str()), 0);
     EXPECT_EQ(freeNumbers(cache), "0 1 2 ");
