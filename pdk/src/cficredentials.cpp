@@ -4,6 +4,7 @@
 
 #include "cficredentiallist.h"
 #include "cfistringtool.h"
+#include "cfitstr.h"
 
 namespace orca_pdk_4_4 {
 
@@ -12,10 +13,6 @@ namespace {
 constexpr const char* kSectionMarker = "STORAGE_MANAGEMENT_SERVICE";
 constexpr const char* kOpenArray = "OPENARRAY";
 constexpr std::string_view kNumberMark = "dword:";
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 bool isHeader(const std::string& line) { return contains(line, "[") && contains(line, "]"); }
 

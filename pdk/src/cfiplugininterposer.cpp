@@ -21,10 +21,6 @@ namespace {
 constexpr int kAlternateNode = 1;
 constexpr int kTreeImport = 1;
 
-bool carries(std::string_view name, const std::string& part) {
-  return name.find(part) != std::string_view::npos;
-}
-
 // An array of new object ids, one a group name; null when memory ran short.
 orca_objid** makeGroupIds(const std::vector<SFiFimInfo>& fims) {
   const std::size_t size = fims.size() * sizeof(orca_objid*);
@@ -104,7 +100,7 @@ int CFiPluginInterposer::claim(orca_objid* primary, orca_objid*** secondaries, i
     return PYX_CLAIM_NONE;
   }
   const char* name = primary->name;
-  if (!carries(name, marker()) || findPattern(name) == m_fims.end()) {
+  if (!contains(name, marker()) || findPattern(name) == m_fims.end()) {
     traceLine(FI_TRACE_INFO, "Info, NOT claiming node [%s]", name);
     return PYX_CLAIM_NONE;
   }
@@ -216,7 +212,7 @@ int CFiPluginInterposer::interpose(pyx_domain* domain, orca_objid** interposed,
       log->trace(FI_TRACE_INFO, "CFiPluginInterposer::interpose - Looking for patten %s in %s.",
                  pattern.c_str(), name.c_str());
     }
-    if (!carries(name, pattern)) continue;
+    if (!contains(name, pattern)) continue;
     const std::string ownName = marker() + name;
     if (interposed != nullptr) *interposed = makeObjid(ownName);
     orca_objid** ids = groups == nullptr ? nullptr : makeGroupIds(fims);
@@ -233,7 +229,7 @@ int CFiPluginInterposer::checkNodeExistence(pyx_domain* domain, int* exists) {
   const OperationScope scope(*this, kInterposerSource);
   if (m_fims.empty()) return FI_NOT_SUPPORTED;
   if (exists == nullptr) return FI_INVALID;
-  *exists = carries(nodeName(domain), marker()) ? 1 : 0;
+  *exists = contains(nodeName(domain), marker()) ? 1 : 0;
   return FI_OK;
 }
 
@@ -312,13 +308,13 @@ std::string CFiPluginInterposer::marker() const {
 CFiPluginInterposer::FimMap::const_iterator CFiPluginInterposer::findPattern(
     std::string_view name) const {
   auto entry = m_fims.begin();
-  while (entry != m_fims.end() && !carries(name, entry->first)) ++entry;
+  while (entry != m_fims.end() && !contains(name, entry->first)) ++entry;
   return entry;
 }
 
 std::span<const SFiFimInfo> CFiPluginInterposer::findFims(const std::string& name) const {
   if (m_groups.count(name) != 0) return findGroupFim(name);
-  if (!carries(name, marker())) return {};
+  if (!contains(name, marker())) return {};
   const auto entry = findPattern(name);
   if (entry == m_fims.end()) return {};
   return entry->second;

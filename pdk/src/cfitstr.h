@@ -9,6 +9,10 @@
 
 namespace orca_pdk_4_4 {
 
+inline bool contains(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
+
 // An ACE string that gets no memory is silently empty. Strings made here throw std::bad_alloc; so
 // that no copy is made of them either, they are passed on as they are returned.
 
