@@ -43,7 +43,8 @@ struct ORCA_PDK_API SFiCommand {
 
   // The words as one command text, for messages.
   std::string text() const;
-  // A program that cannot be started counts as one that ended with status 1. The log may be empty.
+  // A program that cannot be started counts as one that ended with status 1. A word with a NUL
+  // byte, which would end the command there, is not run. The log may be empty.
   SFiCommandEnd run(const CFiTraceLogPtr& log) const;
 };
 

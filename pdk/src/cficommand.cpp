@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
@@ -84,6 +85,7 @@ SFiCommandEnd runInChildContext(CFiExecPipePosix& pipe, const SFiCommand& comman
 SFiCommandEnd SFiCommand::run(const CFiTraceLogPtr& log) const {
   CFiExecPipePosix pipe(0);
   pipe.registerTraceLog(log);
+  if (text().find('\0') != std::string::npos) return {FI_COMMAND_NOT_RUN, -1, notRun(EINVAL), {}};
   if (pipe.IsChildContext()) return runInChildContext(pipe, *this);
   const InputFile file(input);
   if (file.error() != 0) return {FI_COMMAND_NOT_RUN, -1, notRun(file.error()), {}};

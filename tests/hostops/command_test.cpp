@@ -39,13 +39,15 @@ TEST_F(Command, TellsWhatIsKnownOfItsEnd) {
   const struct {
     SFiCommand command;
     std::string end;
-  } cases[] = {{{{"/bin/echo", " a'\"\\", "", "\tb"}}, "0|0|| a'\"\\  \tb\n"},
-               {{{"/bin/cat"}, "user\npass\n"}, "0|0||user\n|pass\n"},
-               {{{shell, "-c", "echo no; exit 3"}}, "0|3|" + how + "|no\n"},
-               {{{shell, "-c", "kill -9 $$"}}, "1|-1|Command terminated by signal 9"},
-               {{{shell, "-c", "exec sleep 60"}, "", 0}, "1|-1|no sign of life for 0 seconds"},
-               {{{"/bin/yes"}, "", 30, 100}, "1|-1|its output is longer than 100 bytes|y\n|y\n"},
-               {{{"/no/tool"}}, "2|-1|the program is missing or not executable"}};
+  } cases[] = {
+      {{{"/bin/echo", " a'\"\\", "", "\tb"}}, "0|0|| a'\"\\  \tb\n"},
+      {{{"/bin/cat"}, "user\npass\n"}, "0|0||user\n|pass\n"},
+      {{{shell, "-c", "echo no; exit 3"}}, "0|3|" + how + "|no\n"},
+      {{{shell, "-c", "kill -9 $$"}}, "1|-1|Command terminated by signal 9"},
+      {{{shell, "-c", "exec sleep 60"}, "", 0}, "1|-1|no sign of life for 0 seconds"},
+      {{{"/bin/yes"}, "", 30, 100}, "1|-1|its output is longer than 100 bytes|y\n|y\n"},
+      {{{"/bin/echo", std::string("a\0b", 3)}}, "2|-1|it could not be run: Invalid argument"},
+      {{{"/no/tool"}}, "2|-1|the program is missing or not executable"}};
   for (const auto& [command, end] : cases) EXPECT_EQ(endOf(command), end) << command.text();
 }
 
