@@ -57,6 +57,10 @@ namespace {
 // What happens when calls fail while a short command runs.
 class ExecFault : public ExecTest {
  protected:
+  void SetUp() override {
+    ExecTest::SetUp();
+    if (isUnderValgrind()) GTEST_SKIP() << "to valgrind a vfork is a fork, with calls of its own";
+  }
   // The summary, and the traced errors and warnings without the name of their class.
   std::string runWith(const std::vector<Fault>& faults, const std::string& in = "") {
     m_recorder.lines.clear();
