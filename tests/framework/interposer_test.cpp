@@ -163,6 +163,7 @@ TEST_F(Interposer, SetsANodeUpUntilItsEnd) {
 }
 
 TEST_F(Interposer, SetsTheNodeOfAGroupUpAnewAfterItsEnd) {
+  m_provider.addFim("abc", "snapD", "detail D", 0x80, "another");
   for (int life = 1; life <= 2; ++life) {
     pyx_domain group{};
     group.objid = m_provider.groups().at("shared").objid;

@@ -80,20 +80,20 @@ class ExecFault : public ExecTest {
 TEST_F(ExecFault, IsReported) {
   const std::string start = "\nExecPipe ERROR: ", ended = "\nCommand exited with status 1";
   const std::string exited = "11|" + ended.substr(1) + "|" + start;
-  const std::pair<Fault, std::string> cases[] = {
-      {{"close", 2, 5}, "0||" + start + "child close(pipe[0]) failed, errno 5"},
-      {{"close", 3, 5}, "0||" + start + "child close(pipe[1]) failed, errno 5"},
-      {{"close", 4, 5}, "0||" + start + "parent close(pipe[1]) failed, errno 5"},
-      {{"close", 5, 5}, "0||\nReadline ERROR: " + closing()},
-      {{"read", 1, 5}, "0||\nReadLine ERROR: read() failed, errno 5"},
-      {{"pipe2", 1, 24}, "1|errno=24|" + start + "pipe(-1) failed, errno 24"},
-      {{"open", 1, 13}, exited + "Could not open /dev/null for reading, errno 13" + ended},
-      {{"dup2", 1, 16}, exited + "dup2(stdin) failed, errno 16" + ended},
-      {{"dup2", 2, 16}, exited + "dup2(stdout) failed, errno 16" + ended},
-      {{"dup2", 3, 16}, exited + "dup2(stderr) failed, errno 16" + ended},
-      {{"execve", 1, 8}, exited + "execv() failed, errno 8" + ended}};
-  for (const auto& [fault, answer] : cases) {
-    EXPECT_EQ(runWith({fault}), answer) << fault.call << fault.nth;
+  const std::pair<std::vector<Fault>, std::string> cases[] = {
+      {{{"close", 2, 5}}, "0||" + start + "child close(pipe[0]) failed, errno 5"},
+      {{{"close", 3, 5}}, "0||" + start + "child close(pipe[1]) failed, errno 5"},
+      {{{"close", 4, 5}}, "0||" + start + "parent close(pipe[1]) failed, errno 5"},
+      {{{"close", 5, 5}}, "0||\nReadline ERROR: " + closing()},
+      {{{"read", 1, 5}, {"read", 1, 5}}, "0||\nReadLine ERROR: read() failed, errno 5"},
+      {{{"pipe2", 1, 24}}, "1|errno=24|" + start + "pipe(-1) failed, errno 24"},
+      {{{"open", 1, 13}}, exited + "Could not open /dev/null for reading, errno 13" + ended},
+      {{{"dup2", 1, 16}}, exited + "dup2(stdin) failed, errno 16" + ended},
+      {{{"dup2", 2, 16}}, exited + "dup2(stdout) failed, errno 16" + ended},
+      {{{"dup2", 3, 16}}, exited + "dup2(stderr) failed, errno 16" + ended},
+      {{{"execve", 1, 8}}, exited + "execv() failed, errno 8" + ended}};
+  for (const auto& [faults, answer] : cases) {
+    EXPECT_EQ(runWith(faults), answer) << faults[0].call << faults[0].nth;
   }
 }
 
