@@ -21,6 +21,8 @@ TEST_F(Host, RefusesWhatIsNoPluginAndSaysWhy) {
       {plugin("no_entry"),
        {"no_entry.so", "lacks the symbol orca_provider_create", "put ORCA_PROVIDER(Class)"}},
       {plugin("provider"), {"orca_provider_create raised std::runtime_error: no provider"}},
+      {plugin("no_provider"),
+       {"plug-in " + plugin("no_provider") + ", orca_provider_create made no provider"}},
       {"unheard_of", {"no plug-in \"unheard_of\" in "}},
   };
   for (const auto& [plugin, words] : cases) {

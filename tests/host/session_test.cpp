@@ -1,7 +1,9 @@
 #include <cfioperationtable.h>
 #include <cfitypes.h>
 
+#include <regex>
 #include <set>
+#include <sstream>
 
 #include "host_fixture.h"
 
@@ -29,6 +31,16 @@ class Session : public Host {
       const std::string place = failure["place"];
       all.push_back(place.substr(place.rfind('/') + 1) + " " +
                     failure["reason"].get<std::string>());
+    }
+    return all;
+  }
+
+  // The lines of a session file that call operations.
+  static Words calls(const std::string& text) {
+    Words all;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+      if (!std::regex_search(line, std::regex("^(#|expect|plugin|session)"))) all.push_back(line);
     }
     return all;
   }
@@ -93,6 +105,14 @@ TEST_F(Session, EveryOperationOfTheTableIsReached) {
     all.erase(name);
   }
   EXPECT_EQ(reached, all);
+}
+
+TEST_F(Session, EveryOperationIsRecordedAsItWasCalled) {
+  std::string text = readFile(FIHOST_TEST_SESSIONS "/every_operation.session");
+  writeFile(m_file, text);
+  run({"run", m_file, "--plugin", plugin("answering"), "--record", m_dir.file("record")});
+  text.replace(text.find("0x10"), 4, "16");
+  EXPECT_EQ(calls(readFile(m_dir.file("record"))), calls(text));
 }
 
 TEST_F(Session, EveryExpectationThatIsNotMetIsNamedByItsLine) {
