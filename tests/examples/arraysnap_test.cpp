@@ -39,6 +39,9 @@ TEST_F(FiArrayTest, SaysWhatIsWrongInItsLastLineAndByItsExitStatus) {
     EXPECT_EQ(result.status, status) << words;
     EXPECT_THAT(result.err, AllOf(testing::StartsWith("fiarray: "), HasSubstr(line)));
   }
+  m_array.ok("inject exit 8");
+  m_array.ok("inject none");
+  m_array.ok("list");
   writeFile(m_array.folder / "state.json", "{\"user\":");
   EXPECT_EQ(m_array.run("list").status, 9);
 }
@@ -270,6 +273,7 @@ TEST_F(ArraySnap, ReadsAMappedDeviceAsABlockDevice) {
   m_array.write("D0", "on the disk");
   const std::string path = import("D0");
   const bool isBlock = fs::is_block_file(path);
+  EXPECT_EQ(isBlock, std::system("test -w \"$(losetup -f 2>/dev/null)\"") == 0);
   EXPECT_EQ(readFile(path).substr(0, 11), "on the disk") << lastError();
   EXPECT_EQ(deport("D0"), 0) << lastError();
   if (!isBlock) GTEST_SKIP() << "no loop device for this user";
