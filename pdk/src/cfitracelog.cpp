@@ -225,9 +225,9 @@ struct VerbositySetting {
     isOpened = pieces.isOpen();
     char piece[Pieces::kSize];
     while (!isExact && pieces.next(piece)) {
+      if (std::strstr(piece, "VERBOSE") == nullptr) continue;
       isExact = std::strstr(piece, "FRZCMD_VERBOSE") != nullptr;
-      const bool isFirst = found[0] == '\0' && std::strstr(piece, "VERBOSE") != nullptr;
-      if (isExact || isFirst) V_strlcpy(found, piece, sizeof(found));
+      if (isExact || found[0] == '\0') V_strlcpy(found, piece, sizeof(found));
     }
   }
 
