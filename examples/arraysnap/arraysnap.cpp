@@ -61,14 +61,14 @@ class ArraySnap : public CFiPluginInterposer {
 
   // Chooses the target of every node.
   int select(char*, pyx_splitnode** nodes, int count) override {
-    return m_setup.guarded("select", [&] {
+    return m_setup.guarded(__func__, [&] {
       for (pyx_domain* node : givenNodes(nodes, count)) chooseTarget(node);
     });
   }
 
   // Asks the array whether the clones can be made.
   int prepare(char*, pyx_splitnode** nodes, int count, int) override {
-    return m_setup.guarded("prepare", [&] {
+    return m_setup.guarded(__func__, [&] {
       const ArrayTool tool(getTraceLog());
       for (const Plan& plan : plansOf(nodes, count)) checkClone(tool, plan.source, plan.target);
     });
@@ -78,7 +78,7 @@ class ArraySnap : public CFiPluginInterposer {
   // targets.
   int make(char*, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
-    return m_setup.guarded("make", [&] {
+    return m_setup.guarded(__func__, [&] {
       const std::vector<Plan> plans = plansOf(nodes, count);
       const ArrayTool tool(getTraceLog());
       m_setup.takeEach(
@@ -95,7 +95,7 @@ class ArraySnap : public CFiPluginInterposer {
   // Of an array that does not answer nothing is known, and no other pair is asked for.
   int getStatus(orca_objid** sources, orca_objid** snapshots, long count, char*, long,
                 long* statuses) override {
-    return m_setup.guarded("getStatus", [&] {
+    return m_setup.guarded(__func__, [&] {
       requireGiven(
           count <= 0 || (sources != nullptr && snapshots != nullptr && statuses != nullptr),
           "snapshots");
@@ -109,7 +109,7 @@ class ArraySnap : public CFiPluginInterposer {
 
   // Forgets the clone; its data stays on the target until that is used again.
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
-    return m_setup.guarded("dispose", [&] {
+    return m_setup.guarded(__func__, [&] {
       forgetClone(ArrayTool(getTraceLog()), deviceOf(givenSnapshot(second, node)));
     });
   }
@@ -117,7 +117,7 @@ class ArraySnap : public CFiPluginInterposer {
   // Hands out the path of the device, apart from what the base does.
   int importResource(char** names, char* resource, char* hostName, char* options, int flags,
                      char** imported, char* sessionId) override {
-    return m_setup.guarded("importResource", [&] {
+    return m_setup.guarded(__func__, [&] {
       m_importedPath.clear();
       deviceOf(resource != nullptr ? resource : "");  // says what is wrong with a name
       const int result = CFiPluginInterposer::importResource(names, resource, hostName, options,
@@ -132,7 +132,7 @@ class ArraySnap : public CFiPluginInterposer {
 
   int deportResource(char* resource, char* hostName, char* options, char* sessionId,
                      int flags) override {
-    return m_setup.guarded("deportResource", [&] {
+    return m_setup.guarded(__func__, [&] {
       deviceOf(resource != nullptr ? resource : "");
       return CFiPluginInterposer::deportResource(resource, hostName, options, sessionId, flags);
     });
@@ -140,7 +140,7 @@ class ArraySnap : public CFiPluginInterposer {
 
   // Maps the device for the hosts, or unmaps it (withdraw). No hosts: this one.
   int importNode(tstr name, std::vector<tstr> hosts, bool, bool, bool withdraw, int) override {
-    return m_setup.guarded("importNode", [&] {
+    return m_setup.guarded(__func__, [&] {
       const Device device = deviceOf(CFiStringTool::tstr2str(name));
       const ArrayTool tool(getTraceLog());
       if (withdraw) {

@@ -25,7 +25,7 @@ class BtrfsSnap : public Keeper<Parameters> {
 
   // Ready is what no crash takes away any more.
   int isReady(char*, pyx_splitnode** nodes, int count) override {
-    return m_setup.guarded("isReady", [&] {
+    return m_setup.guarded(__func__, [&] {
       for (const auto& entry : limits()) waitForSnapshots(entry.first);
       for (pyx_domain* domain : givenNodes(nodes, count)) domain->flags |= FI_NODE_READY;
     });
@@ -34,7 +34,7 @@ class BtrfsSnap : public Keeper<Parameters> {
   // Mounts a snapshot, or another subvolume; hosts are all this one.
   int importResource(char**, char* resource, char*, char*, int flags, char** imported,
                      char*) override {
-    return m_setup.guarded("importResource", [&] {
+    return m_setup.guarded(__func__, [&] {
       const bool isReadOnly = (flags & FI_IMPORT_READ_ONLY) != 0;
       if (!isReadOnly && (flags & FI_IMPORT_READ_WRITE) == 0) return FI_FAILED;
       const std::string place = importSubvolume(pathOfResource(resource), isReadOnly);
@@ -47,7 +47,7 @@ class BtrfsSnap : public Keeper<Parameters> {
   }
 
   int deportResource(char* resource, char*, char*, char*, int) override {
-    return m_setup.guarded("deportResource", [&] { deportSubvolume(pathOfResource(resource)); });
+    return m_setup.guarded(__func__, [&] { deportSubvolume(pathOfResource(resource)); });
   }
 
  private:

@@ -33,7 +33,7 @@ class Keeper : public orca_pdk::CFiPluginBase {
   }
 
   int initNode(pyx_domain* domain, pyx_domain**, int, orca_objid*) override {
-    return m_setup.guarded("initNode", [&] {
+    return m_setup.guarded(__func__, [&] {
       const Path path = pathOf(orca_pdk::givenName(domain));
       m_setup.makeData(domain);
       m_nodes[path] = domain;
@@ -43,7 +43,7 @@ class Keeper : public orca_pdk::CFiPluginBase {
 
   void deInitNode(pyx_domain* domain) override {
     settleLimits();
-    m_setup.guarded("deInitNode", [&] {
+    m_setup.guarded(__func__, [&] {
       CFiPluginBase::deInitNode(domain);
       m_nodes.erase(pathOf(orca_pdk::givenName(domain)));
     });
@@ -56,7 +56,7 @@ class Keeper : public orca_pdk::CFiPluginBase {
 
   int prepare(char* sessionId, pyx_splitnode** nodes, int count, int) override {
     settleLimits();  // of a session whose nodes were not given up
-    return m_setup.guarded("prepare", [&] {
+    return m_setup.guarded(__func__, [&] {
       beginSession();
       const std::vector<pyx_domain*> domains = orca_pdk::givenNodes(nodes, count);
       for (pyx_domain* domain : domains) {
@@ -69,7 +69,7 @@ class Keeper : public orca_pdk::CFiPluginBase {
 
   int make(char* sessionId, pyx_splitnode** nodes, int count, orca_objid*** snapshots,
            int* snapshotCount) override {
-    return m_setup.guarded("make", [&] {
+    return m_setup.guarded(__func__, [&] {
       orca_pdk::requireGiven(snapshots != nullptr && snapshotCount != nullptr,
                              "place for the snapshots");
       beginSession();
@@ -106,7 +106,7 @@ class Keeper : public orca_pdk::CFiPluginBase {
   }
 
   int dispose(pyx_domain*, pyx_domain* second, pyx_splitnode* node, pyx_disposition) override {
-    return m_setup.guarded("dispose",
+    return m_setup.guarded(__func__,
                            [&] { removeSnapshot(pathOf(orca_pdk::givenSnapshot(second, node))); });
   }
 
@@ -200,7 +200,7 @@ class Keeper : public orca_pdk::CFiPluginBase {
   // The new snapshots exist: an old one that cannot be removed is no failure of theirs.
   void settleFolder(const Path& folder, const FolderLimits& limits) noexcept {
     m_setup.guarded(
-        "settleFolder",
+        __func__,
         [&] {
           for (const Path& old : removeOldest(folder, limits)) {
             traceLine(orca_pdk::FI_TRACE_INFO, "removed %s, beyond the number of snapshots to keep",

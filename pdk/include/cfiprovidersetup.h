@@ -86,7 +86,7 @@ class ORCA_PDK_API CFiProviderSetup {
   // message the result alone tells what happened. The last two are the place of the call.
   //
   //   int make(...) override {
-  //     return m_setup.guarded("make", [&] { ... });
+  //     return m_setup.guarded(__func__, [&] { ... });
   //   }
   template <typename Body>
   int guarded(const char* operation, Body body, pyx_eseverity severity = PYX_SEV_ERROR,
