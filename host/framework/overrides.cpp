@@ -11,8 +11,6 @@ namespace fihost {
 
 namespace {
 
-constexpr std::size_t kDestructors = 2;
-
 // What an interposing provider has behind the operation table.
 constexpr std::string_view kInterposing[] = {"addIgnoreNodeType", "setDefaultNodeType",
                                              "importNode"};
@@ -37,7 +35,8 @@ Overrides overriddenOperations(const orca_pdk::CFiPluginBase& provider) {
                                       orca_pdk::kProviderOperations.end());
   if (interposes) names.insert(names.end(), std::begin(kInterposing), std::end(kInterposing));
   Overrides overrides;
-  for (std::size_t i = kDestructors; i < names.size(); ++i) {
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i].starts_with("~")) continue;  // each class has destructors of its own
     const bool isBeyond = i >= orca_pdk::kProviderOperations.size();
     if (own[i] != inherited[i]) {
       overrides.own.emplace_back(names[i]);
