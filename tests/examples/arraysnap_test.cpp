@@ -29,6 +29,7 @@ TEST_F(FiArrayTest, SaysWhatIsWrongInItsLastLineAndByItsExitStatus) {
   m_array.ok("map E1 D0 hosta 3");
   const std::tuple<const char*, int, const char*> cases[] = {
       {"add-device E1 d0 1M", 5, "device d0 exists"},
+      {"add-device E1 ODD 1025", 2, "a size is a multiple of 512 bytes"},
       {"map E1 D2 hosta 3", 5, "hosta sees D0 as LUN 3"},
       {"map E1 D0 hosta 4", 5, "hosta sees D0 as LUN 3"},
       {"clone E1 D2 D1", 5, "D1 holds a clone of D0: forget it first"},

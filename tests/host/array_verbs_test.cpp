@@ -65,8 +65,9 @@ TEST_F(Host, ImportsAndDeportsResources) {
 
 TEST_F(Host, SwitchesAccessOffAndOn) {
   for (const auto& [action, access] : {std::pair("disable", "off"), std::pair("enable", "on")}) {
-    const Json answer = runJson(withPlugin("access", {action, "/data/a"}), 0);
-    EXPECT_EQ(answer["access"], (Json{{{"node", "/data/a"}, {"access", access}}}));
+    const Json answer = runJson(withPlugin("access", {action, "/data/a", "/data/b"}), 0);
+    EXPECT_EQ(answer["access"], (Json{{{"node", "/data/a"}, {"access", access}},
+                                      {{"node", "/data/b"}, {"access", access}}}));
   }
 }
 

@@ -153,6 +153,7 @@ TEST_F(Check, PassesAProviderThatKeepsThem) {
   const Json answer = check(0);
   EXPECT_EQ(of(answer, "failed"), Words{});
   EXPECT_EQ(of(answer, "skipped"), kSkipped);
+  for (const Json& row : answer["requirements"]) EXPECT_EQ(row["left_over"], Json::array());
   EXPECT_EQ(answer["findings"], Json::array());
 }
 
@@ -161,9 +162,13 @@ TEST_F(Check, WritesTheResultsInTheFormOfBuildServers) {
   const std::string file = m_dir.file("results.xml");
   check(1, {"--only", "load.folder", "--only", "load.umask", "--junit", file});
   std::string xml = readFile(file);
+  std::vector<double> times;
   for (std::size_t at = xml.find(" time=\""); at != std::string::npos; at = xml.find(" time=\"")) {
+    times.push_back(std::stod(xml.substr(at + 7)));
     xml.erase(at, xml.find('"', at + 7) + 1 - at);
   }
+  ASSERT_EQ(times.size(), 3U);
+  EXPECT_NEAR(times[0], times[1] + times[2], 0.002);
   const std::size_t why = xml.find("the working folder was");
   ASSERT_NE(why, std::string::npos) << xml;
   xml.erase(why, xml.find('"', why) - why);

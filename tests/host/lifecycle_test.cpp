@@ -151,6 +151,7 @@ TEST_F(LifeCycle, EndsWithItsDocumentByASignalThatIsNotHeld) {
       {"initNode", "15", SIGTERM, {"init", "claim"}},
       {"prepare", "2 10", SIGUSR1, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
       {"prepare", "15 15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
+      {"isReady", "15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 13)},
   };
   for (const auto& [operation, numbers, last, called] : cases) {
     SCOPED_TRACE(std::string(numbers) + " in " + operation);

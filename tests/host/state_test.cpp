@@ -195,6 +195,17 @@ TEST_F(State, LosesWhatTheProviderRemovedByItsOwnLimit) {
     EXPECT_EQ(answer["gone"], i < 2 ? Json::array() : Json{taken[i - 2]});
   }
   EXPECT_EQ(names(), (Words{taken[2], taken[3]}));
+  EXPECT_THAT(run(snapshot).out,
+              HasSubstr("off the list, since the provider no longer has it: " + taken[2] + "\n"));
+}
+
+TEST_F(State, TakesNoSnapshotWhereASettingIsRefused) {
+  const std::string file = m_dir.file("data/file");
+  writeFile(file, "content");
+  const Json answer =
+      runJson({"snapshot", "--plugin", FILESNAP_PLUGIN, file, "--set", "keep=0", "--force"}, 1);
+  EXPECT_EQ(answer["failures"][0]["operation"], "config SET");
+  EXPECT_EQ(names(), Words{});
 }
 
 // A host that is killed in make says nothing of what it took.
@@ -225,7 +236,8 @@ TEST_F(Killed, SessionIsListedWithWhatItMayHaveLeft) {
 
 TEST_F(Killed, SnapshotsAreAdoptedAsTheProviderSaysThatTheyAre) {
   Words adopt{"adopt", "--session", m_session, "snap:/data/a"};
-  EXPECT_THAT(run(adopt).err, HasSubstr(m_session + " had several nodes: name one, --node"));
+  EXPECT_THAT(run(adopt).err,
+              HasSubstr("session " + m_session + " had several nodes: name one, --node"));
   adopt.insert(adopt.end(), {"--node", "/data/a"});
   {
     const ScopedEnv env("TEST_STATUS", "getStatus=0");

@@ -113,7 +113,7 @@ class TestProvider : public CFiPluginBase {
     if (at == nullptr || ++m_asked == std::atoi(at)) {
       for (int i = 0; i < count; ++i) nodes[i]->domain->flags |= 0x8;
     }
-    return FI_OK;
+    return step("isReady");
   }
   int getStatus(orca_objid**, orca_objid**, long count, char*, long, long* statuses) override {
     std::fill_n(statuses, count, status("getStatus", 8));
