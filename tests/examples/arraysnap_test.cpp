@@ -160,6 +160,13 @@ TEST_F(ArraySnap, TellsTroubleOfTheToolAndCanBeAskedAgain) {
   }
 }
 
+TEST_F(ArraySnap, SaysThatACopyOnItsWayIsNoSnapshot) {
+  m_array.make(2, "64M");
+  m_array.write("D0", std::string(40 << 20, 'x'));
+  m_array.ok("clone E1 D0 D1 --background");
+  EXPECT_EQ(status(kPrefix + "D1", "D0"), 0);
+}
+
 TEST_F(ArraySnap, FindsTheNumberOfADeviceWhoseRecordWasLost) {
   m_array.make(3, "4K");
   m_array.ok("map E1 D0 hosta 7");

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -58,16 +59,18 @@ class Ownership : public PluginTest {
     const int result = m_provider.setOwnerIds(resource, owner, group);
     g_system = nullptr;
     m_calls = system.calls;
-    return std::to_string(result) + " " + m_recorder.takeBody().back();
+    m_lines = m_recorder.takeBody();
+    return std::to_string(result) + " " + m_lines.back();
   }
 
   static constexpr const char* kDone = "0 3 INFO: setOwnerIds done";
-  Texts m_calls;
+  Texts m_calls, m_lines;
 };
 
 TEST_F(Ownership, ChangesTheOwnerTwiceWithoutAWaitWhenItShowsAtOnce) {
   EXPECT_EQ(setOwnerIds({}, 7, 8), kDone);
   EXPECT_EQ(m_calls, (Texts{"stat", "chown 7 8", "chown 7 8", "stat"}));
+  EXPECT_THAT(m_lines, testing::Contains("3 setOwnerIds: Got matching gid, pid."));
 }
 
 TEST_F(Ownership, SucceedsAfterTenWaitsWhenItNeverShows) {

@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "host_fixture.h"
 
 namespace {
@@ -147,6 +149,25 @@ TEST_F(Check, HasACaseForEachRequirement) {
   const Json answer = runJson({"check", "--list"}, 0);
   for (const Json& row : answer["requirements"]) requirements.push_back(row["id"]);
   EXPECT_EQ(cases, requirements);
+}
+
+TEST_F(Check, IsDocumentedRequirementByRequirement) {
+  const std::string document = readFile(FIHOST_TEST_DOCS "/conformance.md");
+  const std::regex row(R"(\| `[a-z_.]+` \| .* \|\n)"), option("--only ([a-z_.,]+)");
+  const std::sregex_iterator none;
+  std::string rows, listed;
+  for (std::sregex_iterator at(document.begin(), document.end(), row); at != none; ++at) {
+    rows += at->str();
+  }
+  const Json answer = runJson({"check", "--list"}, 0);
+  for (const Json& one : answer["requirements"]) {
+    listed += "| `" + one["id"].get<std::string>() + "` | " + one["sentence"].get<std::string>() +
+              " | " + one["reason"].get<std::string>() + " |\n";
+  }
+  EXPECT_EQ(rows, listed);
+  for (std::sregex_iterator at(document.begin(), document.end(), option); at != none; ++at) {
+    EXPECT_EQ(run({"check", "--list", "--only", at->str(1)}).status, 0) << at->str(1);
+  }
 }
 
 TEST_F(Check, PassesAProviderThatKeepsThem) {
