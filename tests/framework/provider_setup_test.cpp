@@ -87,6 +87,10 @@ bool isShared(const CFiSmartPtr<Manager, CFiContextSingletonAllocator<Manager>>&
   return manager && manager.get() == CFiContextSingletonAllocator<Manager>::instance();
 }
 
+TEST_F(ProviderSetup, NamesTheFimAsTheProviderWhereNothingElseIsSaid) {
+  EXPECT_EQ(SFiProviderIdentity::named("one").fimName, "one");
+}
+
 TEST_F(ProviderSetup, GivesEachProviderItsOwnTextsAndNodes) {
   const auto one = provider("one"), two = provider("two");
   EXPECT_EQ(one->getFimName() + one->getProviderName().c_str(), "copyone");

@@ -141,6 +141,7 @@ TEST_F(LifeCycle, EndsWithItsDocumentByASignalThatIsNotHeld) {
   const std::tuple<const char*, const char*, int, Words> cases[] = {
       {"initNode", "15", SIGTERM, {"init", "claim"}},
       {"prepare", "2 10", SIGUSR1, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
+      {"prepare", "1 1", SIGHUP, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
       {"prepare", "15 15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 9)},
       {"isReady", "15", SIGTERM, Words(kWholeOrder.begin(), kWholeOrder.begin() + 13)},
   };
